@@ -1,0 +1,107 @@
+#pragma once
+
+#include "TalkledgerCore/Support/Task.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+/// The speech recogniser. Locales are identifiers like "ja_JP". Everything here is called on the main executor and
+/// throws an exception with a user-visible text when the recogniser fails.
+namespace talkledger {
+
+/// Seconds on the recording's time line; not finite when the recogniser does not know.
+struct AudioTimeRange {
+    double start{0};
+    double duration{0};
+};
+
+struct SpeechTranscriptionResult {
+    std::string text;
+    AudioTimeRange audioTimeRange;
+    bool isFinal{true};
+};
+
+enum class SpeechTranscriberPreset {
+    timeIndexedTranscriptionWithAlternatives, ///< final results with their time ranges
+};
+
+/// What is to be recognised, and how; the module that an analyser runs.
+struct SpeechTranscriber {
+    std::string locale;
+    SpeechTranscriberPreset preset{SpeechTranscriberPreset::timeIndexedTranscriptionWithAlternatives};
+};
+
+enum class SpeechAssetStatus { unsupported, supported, downloading, installed };
+
+class SpeechAssetInstallationRequest {
+public:
+    SpeechAssetInstallationRequest() = default;
+    SpeechAssetInstallationRequest(const SpeechAssetInstallationRequest&) = delete;
+    SpeechAssetInstallationRequest& operator=(const SpeechAssetInstallationRequest&) = delete;
+    virtual ~SpeechAssetInstallationRequest() = default;
+
+    virtual Task<void> downloadAndInstall() = 0;
+};
+
+/// The on-device models behind the recogniser.
+class AssetInventory {
+public:
+    AssetInventory() = default;
+    AssetInventory(const AssetInventory&) = delete;
+    AssetInventory& operator=(const AssetInventory&) = delete;
+    virtual ~AssetInventory() = default;
+
+    virtual Task<SpeechAssetStatus> status(const SpeechTranscriber& transcriber) = 0;
+
+    /// Null when there is nothing to install.
+    virtual Task<std::unique_ptr<SpeechAssetInstallationRequest>>
+    assetInstallationRequest(const SpeechTranscriber& transcriber) = 0;
+};
+
+/// A recorded track to be recognised from its beginning to its end.
+struct SpeechInputFile {
+    std::filesystem::path path;
+    double startTime{0};                        ///< of its first sample, seconds on the recording's time line
+    std::function<void(double share)> progress; ///< 0 to 1, on the main executor; may be empty
+};
+
+/// One recognition. Destroying it ends the work behind it.
+class SpeechAnalyzer {
+public:
+    SpeechAnalyzer() = default;
+    SpeechAnalyzer(const SpeechAnalyzer&) = delete;
+    SpeechAnalyzer& operator=(const SpeechAnalyzer&) = delete;
+    virtual ~SpeechAnalyzer() = default;
+
+    /// Begins with the file and finishes by itself after its end. Throws when the file cannot be opened as audio.
+    virtual Task<void> start(SpeechInputFile file) = 0;
+
+    /// The next result in order; absent when the sequence has ended.
+    virtual Task<std::optional<SpeechTranscriptionResult>> nextResult() = 0;
+
+    /// Returns when everything that was put in has been recognised and its results delivered.
+    virtual Task<void> finalizeAndFinishThroughEndOfInput() = 0;
+
+    /// The result sequence ends at once.
+    virtual void cancelAndFinishNow() noexcept = 0;
+};
+
+class SpeechRecognition {
+public:
+    SpeechRecognition() = default;
+    SpeechRecognition(const SpeechRecognition&) = delete;
+    SpeechRecognition& operator=(const SpeechRecognition&) = delete;
+    virtual ~SpeechRecognition() = default;
+
+    virtual bool isAvailable() const = 0;
+
+    /// The recogniser's own locale that stands for the given one; absent when there is none.
+    virtual Task<std::optional<std::string>> supportedLocale(const std::string& equivalentTo) = 0;
+    virtual AssetInventory& assetInventory() = 0;
+    virtual std::unique_ptr<SpeechAnalyzer> makeAnalyzer(const SpeechTranscriber& transcriber) = 0;
+};
+
+} // namespace talkledger

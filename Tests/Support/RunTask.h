@@ -1,0 +1,61 @@
+#pragma once
+
+#include "TalkledgerCore/Support/Task.h"
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/io_context.hpp>
+
+#include <exception>
+#include <optional>
+#include <stdexcept>
+#include <type_traits>
+
+namespace talkledger::testing {
+
+/// Runs `task` on `context` until it has ended, and returns or throws what it did.
+template <typename T>
+T runTask(boost::asio::io_context& context, Task<T> task) {
+    std::exception_ptr failure;
+    bool ended = false;
+    context.restart();
+    if constexpr (std::is_void_v<T>) {
+        boost::asio::co_spawn(context, std::move(task), [&](std::exception_ptr error) {
+            failure = error;
+            ended = true;
+        });
+        while (!ended && context.run_one() > 0) {
+        }
+        if (failure) {
+            std::rethrow_exception(failure);
+        }
+        if (!ended) {
+            throw std::runtime_error("The task never ended.");
+        }
+    } else {
+        std::optional<T> result;
+        boost::asio::co_spawn(context, std::move(task), [&](std::exception_ptr error, T value) {
+            failure = error;
+            ended = true;
+            if (!error) {
+                result.emplace(std::move(value));
+            }
+        });
+        while (!ended && context.run_one() > 0) {
+        }
+        if (failure) {
+            std::rethrow_exception(failure);
+        }
+        if (!ended) {
+            throw std::runtime_error("The task never ended.");
+        }
+        return std::move(*result);
+    }
+}
+
+template <typename T>
+T runTask(Task<T> task) {
+    boost::asio::io_context context;
+    return runTask(context, std::move(task));
+}
+
+} // namespace talkledger::testing
