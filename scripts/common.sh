@@ -1,0 +1,129 @@
+# Sourced by the scripts beside it: steps, packages, building. Bash.
+
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root"
+
+# Debian 12's names; a|b means the first that this system's package lists offer (Ubuntu 24.04 differs in a few).
+build_packages=(
+  clang-16 libclang-rt-16-dev lld-16 cmake ninja-build ccache pkg-config
+  libicu-dev nlohmann-json3-dev
+  libpipewire-0.3-dev libsndfile1-dev libavformat-dev libavcodec-dev libswresample-dev libavutil-dev
+  libpocketsphinx-dev libsphinxbase-dev pocketsphinx-en-us
+  qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools libgl1-mesa-dev
+  qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-templates
+  qml6-module-qtquick-window qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
+  fonts-inter fonts-noto-cjk xdg-user-dirs
+  libgtest-dev libgmock-dev libbenchmark-dev
+)
+# A private sound session, a display and a speaker for the rehearsal and the tests.
+rehearsal_packages=(
+  pipewire pipewire-bin libspa-0.2-modules wireplumber
+  xvfb openbox dbus flite ffmpeg libglib2.0-bin
+)
+test_packages=(clang-format-16 clang-tidy-16 qml6-module-qttest)
+
+step() { printf '==> %s\n' "$*"; }
+
+fail() {
+  printf 'talkledger: %s\n' "$*" >&2
+  exit 1
+}
+
+# Boost 1.81 or newer, headers only. Debian 12 offers 1.81 beside its default 1.74, and lets only one of them be
+# installed: where 1.74 is, the newer headers are unpacked into the cache and nothing is taken away.
+boost_package='libboost1.81-dev|libboost1.83-dev'
+cache=${XDG_CACHE_HOME:-$HOME/.cache}/talkledger
+configure_options=()
+
+is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+
+# Prints the packages of the list that are not installed yet, an alternative as the name to install.
+missing_packages() {
+  local entry name names chosen
+  for entry in "$@"; do
+    IFS='|' read -ra names <<<"$entry"
+    chosen=
+    for name in "${names[@]}"; do
+      if is_installed "$name"; then
+        continue 2
+      fi
+    done
+    for name in "${names[@]}"; do
+      if [ "${#names[@]}" -eq 1 ] || [ -n "$(apt-cache madison "$name" 2>/dev/null)" ]; then
+        chosen=$name
+        break
+      fi
+    done
+    printf '%s\n' "${chosen:-${names[0]}}"
+  done
+}
+
+# Runs a command with the rights to install: as root, or through sudo.
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  else
+    sudo "$@"
+  fi
+}
+
+can_become_root() {
+  [ "$(id -u)" -eq 0 ] || { command -v sudo >/dev/null && { [ -t 0 ] || sudo -n true 2>/dev/null; }; }
+}
+
+install_missing() {
+  command -v dpkg-query >/dev/null || fail "This system has no dpkg: install the packages named in scripts/common.sh by their names here, then build with 'cmake --preset release'."
+  local missing
+  mapfile -t missing < <(missing_packages "$@")
+  [ "${#missing[@]}" -gt 0 ] || return 0
+  can_become_root || fail "These packages are missing and installing them needs root or sudo: ${missing[*]}"
+  step "Installing ${#missing[@]} packages: ${missing[*]}"
+  as_root apt-get -qq update || fail "The package lists could not be fetched: check the network connection and run this again."
+  mapfile -t missing < <(missing_packages "$@")
+  # --no-remove: nothing that is installed here gives way to what we need.
+  if ! as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends --no-remove \
+    "${missing[@]}" >"$root/build/packages.log" 2>&1; then
+    tail -n 5 "$root/build/packages.log" >&2
+    fail "Packages could not be installed: ${missing[*]} (build/packages.log has the whole story)."
+  fi
+}
+
+provide_boost() {
+  if ! is_installed libboost1.74-dev; then
+    install_missing "$boost_package"
+    return
+  fi
+  configure_options+=("-DCMAKE_PREFIX_PATH=$cache/boost/usr")
+  [ ! -d "$cache/boost/usr/include/boost" ] || return 0
+  step "Unpacking the headers of Boost 1.81 into $cache/boost (1.74 stays installed)"
+  mkdir -p "$cache/boost"
+  (cd "$cache/boost" && apt-get -qq download libboost1.81-dev && dpkg-deb -x libboost1.81-dev_*.deb . && rm -f ./*.deb) ||
+    fail "The headers of Boost 1.81 could not be fetched: run 'apt-get update' as root, then this again."
+}
+
+# provide PACKAGE...: what the build needs, and the packages named.
+provide() {
+  install_missing "${build_packages[@]}" "$@"
+  provide_boost
+}
+
+# build PRESET TARGET...: configures when needed, compiles what has changed.
+build() {
+  local preset=$1 log="$root/build/$1.log"
+  shift
+  if [ ! -f "build/$preset/build.ninja" ]; then
+    step "Configuring ($preset)"
+    cmake --preset "$preset" "${configure_options[@]}" >"$log" 2>&1 || {
+      tail -n 20 "$log" >&2
+      fail "The build could not be configured (build/$preset.log)."
+    }
+  fi
+  step "Building ($preset)"
+  cmake --build "build/$preset" --target "$@" >"$log" 2>&1 || {
+    grep -m 40 -A 5 -E 'error:|FAILED|undefined' "$log" >&2 || tail -n 40 "$log" >&2
+    fail "The build failed (build/$preset.log)."
+  }
+}
+
+mkdir -p build
