@@ -29,6 +29,9 @@ public:
     /// False also when it cannot be told. Never throws.
     virtual bool fileExists(const std::filesystem::path& path) const noexcept = 0;
 
+    /// Whether the entry itself is a symbolic link; false also when it cannot be told. Never throws.
+    virtual bool isSymbolicLink(const std::filesystem::path& path) const noexcept = 0;
+
     /// Bytes; absent when it cannot be told. Never throws.
     virtual std::optional<std::int64_t> fileSize(const std::filesystem::path& path) const noexcept = 0;
 
