@@ -30,9 +30,6 @@ fail() {
   exit 1
 }
 
-# Boost 1.81 or newer, headers only. Debian 12 offers 1.81 beside its default 1.74, and lets only one of them be
-# installed: where 1.74 is, the newer headers are unpacked into the cache and nothing is taken away.
-boost_package='libboost1.81-dev|libboost1.83-dev'
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/talkledger
 configure_options=()
 
@@ -77,7 +74,7 @@ install_missing() {
   local missing
   mapfile -t missing < <(missing_packages "$@")
   [ "${#missing[@]}" -gt 0 ] || return 0
-  can_become_root || fail "These packages are missing and installing them needs root or sudo: ${missing[*]}"
+  can_become_root || fail "Packages are missing, and installing them needs root or sudo. Have someone run: apt-get install --no-install-recommends ${missing[*]}"
   step "Installing ${#missing[@]} packages: ${missing[*]}"
   as_root apt-get -qq update || fail "The package lists could not be fetched: check the network connection and run this again."
   mapfile -t missing < <(missing_packages "$@")
@@ -89,11 +86,9 @@ install_missing() {
   fi
 }
 
-provide_boost() {
-  if ! is_installed libboost1.74-dev; then
-    install_missing "$boost_package"
-    return
-  fi
+# Boost 1.81 or newer, headers only. Debian 12 offers 1.81 beside its default 1.74, and lets only one of them be
+# installed: where 1.74 is, the newer headers are unpacked into the cache and nothing is taken away.
+unpack_boost() {
   configure_options+=("-DCMAKE_PREFIX_PATH=$cache/boost/usr")
   [ ! -d "$cache/boost/usr/include/boost" ] || return 0
   step "Unpacking the headers of Boost 1.81 into $cache/boost (1.74 stays installed)"
@@ -104,8 +99,12 @@ provide_boost() {
 
 # provide PACKAGE...: what the build needs, and the packages named.
 provide() {
-  install_missing "${build_packages[@]}" "$@"
-  provide_boost
+  if is_installed libboost1.74-dev; then
+    install_missing "${build_packages[@]}" "$@"
+    unpack_boost
+  else
+    install_missing "${build_packages[@]}" 'libboost1.81-dev|libboost1.83-dev' "$@"
+  fi
 }
 
 # build PRESET TARGET...: configures when needed, compiles what has changed.
