@@ -1,0 +1,192 @@
+#include "TalkledgerCore/Capture/CapturePermissionInspector.h"
+
+#include "TalkledgerCore/Capture/AudioCaptureError.h"
+#include "TalkledgerCore/Capture/PermissionContinuation.h"
+#include "TalkledgerCore/Support/Continuation.h"
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/this_coro.hpp>
+#include <nlohmann/json.hpp>
+
+#include <exception>
+#include <memory>
+
+namespace talkledger {
+
+namespace {
+
+constexpr CapturePermissionState allStates[] = {
+    CapturePermissionState::authorized, CapturePermissionState::notDetermined, CapturePermissionState::denied,
+    CapturePermissionState::restricted, CapturePermissionState::unknown,
+};
+
+CapturePermissionState stateFromJson(const JsonReader& reader) {
+    const std::string text = reader.string();
+    for (const CapturePermissionState state : allStates) {
+        if (rawValue(state) == text) {
+            return state;
+        }
+    }
+    throw reader.invalid("the name of a permission state");
+}
+
+CapturePermissionState granted(bool isGranted) {
+    return isGranted ? CapturePermissionState::authorized : CapturePermissionState::denied;
+}
+
+std::chrono::steady_clock::duration clockDuration(std::chrono::duration<double> duration) {
+    return std::chrono::duration_cast<std::chrono::steady_clock::duration>(duration);
+}
+
+/// Nobody cancels it: when the answer came first, it wakes and changes nothing.
+Task<> failWhenUnanswered(std::shared_ptr<PermissionContinuation> permission,
+                          std::chrono::steady_clock::duration timeout) {
+    boost::asio::steady_timer timer(co_await boost::asio::this_coro::executor, timeout);
+    co_await timer.async_wait(boost::asio::use_awaitable);
+    permission->fail(std::make_exception_ptr(AudioCaptureError(AudioCaptureError::Case::microphonePermissionTimedOut)));
+}
+
+Task<bool> answerToRequest(Authorization& authorization, std::chrono::duration<double> timeout) {
+    const auto executor = co_await boost::asio::this_coro::executor;
+    const auto answer = std::make_shared<Continuation<bool>>(executor);
+    const auto permission = std::make_shared<PermissionContinuation>(
+        [weakAnswer = std::weak_ptr(answer)](std::exception_ptr failure, bool isGranted) {
+            const auto waiting = weakAnswer.lock();
+            if (waiting && failure) {
+                waiting->fail(failure);
+            } else if (waiting) {
+                waiting->resume(isGranted);
+            }
+        });
+    authorization.requestMicrophoneAccess([permission](bool isGranted) { permission->resume(isGranted); });
+    boost::asio::co_spawn(executor, failWhenUnanswered(permission, clockDuration(timeout)), boost::asio::detached);
+    co_return co_await answer->wait();
+}
+
+} // namespace
+
+std::string_view rawValue(CapturePermissionKind kind) {
+    switch (kind) {
+    case CapturePermissionKind::microphone:
+        return "microphone";
+    case CapturePermissionKind::systemAudio:
+        return "systemAudio";
+    case CapturePermissionKind::screenCapture:
+        break;
+    }
+    return "screenCapture";
+}
+
+std::string_view rawValue(CapturePermissionState state) {
+    switch (state) {
+    case CapturePermissionState::authorized:
+        return "authorized";
+    case CapturePermissionState::notDetermined:
+        return "notDetermined";
+    case CapturePermissionState::denied:
+        return "denied";
+    case CapturePermissionState::restricted:
+        return "restricted";
+    case CapturePermissionState::unknown:
+        break;
+    }
+    return "unknown";
+}
+
+bool isUsable(CapturePermissionState state) {
+    return state == CapturePermissionState::authorized;
+}
+
+Json toJson(const CapturePermissionSnapshot& snapshot) {
+    return Json{{"microphone", rawValue(snapshot.microphone)},
+                {"screenCapture", rawValue(snapshot.screenCapture)},
+                {"systemAudio", rawValue(snapshot.systemAudio)}};
+}
+
+template <>
+CapturePermissionSnapshot fromJson(const JsonReader& reader) {
+    CapturePermissionSnapshot snapshot;
+    snapshot.microphone = stateFromJson(reader.required("microphone"));
+    snapshot.screenCapture = stateFromJson(reader.required("screenCapture"));
+    snapshot.systemAudio = stateFromJson(reader.required("systemAudio"));
+    return snapshot;
+}
+
+CapturePermissionSnapshot CapturePermissionInspector::quickSnapshot(const Authorization& authorization) {
+    CapturePermissionSnapshot snapshot;
+    snapshot.microphone = microphoneState(authorization.microphoneStatus());
+    // The preflight cannot tell "not asked yet" from "denied".
+    snapshot.screenCapture = authorization.preflightScreenCaptureAccess() ? CapturePermissionState::authorized
+                                                                          : CapturePermissionState::notDetermined;
+    return snapshot;
+}
+
+Task<CapturePermissionSnapshot> CapturePermissionInspector::snapshot(const Authorization& authorization,
+                                                                     SystemAudio& systemAudio) {
+    CapturePermissionSnapshot snapshot = quickSnapshot(authorization);
+    snapshot.systemAudio = co_await requestSystemAudioAccess(systemAudio);
+    co_return snapshot;
+}
+
+CapturePermissionState CapturePermissionInspector::microphoneState(AuthorizationStatus from) {
+    switch (from) {
+    case AuthorizationStatus::notDetermined:
+        return CapturePermissionState::notDetermined;
+    case AuthorizationStatus::restricted:
+        return CapturePermissionState::restricted;
+    case AuthorizationStatus::denied:
+        return CapturePermissionState::denied;
+    case AuthorizationStatus::authorized:
+        return CapturePermissionState::authorized;
+    }
+    return CapturePermissionState::unknown;
+}
+
+Task<CapturePermissionState>
+CapturePermissionInspector::requestMicrophoneAccess(Authorization& authorization,
+                                                    std::chrono::duration<double> timeoutSeconds) {
+    try {
+        co_return granted(co_await microphoneAccess(authorization, timeoutSeconds));
+    } catch (const std::exception&) {
+        co_return CapturePermissionState::unknown;
+    }
+}
+
+CapturePermissionState CapturePermissionInspector::requestScreenCaptureAccess(Authorization& authorization) {
+    return granted(authorization.requestScreenCaptureAccess());
+}
+
+Task<CapturePermissionState> CapturePermissionInspector::requestSystemAudioAccess(SystemAudio& systemAudio) {
+    try {
+        co_await systemAudio.shareableContent();
+        co_return CapturePermissionState::authorized;
+    } catch (const std::exception&) {
+        co_return CapturePermissionState::denied;
+    }
+}
+
+std::string CapturePermissionInspector::settingsURL(CapturePermissionKind kind) {
+    const std::string page = "x-apple.systempreferences:com.apple.preference.security?Privacy_";
+    switch (kind) {
+    case CapturePermissionKind::microphone:
+        return page + "Microphone";
+    case CapturePermissionKind::systemAudio:
+        return page + "AudioCapture";
+    case CapturePermissionKind::screenCapture:
+        break;
+    }
+    return page + "ScreenCapture";
+}
+
+Task<bool> CapturePermissionInspector::microphoneAccess(Authorization& authorization,
+                                                        std::chrono::duration<double> timeout) {
+    const AuthorizationStatus status = authorization.microphoneStatus();
+    if (status != AuthorizationStatus::notDetermined) {
+        co_return status == AuthorizationStatus::authorized;
+    }
+    co_return co_await answerToRequest(authorization, timeout);
+}
+
+} // namespace talkledger
