@@ -79,7 +79,8 @@ public:
     /// Begins with the file and finishes by itself after its end. Throws when the file cannot be opened as audio.
     virtual Task<void> start(SpeechInputFile file) = 0;
 
-    /// The next result in order; absent when the sequence has ended.
+    /// The next result in order; absent when the sequence has ended. Awaited while `start` and the finishing run, and
+    /// before them.
     virtual Task<std::optional<SpeechTranscriptionResult>> nextResult() = 0;
 
     /// Returns when everything that was put in has been recognised and its results delivered.
