@@ -62,6 +62,7 @@ public:
     std::string loadFile(const std::string& fileName, const RecordingSession& session) const;
 
 private:
+    void saveSession(const RecordingSession& session);
     void write(std::string_view content, const std::filesystem::path& file, const RecordingSession& session);
     template <typename Value>
     Value load(const std::filesystem::path& file) const;

@@ -71,7 +71,8 @@ public:
     JsonError invalid(const std::string& expectation) const;
 
 private:
-    JsonError error(JsonError::Case failure, std::string_view key, const std::string& problem) const;
+    JsonError wrongType(const std::string& expected) const;
+    std::string subject() const;
 
     const Json* value_;
     std::string_view key_;

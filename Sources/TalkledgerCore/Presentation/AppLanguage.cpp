@@ -1,0 +1,127 @@
+#include "TalkledgerCore/Presentation/AppLanguage.h"
+
+#include "TalkledgerCore/Capture/CapturePermissionInspector.h"
+
+#include <array>
+#include <utility>
+
+namespace talkledger {
+
+namespace {
+
+constexpr auto appTexts = std::to_array<AppText>({
+#define TALKLEDGER_TEXT(key, english, japanese) {#key, english, japanese},
+#include "TalkledgerCore/Presentation/AppTexts.inc"
+#undef TALKLEDGER_TEXT
+});
+
+using Translation = std::pair<std::string_view, std::string_view>;
+
+constexpr std::array<Translation, 7> wholeMessages{{
+    {"Session created.", "セッションを作成しました。"},
+    {"Microphone capture started.", "マイク録音を開始しました。"},
+    {"System audio capture started.", "システム音声録音を開始しました。"},
+    {"Microphone capture stopped.", "マイク録音を停止しました。"},
+    {"System audio capture stopped.", "システム音声録音を停止しました。"},
+    {"Transcript and summary generated.", "文字起こしと要約を生成しました。"},
+    {"Empty transcript and summary generated.", "空の文字起こしと要約を生成しました。"},
+}};
+
+/// Beginnings of messages that end in an error's own text, which stays.
+constexpr std::array<Translation, 5> failurePrefixes{{
+    {"Microphone capture failed: ", "マイク録音の開始に失敗しました: "},
+    {"System audio capture failed: ", "システム音声録音の開始に失敗しました: "},
+    {"Microphone capture stop failed: ", "マイク録音の停止に失敗しました: "},
+    {"System audio capture stop failed: ", "システム音声録音の停止に失敗しました: "},
+    {"Transcription failed: ", "文字起こしに失敗しました: "},
+}};
+
+std::string withPrefixReplaced(const std::string& text, std::string_view prefix, std::string_view replacement) {
+    return text.starts_with(prefix) ? std::string(replacement) + text.substr(prefix.size()) : text;
+}
+
+} // namespace
+
+std::string_view rawValue(DisplayLanguage language) {
+    return language == DisplayLanguage::japanese ? "japanese" : "english";
+}
+
+template <>
+std::optional<DisplayLanguage> fromRawValue(std::string_view text) {
+    for (const DisplayLanguage language : allDisplayLanguages) {
+        if (rawValue(language) == text) {
+            return language;
+        }
+    }
+    return std::nullopt;
+}
+
+std::span<const AppText> AppCopy::texts() {
+    return appTexts;
+}
+
+std::string AppCopy::permissionLabel(std::optional<CapturePermissionState> state) const {
+    if (!state) {
+        return permissionChecking();
+    }
+    switch (*state) {
+    case CapturePermissionState::authorized:
+        return permissionAllowed();
+    case CapturePermissionState::notDetermined:
+        return permissionNotAsked();
+    case CapturePermissionState::denied:
+        return permissionDenied();
+    case CapturePermissionState::restricted:
+        return permissionRestricted();
+    case CapturePermissionState::unknown:
+        break;
+    }
+    return permissionUnknown();
+}
+
+std::string AppCopy::roleLabel(SpeakerRole role) const {
+    return role == SpeakerRole::customer ? text("Customer", "相手") : text("Me", "自分");
+}
+
+std::string AppCopy::artifactStatusLabel(bool exists, bool isEmpty) const {
+    if (!exists) {
+        return text("Missing", "未生成");
+    }
+    return isEmpty ? text("Empty", "空ファイル") : saved();
+}
+
+std::string AppCopy::sessionTitle(const std::string& title) const {
+    constexpr std::string_view englishPrefix = "Sales call ";
+    constexpr std::string_view japanesePrefix = "商談 ";
+    return language == DisplayLanguage::english ? withPrefixReplaced(title, japanesePrefix, englishPrefix)
+                                                : withPrefixReplaced(title, englishPrefix, japanesePrefix);
+}
+
+std::string AppCopy::diagnosticMessage(const std::string& message) const {
+    if (language == DisplayLanguage::english) {
+        return message;
+    }
+    for (const auto& [english, japanese] : wholeMessages) {
+        if (message == english) {
+            return std::string(japanese);
+        }
+    }
+    for (const auto& [english, japanese] : failurePrefixes) {
+        if (message.starts_with(english)) {
+            return withPrefixReplaced(message, english, japanese);
+        }
+    }
+    return message;
+}
+
+std::string AppCopy::summaryOverview(const std::string& overview) const {
+    constexpr std::string_view fallback = "Customer discussion captured for review.";
+    return overview == fallback ? text(fallback, "商談内容を確認用に保存しました。") : overview;
+}
+
+std::string AppCopy::followUpEmailDraft(const std::string& draft) const {
+    constexpr std::string_view fallback = "Thanks for the call.";
+    return draft == fallback ? text(fallback, "本日はありがとうございました。") : draft;
+}
+
+} // namespace talkledger
