@@ -1,0 +1,435 @@
+#include "TalkledgerPlatform/Audio/PipeWireCapture.h"
+
+#include "TalkledgerPlatform/Audio/SoundServerError.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <spa/param/audio/format-utils.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <span>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace talkledger {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+/// From opening a stream to its first samples, and how long a request to the server may take.
+constexpr auto kStartPatience = 1500ms;
+/// A device that has delivered and does not for so long has gone, or an output has nothing to say.
+constexpr auto kSilentAfter = 1s;
+constexpr auto kFirstRetry = 100ms;
+constexpr auto kLongestRetry = 1000ms;
+constexpr auto kSupervision = 500ms;
+constexpr auto kDeliveryInterval = 250ms;
+constexpr std::size_t kLongestThreadName = 15;
+
+/// What a stalled disk may hold up before samples are lost.
+constexpr std::size_t kRingSeconds = 8;
+constexpr std::size_t kLargestRingBytes = 32 << 20;
+
+MonotonicTime timeFromNanoseconds(std::int64_t nanoseconds) {
+    return MonotonicTime(std::chrono::nanoseconds(nanoseconds));
+}
+
+std::int64_t nanosecondsNow() noexcept {
+    return std::chrono::nanoseconds(Clock::now().time_since_epoch()).count();
+}
+
+spa_audio_info_raw rawFormat(const AudioFormat& format) {
+    spa_audio_info_raw raw{};
+    raw.format = SPA_AUDIO_FORMAT_F32;
+    raw.rate = static_cast<std::uint32_t>(format.sampleRate);
+    raw.channels = format.channelCount;
+    if (format.channelCount == 1) {
+        raw.position[0] = SPA_AUDIO_CHANNEL_MONO;
+    } else if (format.channelCount == 2) {
+        raw.position[0] = SPA_AUDIO_CHANNEL_FL;
+        raw.position[1] = SPA_AUDIO_CHANNEL_FR;
+    } else {
+        raw.flags = SPA_AUDIO_FLAG_UNPOSITIONED;
+    }
+    return raw;
+}
+
+AudioFormat audioFormat(const spa_audio_info_raw& raw) {
+    return {.commonFormat = AudioSampleFormat::float32,
+            .sampleRate = static_cast<double>(raw.rate),
+            .channelCount = raw.channels,
+            .isInterleaved = true};
+}
+
+bool isSameLayout(const spa_audio_info_raw& one, const spa_audio_info_raw& other) {
+    return one.rate == other.rate && one.channels == other.channels;
+}
+
+std::uint64_t ringFrames(const AudioFormat& format) {
+    const std::size_t frames = kRingSeconds * static_cast<std::size_t>(format.sampleRate);
+    return std::min(frames, kLargestRingBytes / sizeof(float) / format.channelCount);
+}
+
+} // namespace
+
+/// One linked stream; it lives from `openStream` to `closeStream`.
+struct PipeWireCapture::Stream {
+    PipeWireCapture& capture;
+    std::string target;
+    std::uint32_t number;
+    MonotonicTime changed{Clock::now()}; ///< when `state` was entered
+    pw_stream_state state{PW_STREAM_STATE_UNCONNECTED};
+    bool hasFailed{false};
+    std::atomic<bool> hasTrackFormat{false};
+    std::atomic<std::uint32_t> channelCount{0};
+    pw_stream* handle{nullptr};
+    spa_hook listener{};
+};
+
+const pw_stream_events PipeWireCapture::streamEvents = {
+    .version = PW_VERSION_STREAM_EVENTS,
+    .state_changed = [](void* context, pw_stream_state, pw_stream_state state,
+                        const char* error) { static_cast<Stream*>(context)->capture.streamStateChanged(state, error); },
+    .param_changed =
+        [](void* context, std::uint32_t id, const spa_pod* parameter) {
+            if (id == SPA_PARAM_Format && parameter != nullptr) {
+                static_cast<Stream*>(context)->capture.streamFormatChanged(parameter);
+            }
+        },
+    .process =
+        [](void* context) {
+            auto& stream = *static_cast<Stream*>(context);
+            while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream.handle)) {
+                stream.capture.capture(stream, *buffer);
+                pw_stream_queue_buffer(stream.handle, buffer);
+            }
+        },
+};
+
+PipeWireCapture::PipeWireCapture(CaptureSource source, TrackHealthHandler health)
+    : source_(source),
+      health_(std::move(health)),
+      retryDelay_(kFirstRetry),
+      wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      connection_([this] { supervise(); }) {
+    if (wakeDescriptor_ < 0) {
+        throw std::system_error(errno, std::generic_category(), "eventfd");
+    }
+}
+
+PipeWireCapture::~PipeWireCapture() {
+    close();
+    ::close(wakeDescriptor_);
+}
+
+AudioFormat PipeWireCapture::open(const std::optional<AudioFormat>& format) {
+    close();
+    {
+        const PipeWireConnection::Lock lock(connection_);
+        connection_.waitForDefaultDevice(source_, Clock::now() + kStartPatience);
+        format_ = format ? std::optional(rawFormat(*format)) : std::nullopt;
+        failure_.clear();
+        nextAttempt_ = Clock::now();
+        retryDelay_ = kFirstRetry;
+        isOpen_ = true;
+        supervise();
+        const auto deadline = Clock::now() + kStartPatience;
+        while (!format_ && connection_.waitForChange(deadline)) {
+        }
+        if (format_) {
+            return audioFormat(*format_);
+        }
+    }
+    fail();
+}
+
+void PipeWireCapture::fail() {
+    close();
+    throw SoundServerError(
+        failure_.empty() ? SoundServerError::Case::notAnswering : SoundServerError::Case::captureFailed, failure_);
+}
+
+void PipeWireCapture::start(const AudioFormat& format, std::uint32_t bufferSize, const std::string& threadName,
+                            Delivery deliver) {
+    endDelivery();
+    bool isOpenWithFormat = false;
+    {
+        const PipeWireConnection::Lock lock(connection_);
+        isOpenWithFormat = isOpen_ && format_ && audioFormat(*format_) == format;
+    }
+    if (!isOpenWithFormat) {
+        open(format);
+    }
+
+    startTime_ = Clock::now();
+    trackFormat_ = format;
+    deliver_ = std::move(deliver);
+    ring_ = std::make_unique<SampleRing>(format.channelCount, ringFrames(format));
+    hasArrived_ = false;
+    publishedHealth_.reset();
+    isStopping_ = false;
+    wakeFrames_ = 1; // the first samples at once
+    isCapturing_.store(true, std::memory_order_release);
+    deliveryThread_ = std::thread([this, bufferSize] { this->deliver(bufferSize); });
+    pthread_setname_np(deliveryThread_.native_handle(), threadName.substr(0, kLongestThreadName).c_str());
+    if (!waitForArrival()) {
+        fail();
+    }
+}
+
+bool PipeWireCapture::waitForArrival() {
+    const PipeWireConnection::Lock lock(connection_);
+    while (!hasArrived_) {
+        if (!connection_.waitForChange(startTime_ + kStartPatience)) {
+            return source_ == CaptureSource::systemAudio && stream_ && stream_->state == PW_STREAM_STATE_STREAMING;
+        }
+    }
+    return true;
+}
+
+void PipeWireCapture::endDelivery() noexcept {
+    if (!deliveryThread_.joinable()) {
+        return;
+    }
+    isCapturing_ = false;
+    stopTime_ = Clock::now();
+    isStopping_.store(true, std::memory_order_release);
+    wakeDelivery();
+    deliveryThread_.join();
+    deliver_ = nullptr;
+}
+
+void PipeWireCapture::close() noexcept {
+    endDelivery();
+    const PipeWireConnection::Lock lock(connection_);
+    isOpen_ = false;
+    closeStream();
+    connection_.disconnect();
+}
+
+void PipeWireCapture::supervise() {
+    if (!isOpen_) {
+        return;
+    }
+    const auto now = Clock::now();
+    if (!connection_.isConnected()) {
+        closeStream();
+        if (now >= nextAttempt_ && connection_.connect() != 0) {
+            retryLater();
+        }
+    }
+    if (connection_.isReady()) {
+        const std::optional<CaptureDevice> device = connection_.defaultDevice(source_);
+        if (stream_ && lastCallback_ != 0) {
+            retryDelay_ = kFirstRetry;
+        }
+        if (stream_ && (stream_->hasFailed || isStalled())) {
+            closeStream();
+            retryLater();
+        } else if (stream_ && (!device || device->name != stream_->target)) {
+            closeStream();
+        }
+        if (device && !stream_ && now >= nextAttempt_) {
+            openStream(*device);
+        }
+    }
+    isAway_ = !stream_ || stream_->state != PW_STREAM_STATE_STREAMING;
+    const auto untilAttempt = std::chrono::ceil<std::chrono::milliseconds>(nextAttempt_ - now);
+    connection_.callAfter(stream_ || untilAttempt <= 0ms ? std::chrono::milliseconds(kSupervision) : untilAttempt);
+}
+
+void PipeWireCapture::retryLater() {
+    nextAttempt_ = Clock::now() + retryDelay_;
+    retryDelay_ = std::min<std::chrono::milliseconds>(2 * retryDelay_, kLongestRetry);
+}
+
+bool PipeWireCapture::isStalled() const {
+    const auto now = Clock::now();
+    if (stream_->state != PW_STREAM_STATE_STREAMING) {
+        return now - stream_->changed > kStartPatience; // nobody links it
+    }
+    // An output that plays nothing may stop its clock; a microphone may not.
+    const std::int64_t last = lastCallback_;
+    return source_ == CaptureSource::microphone &&
+           (last != 0 ? now - timeFromNanoseconds(last) > kSilentAfter : now - stream_->changed > kStartPatience);
+}
+
+void PipeWireCapture::openStream(const CaptureDevice& device) {
+    const bool isMicrophone = source_ == CaptureSource::microphone;
+    const char* name = isMicrophone ? "talkledger-microphone" : "talkledger-system-audio";
+    // The session manager would move a stream without a target to an output's monitor when the microphone goes: it is
+    // bound to its device, and we move it ourselves.
+    pw_properties* properties =
+        pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_APP_NAME, "Talkledger",
+                          PW_KEY_NODE_LATENCY, "2048/48000", PW_KEY_TARGET_OBJECT, device.name.c_str(), nullptr);
+    if (!isMicrophone) {
+        pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
+    }
+    stream_ = std::make_unique<Stream>(*this, device.name, ++streamCount_);
+    lastCallback_ = 0;
+    stream_->handle = pw_stream_new(connection_.core(), name, properties);
+    if (stream_->handle == nullptr) {
+        stream_.reset();
+        retryLater();
+        return;
+    }
+    pw_stream_add_listener(stream_->handle, &stream_->listener, &streamEvents, stream_.get());
+
+    spa_audio_info_raw wanted{};
+    wanted.format = SPA_AUDIO_FORMAT_F32;
+    if (format_) {
+        wanted = *format_;
+    }
+    std::array<std::uint8_t, 1024> memory{};
+    spa_pod_builder builder{};
+    spa_pod_builder_init(&builder, memory.data(), static_cast<std::uint32_t>(memory.size()));
+    std::array<const spa_pod*, 1> parameters{spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &wanted)};
+    const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
+                                                    PW_STREAM_FLAG_RT_PROCESS | PW_STREAM_FLAG_DONT_RECONNECT);
+    if (pw_stream_connect(stream_->handle, PW_DIRECTION_INPUT, PW_ID_ANY, flags, parameters.data(),
+                          static_cast<std::uint32_t>(parameters.size())) < 0) {
+        stream_->hasFailed = true;
+        connection_.signalChange();
+    }
+}
+
+void PipeWireCapture::closeStream() {
+    if (stream_) {
+        spa_hook_remove(&stream_->listener);
+        pw_stream_destroy(stream_->handle); // waits for a callback that is under way
+        stream_.reset();
+    }
+}
+
+void PipeWireCapture::streamStateChanged(pw_stream_state state, const char* error) {
+    // While it is being destroyed a stream is no longer listened to, so this one is stream_.
+    stream_->state = state;
+    stream_->changed = Clock::now();
+    if (state == PW_STREAM_STATE_ERROR || (state == PW_STREAM_STATE_UNCONNECTED)) {
+        stream_->hasFailed = true;
+        failure_ = error != nullptr ? error : "";
+    }
+    connection_.signalChange();
+}
+
+void PipeWireCapture::streamFormatChanged(const spa_pod* parameter) {
+    spa_audio_info_raw negotiated{};
+    if (spa_format_audio_raw_parse(parameter, &negotiated) < 0 || negotiated.channels == 0 || negotiated.rate == 0) {
+        return;
+    }
+    if (!format_) {
+        format_ = negotiated;
+    }
+    stream_->channelCount = negotiated.channels;
+    stream_->hasTrackFormat = isSameLayout(negotiated, *format_);
+    stream_->hasFailed = !stream_->hasTrackFormat; // opened again with the track's format
+    connection_.signalChange();
+}
+
+void PipeWireCapture::capture(const Stream& stream, pw_buffer& buffer) noexcept {
+    const std::int64_t now = nanosecondsNow();
+    lastCallback_.store(now, std::memory_order_relaxed);
+    const spa_data& plane = buffer.buffer->datas[0];
+    const auto chunkFlags = static_cast<std::uint32_t>(plane.chunk->flags);
+    if (!isCapturing_.load(std::memory_order_acquire) || !stream.hasTrackFormat || plane.data == nullptr ||
+        (chunkFlags & SPA_CHUNK_FLAG_CORRUPTED) != 0) {
+        return;
+    }
+    const std::uint32_t offset = std::min(plane.chunk->offset, plane.maxsize);
+    const std::uint32_t size = std::min(plane.chunk->size, plane.maxsize - offset);
+    CapturePacket packet;
+    packet.frames = size / static_cast<std::uint32_t>(stream.channelCount * sizeof(float));
+    if (packet.frames == 0) {
+        return;
+    }
+    pw_time time{};
+    pw_stream_get_time_n(stream.handle, &time, sizeof(time));
+    packet.streamNumber = stream.number;
+    packet.cycleTime = time.now != 0 ? time.now : now;
+    packet.firstFrameTime = packet.cycleTime;
+    if (time.rate.num != 0 && time.rate.denom != 0) {
+        packet.ticks = time.ticks * time.rate.num;
+        packet.ticksPerSecond = time.rate.denom;
+        if (source_ == CaptureSource::microphone) { // what is heard now was said a little earlier
+            packet.firstFrameTime -= time.delay * time.rate.num * 1'000'000'000 / time.rate.denom;
+        }
+    }
+    const bool isEmpty = (chunkFlags & SPA_CHUNK_FLAG_EMPTY) != 0;
+    const auto* samples =
+        reinterpret_cast<const float*>(static_cast<const std::byte*>(plane.data) + offset); // aligned by the server
+    ring_->push(packet, isEmpty ? nullptr : samples);
+    if (ring_->framesReady() >= wakeFrames_.load(std::memory_order_relaxed)) {
+        wakeDelivery();
+    }
+}
+
+void PipeWireCapture::wakeDelivery() noexcept {
+    const std::uint64_t one = 1;
+    // Never blocks: the descriptor is not blocking, and a full counter wakes as well.
+    [[maybe_unused]] const ssize_t written = write(wakeDescriptor_, &one, sizeof(one));
+}
+
+void PipeWireCapture::deliver(std::uint32_t bufferSize) {
+    CaptureTimeline timeline(trackFormat_, bufferSize, [this](const AudioBuffer& buffer) { deliver_(buffer); });
+    MonotonicTime lastArrival = startTime_;
+    bool isStopping = false;
+    while (!isStopping) {
+        pollfd wake{.fd = wakeDescriptor_, .events = POLLIN, .revents = 0};
+        poll(&wake, 1, static_cast<int>(std::chrono::milliseconds(kDeliveryInterval).count()));
+        std::uint64_t count = 0;
+        [[maybe_unused]] const ssize_t taken = read(wakeDescriptor_, &count, sizeof(count));
+        isStopping = isStopping_.load(std::memory_order_acquire); // before draining: all that was captured until then
+
+        drain(timeline, lastArrival);
+        wakeFrames_.store(timeline.hasBegun() ? bufferSize : 1, std::memory_order_relaxed);
+        const MonotonicTime now = Clock::now();
+        const bool isSilent = now - lastArrival > kSilentAfter;
+        if (!timeline.hasBegun() && source_ == CaptureSource::systemAudio && now - startTime_ > kStartPatience) {
+            timeline.begin(startTime_);
+        }
+        if (timeline.hasBegun() && isSilent) {
+            timeline.fillTo(now - kSilentAfter);
+        }
+        if (isAway_ || (isSilent && source_ == CaptureSource::microphone)) {
+            publishHealth(TrackHealthEvent::waitingForDevice);
+        } else if (timeline.hasBegun()) {
+            publishHealth(TrackHealthEvent::deviceRunning);
+        }
+    }
+    if (timeline.hasBegun()) {
+        timeline.fillTo(stopTime_);
+        timeline.flush();
+    }
+}
+
+void PipeWireCapture::drain(CaptureTimeline& timeline, MonotonicTime& lastArrival) {
+    const bool hadBegun = timeline.hasBegun();
+    CapturePacket packet;
+    std::vector<float> samples;
+    while (ring_->pop(packet, samples)) {
+        timeline.add(packet, samples);
+        lastArrival = Clock::now();
+    }
+    if (!hadBegun && timeline.hasBegun()) {
+        const PipeWireConnection::Lock lock(connection_);
+        hasArrived_ = true;
+        connection_.signalChange();
+    }
+}
+
+void PipeWireCapture::publishHealth(TrackHealthEvent event) {
+    if (publishedHealth_ != event) {
+        publishedHealth_ = event;
+        if (health_) {
+            health_(source_ == CaptureSource::microphone ? AudioChannel::mic : AudioChannel::speaker, event);
+        }
+    }
+}
+
+} // namespace talkledger

@@ -1,0 +1,114 @@
+#pragma once
+
+#include "TalkledgerCore/Ports/Audio.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace talkledger::testing {
+
+/// What a capture delivered, watched while it grows. Any thread.
+class CapturedTrack {
+public:
+    void append(const AudioBuffer& buffer) {
+        const std::lock_guard lock(mutex_);
+        if (!begin_) {
+            begin_ = buffer.time;
+            format_ = buffer.format;
+        }
+        const std::chrono::duration<double> place = buffer.time - *begin_;
+        const double expected = static_cast<double>(frameCount()) / format_.sampleRate;
+        largestError_ = std::max(largestError_, std::abs(place.count() - expected));
+        const auto samples = buffer.floatSamples();
+        samples_.insert(samples_.end(), samples.begin(), samples.end());
+        changed_.notify_all();
+    }
+
+    void note(TrackHealthEvent event) {
+        const std::lock_guard lock(mutex_);
+        health_.push_back(event);
+        changed_.notify_all();
+    }
+
+    /// Waits for an event, not for a time: the patience only ends a test that has failed.
+    template <typename Predicate>
+    bool waitUntil(Predicate holds) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(40), holds);
+    }
+
+    bool waitForSeconds(double seconds) {
+        return waitUntil([&] { return static_cast<double>(frameCount()) >= seconds * format_.sampleRate; });
+    }
+
+    bool waitForHealth(const std::vector<TrackHealthEvent>& events) {
+        return waitUntil([&] { return health_.size() >= events.size(); }) && health() == events;
+    }
+
+    /// The frame at which `passage` (samples of all channels, the first not zero) stands whole, once it does.
+    std::optional<std::size_t> waitForPassage(std::span<const float> passage) {
+        std::optional<std::size_t> place;
+        waitUntil([&] {
+            place = find(passage);
+            return place.has_value();
+        });
+        return place;
+    }
+
+    std::vector<float> samples() {
+        const std::lock_guard lock(mutex_);
+        return samples_;
+    }
+
+    std::vector<TrackHealthEvent> health() {
+        const std::lock_guard lock(mutex_);
+        return health_;
+    }
+
+    /// The time of the first frame; the time after the last one.
+    MonotonicTime begin() {
+        const std::lock_guard lock(mutex_);
+        return begin_.value();
+    }
+
+    MonotonicTime end() {
+        const std::lock_guard lock(mutex_);
+        const std::chrono::duration<double> length(static_cast<double>(frameCount()) / format_.sampleRate);
+        return begin_.value() + std::chrono::duration_cast<MonotonicTime::duration>(length);
+    }
+
+    /// How far, in seconds, a buffer's time was from where the frames before it end.
+    double largestError() {
+        const std::lock_guard lock(mutex_);
+        return largestError_;
+    }
+
+private:
+    std::size_t frameCount() const { return format_.channelCount == 0 ? 0 : samples_.size() / format_.channelCount; }
+
+    std::optional<std::size_t> find(std::span<const float> passage) const {
+        const auto place = std::search(samples_.begin(), samples_.end(), passage.begin(), passage.end());
+        if (place == samples_.end()) {
+            return std::nullopt;
+        }
+        return static_cast<std::size_t>(place - samples_.begin()) / format_.channelCount;
+    }
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    AudioFormat format_;
+    std::optional<MonotonicTime> begin_;
+    double largestError_{0};
+    std::vector<float> samples_;
+    std::vector<TrackHealthEvent> health_;
+};
+
+} // namespace talkledger::testing

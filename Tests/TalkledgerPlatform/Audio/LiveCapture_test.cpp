@@ -1,0 +1,307 @@
+#include "Support/RunTask.h"
+#include "Support/SoundSession.h"
+#include "TalkledgerPlatform/Audio/CapturedTrack.h"
+#include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
+#include "TalkledgerPlatform/Audio/PipeWireSystemAudio.h"
+#include "TalkledgerPlatform/Audio/SoundServerError.h"
+
+#include <boost/asio/thread_pool.hpp>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <filesystem>
+#include <random>
+
+namespace talkledger {
+namespace {
+
+using testing::CapturedTrack;
+using testing::runTask;
+using testing::SoundSession;
+using testing::SoundSessionOptions;
+using enum TrackHealthEvent;
+
+constexpr int kRate = 48000;
+constexpr double kSampleTime = 1.0 / kRate;
+
+/// Noise: no two places look alike, and no sample is zero.
+std::vector<float> noise(double seconds, std::uint32_t channelCount, std::uint32_t seed) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> level(0.01F, 0.5F);
+    std::vector<float> samples(static_cast<std::size_t>(seconds * kRate) * channelCount);
+    for (float& sample : samples) {
+        sample = random() % 2 == 0 ? level(random) : -level(random);
+    }
+    return samples;
+}
+
+void writeWave(const std::filesystem::path& path, std::vector<float> samples, int channelCount) {
+    samples.resize(samples.size() + kRate / 2 * static_cast<std::size_t>(channelCount)); // the last quantum can be lost
+    SF_INFO format{};
+    format.samplerate = kRate;
+    format.channels = channelCount;
+    format.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &format);
+    ASSERT_NE(file, nullptr);
+    sf_write_float(file, samples.data(), static_cast<sf_count_t>(samples.size()));
+    sf_close(file);
+}
+
+/// A sound session in which a microphone is recorded.
+class MicrophoneRecording {
+public:
+    explicit MicrophoneRecording(const SoundSession& session)
+        : folder_(session.runtimeFolder()), input_(pool_.get_executor(), health()), engine_(input_.makeEngine()) {}
+
+    ~MicrophoneRecording() { stop(); }
+
+    MicrophoneRecording(const MicrophoneRecording&) = delete;
+    MicrophoneRecording& operator=(const MicrophoneRecording&) = delete;
+
+    AudioFormat inputFormat() { return runTask(engine_->inputFormat()); }
+
+    void start() {
+        const AudioFormat format = inputFormat();
+        engine_->installTap(4096, format, [track = track_](const AudioBuffer& buffer) { track->append(buffer); });
+        runTask(engine_->start());
+    }
+
+    void stop() {
+        engine_->removeTap();
+        engine_->stop();
+    }
+
+    CapturedTrack& track() { return *track_; }
+
+private:
+    TrackHealthHandler health() {
+        return [track = track_](AudioChannel, TrackHealthEvent event) { track->note(event); };
+    }
+
+    std::filesystem::path folder_;
+    std::shared_ptr<CapturedTrack> track_{std::make_shared<CapturedTrack>()};
+    boost::asio::thread_pool pool_{1};
+    PipeWireAudioInput input_;
+    std::unique_ptr<AudioInputEngine> engine_;
+};
+
+class OutputRecording : public CaptureStreamOutput, public std::enable_shared_from_this<OutputRecording> {
+public:
+    void start() {
+        const ShareableContent content = runTask(systemAudio_.shareableContent());
+        stream_ = systemAudio_.makeStream({.display = content.displays.at(0)}, {});
+        stream_->addStreamOutput(weak_from_this(), "talkledger.test-samples");
+        runTask(stream_->startCapture());
+    }
+
+    void stop() { runTask(stream_->stopCapture()); }
+
+    void streamDidOutput(const CaptureSampleBuffer& sample) override { track_.append(sample.audio); }
+
+    void streamDidStop(const std::string& /*reason*/) override {}
+
+    PipeWireSystemAudio& systemAudio() { return systemAudio_; }
+
+    CapturedTrack& track() { return track_; }
+
+private:
+    CapturedTrack track_;
+    boost::asio::thread_pool pool_{1};
+    PipeWireSystemAudio systemAudio_{pool_.get_executor(),
+                                     [this](AudioChannel, TrackHealthEvent event) { track_.note(event); }};
+    std::unique_ptr<CaptureStream> stream_;
+};
+
+class LiveCapture : public ::testing::Test {
+protected:
+    SoundSession& enterSession(const SoundSessionOptions& options = {}) {
+        session_.emplace(options);
+        session_->enter();
+        return *session_;
+    }
+
+    /// A file with `samples`, in the session's folder.
+    std::filesystem::path wave(const std::vector<float>& samples, int channelCount) {
+        const auto path = session_->runtimeFolder() / ("wave" + std::to_string(++waveCount_) + ".wav");
+        writeWave(path, samples, channelCount);
+        return path;
+    }
+
+    /// The track has no hole, and its length is that of the time from its first frame to the stop.
+    static void expectTrueTimeline(CapturedTrack& track, MonotonicTime stopped) {
+        EXPECT_LT(track.largestError(), kSampleTime / 2);
+        const std::chrono::duration<double> behind = stopped - track.end();
+        EXPECT_LT(behind.count(), kSampleTime) << "the track ends before the stop";
+        EXPECT_GT(behind.count(), -0.1) << "the track is longer than the time that it covers";
+    }
+
+private:
+    std::optional<SoundSession> session_;
+    int waveCount_{0};
+};
+
+TEST_F(LiveCapture, MicrophonePassageIsBitExact) {
+    const SoundSession& session = enterSession();
+    const auto passage = noise(3, 1, 1);
+    const auto player = session.playIntoMicrophone(wave(passage, 1));
+    MicrophoneRecording recording(session);
+    recording.start();
+    EXPECT_TRUE(recording.track().waitForPassage(passage));
+    const MonotonicTime stopped = std::chrono::steady_clock::now();
+    recording.stop();
+    expectTrueTimeline(recording.track(), stopped);
+}
+
+TEST_F(LiveCapture, FollowsTheDefaultMicrophoneAndComesBack) {
+    const SoundSession& session = enterSession();
+    MicrophoneRecording recording(session);
+    recording.start();
+    ASSERT_TRUE(recording.track().waitForSeconds(0.5));
+    const auto passage = noise(2, 1, 2);
+    {
+        const auto player = session.playIntoMicrophone(wave(passage, 1)); // plugged in, then gone at its end
+        EXPECT_TRUE(recording.track().waitForPassage(passage));
+    }
+    const double seconds = static_cast<double>(recording.track().samples().size()) / kRate;
+    EXPECT_TRUE(recording.track().waitForSeconds(seconds + 2));
+    const MonotonicTime stopped = std::chrono::steady_clock::now();
+    recording.stop();
+    expectTrueTimeline(recording.track(), stopped);
+}
+
+TEST_F(LiveCapture, ConvertsAnotherMicrophoneToTheTracksFormat) {
+    SoundSession& session = enterSession();
+    MicrophoneRecording recording(session);
+    recording.start();
+    EXPECT_EQ(recording.inputFormat().channelCount, 1U);
+}
+
+TEST_F(LiveCapture, WithoutAMicrophoneTheMonitorIsNotRecorded) {
+    SoundSession& session = enterSession({.hasMicrophone = false});
+    const auto loud = wave(noise(60, 2, 3), 2);
+    const auto player = session.play(loud);
+    {
+        MicrophoneRecording recording(session);
+        EXPECT_EQ(recording.inputFormat().channelCount, 0U);
+        EXPECT_THROW(recording.start(), SoundServerError);
+    }
+    // The same when the only microphone is unplugged in the middle: its silence, and its return.
+    const std::string microphone = "plugged-in";
+    session.addNode(microphone, "Audio/Source/Virtual", "MONO", 2000);
+    MicrophoneRecording recording(session);
+    recording.start();
+    session.removeNode(microphone);
+    EXPECT_TRUE(recording.track().waitForHealth({deviceRunning, waitingForDevice}));
+    EXPECT_TRUE(recording.track().waitForSeconds(3));
+    const auto passage = noise(1, 1, 4);
+    const auto voice = session.playIntoMicrophone(wave(passage, 1));
+    const std::optional<std::size_t> place = recording.track().waitForPassage(passage);
+    ASSERT_TRUE(place);
+    const auto samples = recording.track().samples();
+    EXPECT_TRUE(std::all_of(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(*place),
+                            [](float sample) { return sample == 0; }));
+    const MonotonicTime stopped = std::chrono::steady_clock::now();
+    recording.stop();
+    expectTrueTimeline(recording.track(), stopped);
+    EXPECT_EQ(recording.track().health().at(2), deviceRunning);
+}
+
+TEST_F(LiveCapture, BothTracksOutlastARestartOfTheServer) {
+    SoundSession& session = enterSession();
+    MicrophoneRecording microphone(session);
+    const auto output = std::make_shared<OutputRecording>();
+    microphone.start();
+    output->start();
+    ASSERT_TRUE(microphone.track().waitForSeconds(0.5) && output->track().waitForSeconds(0.5));
+    session.stopServer();
+    EXPECT_TRUE(microphone.track().waitForHealth({deviceRunning, waitingForDevice}));
+    EXPECT_TRUE(output->track().waitForHealth({deviceRunning, waitingForDevice}));
+    session.startServer();
+    EXPECT_TRUE(microphone.track().waitForHealth({deviceRunning, waitingForDevice, deviceRunning}));
+    EXPECT_TRUE(output->track().waitForHealth({deviceRunning, waitingForDevice, deviceRunning}));
+    const auto spoken = noise(1, 1, 5);
+    const auto played = noise(1, 2, 6);
+    const auto player = session.play(wave(played, 2));
+    const auto voice = session.playIntoMicrophone(wave(spoken, 1));
+    EXPECT_TRUE(output->track().waitForPassage(played));
+    EXPECT_TRUE(microphone.track().waitForPassage(spoken));
+    const MonotonicTime stopped = std::chrono::steady_clock::now();
+    microphone.stop();
+    expectTrueTimeline(microphone.track(), stopped);
+    const MonotonicTime outputStopped = std::chrono::steady_clock::now();
+    output->stop();
+    expectTrueTimeline(output->track(), outputStopped);
+}
+
+TEST_F(LiveCapture, BothTracksOutlastARestartOfTheSessionManager) {
+    SoundSession& session = enterSession();
+    MicrophoneRecording microphone(session);
+    const auto output = std::make_shared<OutputRecording>();
+    microphone.start();
+    output->start();
+    session.stopSessionManager();
+    EXPECT_TRUE(microphone.track().waitForHealth({deviceRunning, waitingForDevice}));
+    EXPECT_TRUE(output->track().waitForHealth({deviceRunning, waitingForDevice}));
+    session.startSessionManager();
+    const auto spoken = noise(1, 1, 7);
+    const auto played = noise(1, 2, 8);
+    const auto player = session.play(wave(played, 2));
+    const auto voice = session.playIntoMicrophone(wave(spoken, 1));
+    EXPECT_TRUE(output->track().waitForPassage(played));
+    EXPECT_TRUE(microphone.track().waitForPassage(spoken));
+}
+
+TEST_F(LiveCapture, OutputPassageIsWholeAndAQuietOutputIsSilence) {
+    SoundSession& session = enterSession();
+    const auto output = std::make_shared<OutputRecording>();
+    output->start();
+    ASSERT_TRUE(output->track().waitForSeconds(2));
+    const auto quiet = output->track().samples();
+    EXPECT_TRUE(std::all_of(quiet.begin(), quiet.end(), [](float sample) { return sample == 0; }));
+    const auto passage = noise(2, 2, 9);
+    const auto player = session.play(wave(passage, 2));
+    EXPECT_TRUE(output->track().waitForPassage(passage));
+    EXPECT_EQ(output->track().health(), std::vector{deviceRunning});
+    const MonotonicTime stopped = std::chrono::steady_clock::now();
+    output->stop();
+    expectTrueTimeline(output->track(), stopped);
+}
+
+TEST_F(LiveCapture, FollowsTheDefaultOutput) {
+    SoundSession& session = enterSession();
+    const auto output = std::make_shared<OutputRecording>();
+    output->start();
+    session.addNode("headset", "Audio/Sink", "FL FR", 3000);
+    const auto first = noise(1, 2, 10);
+    const auto player = session.play(wave(first, 2));
+    EXPECT_TRUE(output->track().waitForPassage(first));
+    session.removeNode("headset");
+    session.waitForDefaultSink(SoundSession::kOutput);
+    const auto second = noise(1, 2, 11);
+    const auto secondPlayer = session.play(wave(second, 2));
+    EXPECT_TRUE(output->track().waitForPassage(second));
+    EXPECT_LT(output->track().largestError(), kSampleTime / 2);
+}
+
+TEST_F(LiveCapture, ServerThatIsNotThereOrHangsIsToldInBoundedTime) {
+    SoundSession& session = enterSession();
+    MicrophoneRecording recording(session);
+    OutputRecording output;
+    session.freezeServer();
+    EXPECT_EQ(recording.inputFormat().channelCount, 0U);
+    EXPECT_THROW(runTask(output.systemAudio().shareableContent()), SoundServerError);
+    session.thawServer();
+    session.stopServer();
+    EXPECT_EQ(recording.inputFormat().channelCount, 0U);
+    EXPECT_THROW(recording.start(), SoundServerError);
+    EXPECT_THROW(runTask(output.systemAudio().shareableContent()), SoundServerError);
+}
+
+TEST_F(LiveCapture, WithoutAnOutputThereIsNothingToShare) {
+    enterSession({.hasOutput = false});
+    OutputRecording output;
+    EXPECT_TRUE(runTask(output.systemAudio().shareableContent()).displays.empty());
+}
+
+} // namespace
+} // namespace talkledger
