@@ -1,0 +1,216 @@
+#include "Rehearsal/Rehearsal.h"
+
+#include "Rehearsal/Conversation.h"
+#include "Rehearsal/ConversationPlayer.h"
+#include "Rehearsal/RehearsedProgram.h"
+#include "Rehearsal/SpeechSynthesis.h"
+#include "Rehearsal/VirtualDisplay.h"
+#include "Rehearsal/Waiting.h"
+#include "Support/SoundSession.h"
+#include "TalkledgerCore/Support/Json.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+namespace talkledger::rehearsal {
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr double kSmallestShareOfWords = 0.8;
+constexpr double kLargestErrorMs = 1;
+// Both tracks at a fifth of their length would do; this also holds on a loaded machine.
+constexpr std::chrono::seconds kPatienceForTranscript{300};
+
+double secondsSince(Clock::time_point time) {
+    return std::chrono::duration<double>(Clock::now() - time).count();
+}
+
+/// Where the results go. Its "result.json" marks a folder as a rehearsal's own and names what may be replaced, so that
+/// nobody else's files are lost.
+class OutputFolder {
+public:
+    explicit OutputFolder(fs::path folder) : folder_(std::move(folder)) {
+        fs::create_directories(folder_);
+        if (!fs::is_empty(folder_)) {
+            removeEarlierResults();
+        }
+        note({{"failure", "The rehearsal has not ended."}});
+    }
+
+    fs::path recording() const { return folder_ / "recording"; }
+
+    fs::path picture() const { return folder_ / "window.png"; }
+
+    void take(const fs::path& recording, const fs::path& document) {
+        note({{kDocument, document.filename().string()}});
+        fs::copy(recording, this->recording(), fs::copy_options::recursive);
+        fs::copy(document, folder_ / document.filename());
+    }
+
+    /// Adds to "result.json".
+    void note(const Json& findings) {
+        result_.update(findings);
+        write();
+    }
+
+    void pass() {
+        result_.erase("failure");
+        write();
+    }
+
+private:
+    static constexpr const char* kDocument = "document";
+
+    void removeEarlierResults() const {
+        const JsonSource source{.name = "The result of an earlier rehearsal in " + folder_.string(),
+                                .advice = "Name a new or empty folder."};
+        std::ifstream file(folder_ / kResult);
+        const JsonDocument earlier(std::string(std::istreambuf_iterator<char>(file), {}), source);
+        if (const auto document = earlier.root().optional(kDocument)) {
+            fs::remove(folder_ / fs::path(document->string()).filename());
+        }
+        fs::remove_all(recording());
+        fs::remove(picture());
+    }
+
+    void write() const {
+        std::ofstream file(folder_ / kResult);
+        file << encodeJson(result_) << '\n';
+        file.close();
+        if (!file) {
+            throw RehearsalError("The result could not be written to " + folder_.string() + ".");
+        }
+    }
+
+    static constexpr const char* kResult = "result.json";
+
+    fs::path folder_;
+    Json result_ = Json::object();
+};
+
+Json toJson(const RehearsalResult& result) {
+    return {{"words", {{"me", result.recording.wordsOfMe}, {"customer", result.recording.wordsOfCustomer}}},
+            {"echoesDropped", result.echoesDropped},
+            {"micExact", result.recording.micExact},
+            {"offsetMs", result.recording.offsetMs},
+            {"lengthErrorMs", result.recording.lengthErrorMs},
+            {"likeness", result.recording.likeness},
+            {"recordingSeconds", result.recordingSeconds},
+            {"captureCpuShare", result.captureCpuShare},
+            {"cpuShare", result.cpuShare},
+            {"stopSeconds", result.stopSeconds}};
+}
+
+std::string percent(double share) {
+    return std::to_string(std::lround(100 * share)) + " %";
+}
+
+std::string milliseconds(double value) {
+    return std::to_string(std::round(value * 1000) / 1000) + " ms";
+}
+
+void demand(bool holds, const std::string& otherwise) {
+    if (!holds) {
+        throw RehearsalError(otherwise);
+    }
+}
+
+/// Throws with the first thing that is not good enough.
+void judge(const RehearsalResult& result, bool echoIsCertain) {
+    const RecordingFindings& found = result.recording;
+    for (const auto& [speaker, share] : {std::pair("me", found.wordsOfMe), {"customer", found.wordsOfCustomer}}) {
+        demand(share >= kSmallestShareOfWords,
+               "Of the words of \"" + std::string(speaker) + "\" only " + percent(share) + " stand in the transcript.");
+    }
+    demand(found.micExact, "The passage that was played into the microphone does not stand in mic.wav sample for "
+                           "sample.");
+    demand(std::abs(found.offsetMs) <= kLargestErrorMs,
+           "The passage in speaker.m4a begins " + milliseconds(found.offsetMs) + " off its place.");
+    demand(std::abs(found.lengthErrorMs) <= kLargestErrorMs,
+           "The passage in speaker.m4a is " + milliseconds(found.lengthErrorMs) + " longer than it was played.");
+    demand(result.echoesDropped > 0 || !echoIsCertain,
+           "No echo of the customer was found in the microphone's track, and there is one.");
+}
+
+Performance stage(const Conversation& conversation, const fs::path& scratchFolder) {
+    std::vector<SpokenUtterance> utterances;
+    for (const Utterance& utterance : conversation) {
+        utterances.push_back({.isCustomer = utterance.speaker == SpeakerRole::customer,
+                              .samples = synthesize(utterance.voice, utterance.text, scratchFolder)});
+    }
+    return perform(utterances);
+}
+
+/// Plays the performance to the program while it records, and takes what came of it.
+RehearsalResult record(const fs::path& programFile, const Performance& performance, const testing::SoundSession& sound,
+                       OutputFolder& output) {
+    const VirtualDisplay display;
+    testing::EnvironmentChanges surroundings = sound.environment();
+    surroundings.merge(display.environment());
+    RehearsedProgram program({programFile.string()}, surroundings);
+
+    RehearsalResult result;
+    const auto startTime = Clock::now();
+    const auto startCpu = program.processorTime();
+    program.startRecording();
+    const fs::path recording = program.waitForRecording();
+    program.waitUntilCapturing(recording);
+    program.await("the program shows its window", [&] { return display.showsWindow(program.pid()); });
+
+    const auto captureTime = Clock::now();
+    const auto captureCpu = program.processorTime();
+    ConversationPlayer player(performance, testing::SoundSession::kOutput, testing::SoundSession::kMicrophone);
+    player.play();
+    player.waitUntilPlayed(std::chrono::seconds(performance.output.size() / kFrameRate) + kPatience);
+    result.captureCpuShare = (program.processorTime() - captureCpu).count() / secondsSince(captureTime);
+
+    const auto stopTime = Clock::now();
+    result.recordingSeconds = secondsSince(startTime);
+    program.stopRecording();
+    const fs::path document = program.waitForDocument(kPatienceForTranscript);
+    result.stopSeconds = secondsSince(stopTime);
+    result.cpuShare = (program.processorTime() - startCpu).count() / result.recordingSeconds;
+
+    display.photograph(program.pid(), output.picture());
+    output.take(recording, document);
+    program.end();
+    demand(program.standardError().empty(), "The program complained: " + program.standardError());
+    return result;
+}
+
+RehearsalResult rehearse(const RehearsalOptions& options, OutputFolder& output) {
+    demand(fs::exists(options.program), "There is no program " + options.program.string() + ".");
+    const fs::path file = options.conversation.value_or(TALKLEDGER_REHEARSAL_CONVERSATION);
+    const Conversation conversation = loadConversation(file, synthesizerVoices());
+
+    const testing::SoundSession sound;
+    sound.enter();
+    const Performance performance = stage(conversation, sound.runtimeFolder());
+    RehearsalResult result = record(fs::absolute(options.program), performance, sound, output);
+    result.recording = examine(output.recording(), conversation, performance);
+    result.echoesDropped = countEchoes(output.recording());
+    output.note(toJson(result));
+    judge(result, !options.conversation);
+    output.pass();
+    return result;
+}
+
+} // namespace
+
+RehearsalResult rehearse(const RehearsalOptions& options) {
+    OutputFolder output(options.outputFolder);
+    try {
+        return rehearse(options, output);
+    } catch (const std::exception& failure) {
+        output.note({{"failure", failure.what()}});
+        throw;
+    }
+}
+
+} // namespace talkledger::rehearsal

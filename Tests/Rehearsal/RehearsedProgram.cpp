@@ -1,0 +1,184 @@
+#include "Rehearsal/RehearsedProgram.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <sstream>
+
+namespace talkledger::rehearsal {
+namespace {
+
+constexpr const char* kApplication = "app.talkledger.Talkledger";
+
+std::string readFile(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+struct ProcessUse {
+    pid_t parent{0};
+    double seconds{0}; ///< of processor time, with that of the children it has waited for
+};
+
+std::map<pid_t, ProcessUse> readProcesses() {
+    const auto ticksPerSecond = static_cast<double>(sysconf(_SC_CLK_TCK));
+    std::map<pid_t, ProcessUse> processes;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        const std::string stat = readFile(entry.path() / "stat");
+        const std::size_t nameEnd = stat.rfind(')');
+        if (nameEnd == std::string::npos) {
+            continue;
+        }
+        // Behind the name: the state, the parent, nine fields, then user, system, children's user, children's system.
+        std::istringstream fields(stat.substr(nameEnd + 1));
+        std::string skipped;
+        ProcessUse process;
+        fields >> skipped >> process.parent;
+        for (int field = 0; field < 9; ++field) {
+            fields >> skipped;
+        }
+        for (int field = 0; field < 4; ++field) {
+            double ticks = 0;
+            fields >> ticks;
+            process.seconds += ticks / ticksPerSecond;
+        }
+        processes[static_cast<pid_t>(std::stol(entry.path().filename()))] = process;
+    }
+    return processes;
+}
+
+double processorSeconds(pid_t root, const std::map<pid_t, ProcessUse>& processes) {
+    const auto found = processes.find(root);
+    double seconds = found == processes.end() ? 0 : found->second.seconds;
+    for (const auto& [pid, process] : processes) {
+        if (process.parent == root) {
+            seconds += processorSeconds(pid, processes);
+        }
+    }
+    return seconds;
+}
+
+/// 0 when there is no such file.
+std::uintmax_t sizeOf(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    return error ? 0 : size;
+}
+
+std::vector<std::filesystem::path> entries(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> found;
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
+        found.push_back(entry.path());
+    }
+    return found;
+}
+
+} // namespace
+
+RehearsedProgram::RehearsedProgram(const std::vector<std::string>& command,
+                                   const testing::EnvironmentChanges& surroundings)
+    : environment_(home_.environment()) {
+    for (const auto& [name, value] : surroundings) {
+        environment_.try_emplace(name, value);
+    }
+    testing::ChildProcessOptions options;
+    options.arguments = command;
+    options.environment = environment_;
+    options.workingDirectory = home_.folder();
+    process_ = std::make_unique<testing::ChildProcess>(options);
+
+    testing::ChildProcessOptions watch;
+    watch.arguments = {"gdbus", "wait", "--session", kApplication};
+    watch.environment = environment_;
+    testing::ChildProcess nameWatch(watch);
+    await("the program is on the session bus", [&] { return nameWatch.wait(std::chrono::milliseconds(0)) == 0; });
+}
+
+std::vector<std::filesystem::path> RehearsedProgram::recordings() const {
+    return entries(home_.recordings());
+}
+
+std::filesystem::path RehearsedProgram::waitForRecording() {
+    await("a recording's folder is there", [this] {
+        const auto found = recordings();
+        return found.size() == 1 && sizeOf(found.front() / "session.json") > 0;
+    });
+    return recordings().front();
+}
+
+void RehearsedProgram::waitUntilCapturing(const std::filesystem::path& recording) {
+    for (const char* track : {"mic.wav", "speaker.m4a"}) {
+        std::uintmax_t first = 0;
+        await(std::string(track) + " grows", [&] {
+            const std::uintmax_t size = sizeOf(recording / track);
+            if (first == 0) {
+                first = size;
+            }
+            return size > first;
+        });
+    }
+}
+
+std::filesystem::path RehearsedProgram::waitForDocument(std::chrono::seconds patience) {
+    std::filesystem::path document;
+    await(
+        "the Markdown document is written",
+        [&] {
+            for (const auto& path : entries(home_.documents())) {
+                if (path.extension() == ".md" && sizeOf(path) > 0) {
+                    document = path;
+                }
+            }
+            return !document.empty();
+        },
+        patience);
+    return document;
+}
+
+void RehearsedProgram::await(const std::string& what, const std::function<bool()>& holds,
+                             std::chrono::seconds patience) {
+    waitUntil(
+        what,
+        [&] {
+            if (const auto status = process_->wait(std::chrono::milliseconds(0))) {
+                throw RehearsalError("The program ended with status " + std::to_string(*status) +
+                                     " before this: " + what + ". It said: " + process_->standardError());
+            }
+            return holds();
+        },
+        patience);
+}
+
+std::chrono::duration<double> RehearsedProgram::processorTime() const {
+    return std::chrono::duration<double>(processorSeconds(pid(), readProcesses()));
+}
+
+void RehearsedProgram::kill() {
+    process_->signal(SIGKILL);
+    process_->wait(kPatience);
+}
+
+void RehearsedProgram::end() {
+    process_->signal(SIGTERM);
+    const std::optional<int> status = process_->wait(kPatience);
+    if (!status) {
+        throw RehearsalError("The program did not end when it was asked to.");
+    }
+    if (*status != 0) {
+        throw RehearsalError("The program ended with status " + std::to_string(*status) +
+                             " when it was asked to end. It said: " + process_->standardError());
+    }
+}
+
+void RehearsedProgram::activateAction(const std::string& action) {
+    testing::ChildProcessOptions options;
+    options.arguments = {"gapplication", "action", kApplication, action};
+    options.environment = environment_;
+    testing::runProgram(options);
+}
+
+} // namespace talkledger::rehearsal
