@@ -57,6 +57,9 @@ public:
 
     bool isRecording() const { return currentSession_.has_value(); }
 
+    /// The recording in progress; a start that failed to write its diagnostics leaves one, for `stop` to finish.
+    const std::optional<RecordingSession>& currentSession() const { return currentSession_; }
+
     /// One track is enough. When neither starts, the recording's folder stays with its diagnostics.
     Task<RecordingSession> start(std::string title);
 

@@ -1,0 +1,29 @@
+#include "TalkledgerCore/Presentation/RecordingDisplayMetadataBuilder.h"
+
+#include <gtest/gtest.h>
+
+namespace talkledger {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+TEST(RecordingDisplayMetadataBuilder, CountsWholeSecondsUpToTheEndOrUntilNow) {
+    RecordingSession session;
+    session.startedAt = Date(seconds(1'000'000));
+    const auto built = [&](Date now) { return RecordingDisplayMetadataBuilder().build(session, now); };
+    const auto running = [](const char* duration) {
+        return RecordingDisplayMetadata{.duration = duration, .status = RecordingDisplayStatus::recording};
+    };
+    EXPECT_EQ(built(session.startedAt + seconds(65)), running("01:05"));
+    EXPECT_EQ(built(session.startedAt + milliseconds(59'999)), running("00:59"));
+    EXPECT_EQ(built(session.startedAt - seconds(90)), running("00:00"));
+    session.endedAt = session.startedAt + seconds(75 * 60 + 3);
+    EXPECT_EQ(built(session.startedAt + seconds(9)),
+              (RecordingDisplayMetadata{.duration = "75:03", .status = RecordingDisplayStatus::transcribed}));
+    session.endedAt = session.startedAt + seconds(100 * 60);
+    EXPECT_EQ(built(session.startedAt).duration, "100:00");
+}
+
+} // namespace
+} // namespace talkledger
