@@ -65,6 +65,9 @@ Json parse(std::string_view text, const JsonSource& source) {
         throw readError(JsonError::Case::malformed, "",
                         "it is nested deeper than " + std::to_string(JsonDocument::maximumDepth) + " levels", source);
     }
+    if (text.find('\0') != std::string_view::npos) { // the parser would take it for the end
+        throw readError(JsonError::Case::malformed, "", "it holds a zero byte", source);
+    }
     try {
         return Json::parse(text);
     } catch (const nlohmann::json::exception& failure) {

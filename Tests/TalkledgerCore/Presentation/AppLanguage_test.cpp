@@ -1,0 +1,59 @@
+#include "TalkledgerCore/Presentation/AppLanguage.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace talkledger {
+namespace {
+
+constexpr AppCopy english{DisplayLanguage::english};
+constexpr AppCopy japanese{DisplayLanguage::japanese};
+
+TEST(AppCopy, HasEveryTextInBothLanguagesUnderOneKey) {
+    std::set<std::string_view> keys;
+    for (const AppText& text : AppCopy::texts()) {
+        EXPECT_TRUE(keys.insert(text.key).second) << text.key;
+        EXPECT_FALSE(text.english.empty() || text.japanese.empty()) << text.key;
+    }
+    EXPECT_EQ(AppCopy::texts().front().key, "appTitle");
+    EXPECT_NE(english, japanese);
+}
+
+TEST(AppCopy, ShowsGeneratedTitlesInItsLanguage) {
+    EXPECT_EQ(english.sessionTitle("商談 2025-06-02 10:30:00"), "Sales call 2025-06-02 10:30:00");
+    EXPECT_EQ(japanese.sessionTitle("Sales call 2025-06-02 10:30:00"), "商談 2025-06-02 10:30:00");
+    EXPECT_EQ(english.sessionTitle("商談2025"), "商談2025");
+    EXPECT_EQ(english.sessionTitle("Sales call 1"), "Sales call 1");
+    EXPECT_EQ(japanese.sessionTitle("My Sales call 1"), "My Sales call 1");
+}
+
+TEST(AppCopy, TranslatesMessagesAndKeepsErrorTexts) {
+    EXPECT_EQ(japanese.diagnosticMessage("Transcription failed: no speech"), "文字起こしに失敗しました: no speech");
+    EXPECT_EQ(japanese.diagnosticMessage("Microphone capture stop failed: x"), "マイク録音の停止に失敗しました: x");
+    EXPECT_EQ(japanese.diagnosticMessage("Session created."), "セッションを作成しました。");
+    EXPECT_EQ(japanese.diagnosticMessage("Session created. "), "Session created. ");
+    EXPECT_EQ(japanese.diagnosticMessage("Foundation Models summary failed: x"), "Foundation Models summary failed: x");
+    EXPECT_EQ(english.diagnosticMessage("Transcription failed: no speech"), "Transcription failed: no speech");
+}
+
+TEST(AppCopy, TranslatesTheFixedSentencesOnly) {
+    EXPECT_EQ(japanese.summaryOverview("Customer discussion captured for review."), "商談内容を確認用に保存しました。");
+    EXPECT_EQ(japanese.followUpEmailDraft("Thanks for the call."), "本日はありがとうございました。");
+    EXPECT_EQ(japanese.followUpEmailDraft("Thanks for the call. I will address concern."),
+              "Thanks for the call. I will address concern.");
+    EXPECT_EQ(english.summaryOverview("Customer discussion captured for review."),
+              "Customer discussion captured for review.");
+    EXPECT_EQ(japanese.artifactStatusLabel(true, true), "空ファイル");
+    EXPECT_EQ(english.artifactStatusLabel(false, true), "Missing");
+    EXPECT_EQ(english.artifactStatusLabel(true, false), "Saved");
+}
+
+TEST(DisplayLanguage, IsReadFromItsExactWord) {
+    EXPECT_EQ(fromRawValue<DisplayLanguage>("japanese"), DisplayLanguage::japanese);
+    EXPECT_EQ(fromRawValue<DisplayLanguage>("english"), DisplayLanguage::english);
+    EXPECT_FALSE(fromRawValue<DisplayLanguage>("English"));
+}
+
+} // namespace
+} // namespace talkledger

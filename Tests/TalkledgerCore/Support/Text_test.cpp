@@ -1,0 +1,100 @@
+#include "TalkledgerCore/Support/Text.h"
+
+#include <gmock/gmock.h>
+
+#include <random>
+#include <thread>
+
+namespace talkledger {
+namespace {
+
+using ::testing::ElementsAre;
+
+TEST(Text, SplitsIntoWhatAReaderTakesForCharacters) {
+    EXPECT_THAT(text::characters("e\u0301\r\nが👨‍👩‍👧🇯🇵🇫🇷"),
+                ElementsAre("e\u0301", "\r\n", "が", "👨‍👩‍👧", "🇯🇵", "🇫🇷"));
+    EXPECT_THAT(text::characters("か\u3099ｶﾞ각"), ElementsAre("か\u3099", "ｶﾞ", "각"));
+    EXPECT_TRUE(text::characters("").empty());
+    EXPECT_EQ(text::characterCount("👍🏽é한글"), 4U);
+}
+
+TEST(Text, CutsBetweenCharactersOnly) {
+    EXPECT_EQ(text::prefix("a👨‍👩‍👧b", 2), "a👨‍👩‍👧");
+    EXPECT_EQ(text::prefix("日本語", 0), "");
+    EXPECT_EQ(text::prefix("日本語", 3), "日本語");
+    EXPECT_EQ(text::prefix("日本語", 99), "日本語");
+}
+
+TEST(Text, TrimsEveryKindOfWhiteSpaceAtBothEndsOnly) {
+    EXPECT_EQ(text::trimmed("\u3000\t\r\n\v\f\u0085\u00A0\u2028\u2029 商談 メモ \u205F\u3000"), "商談 メモ");
+    EXPECT_EQ(text::trimmed(" \u2003\n"), "");
+    EXPECT_EQ(text::trimmed("\u200B"), "\u200B"); // no white space, for all its name
+}
+
+TEST(Text, LowersCaseAsUnicodeDoesInNoLanguage) {
+    EXPECT_EQ(text::lowercased("ÄÖÜ ΑΣ ΑΣΑ Ｑ３ İI 予算 \u212A"), "äöü ας ασα ｑ３ i\u0307i 予算 k");
+}
+
+TEST(Text, TellsClassesByGeneralCategory) {
+    for (const char32_t scalar : U"!。、「」・（－_％…") {
+        EXPECT_TRUE(scalar == U'\0' || text::isPunctuation(scalar)) << static_cast<unsigned>(scalar);
+    }
+    for (const char32_t scalar : U"$+<=>^`|~￥＋√→🎉©") {
+        EXPECT_TRUE(scalar == U'\0' || text::isSymbol(scalar)) << static_cast<unsigned>(scalar);
+    }
+    for (const char32_t scalar : U"aé語ーｶ3\u0301") {
+        EXPECT_FALSE(text::isPunctuation(scalar) || text::isSymbol(scalar) || text::isWhitespaceOrNewline(scalar));
+    }
+    EXPECT_TRUE(text::isControl(U'\x1F') && text::isControl(U'\x7F') && text::isControl(U'\x85'));
+    EXPECT_FALSE(text::isControl(U'\u200D')); // a format character, part of emoji
+}
+
+TEST(Text, ReplacesInvalidBytes) {
+    EXPECT_EQ(text::validated("a\xFFz"), "a\uFFFDz");
+    EXPECT_EQ(text::validated("\xE6\x97"), "\uFFFD");                  // cut off
+    EXPECT_EQ(text::validated("\xED\xA0\x80").substr(0, 3), "\uFFFD"); // a surrogate
+    EXPECT_EQ(text::fromScalars(U"\x110000"), "\uFFFD");
+    EXPECT_EQ(text::trimmed(" \x80 "), "\uFFFD");
+    EXPECT_EQ(text::lowercased("A\xC0Z"), "a\uFFFDz");
+    EXPECT_EQ(text::characterCount("a\xFF"), 2U);
+}
+
+TEST(Text, TakesAnyBytesWithoutLosingOrTearingAny) {
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> byte(0, 255);
+    for (int round = 0; round < 500; ++round) {
+        std::string bytes(static_cast<std::size_t>(byte(random)), '\0');
+        for (char& each : bytes) {
+            each = static_cast<char>(byte(random) < 64 ? 0xE3 : byte(random));
+        }
+        const std::string valid = text::validated(bytes);
+        std::string joined;
+        for (const std::string& character : text::characters(bytes)) {
+            EXPECT_EQ(text::characterCount(character), 1U);
+            joined += character;
+        }
+        EXPECT_EQ(joined, valid);
+        EXPECT_EQ(text::fromScalars(text::scalars(bytes)), valid);
+        EXPECT_EQ(text::validated(text::lowercased(bytes)), text::lowercased(valid));
+        EXPECT_NE(valid.find(text::trimmed(bytes)), std::string::npos);
+    }
+}
+
+TEST(Text, SplitsOnSeveralThreadsAtOnce) {
+    std::vector<std::thread> threads;
+    std::vector<std::size_t> counts(4);
+    for (std::size_t& count : counts) {
+        threads.emplace_back([&count] {
+            for (int round = 0; round < 200; ++round) {
+                count += text::characterCount("日本語👨‍👩‍👧é");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_THAT(counts, ::testing::Each(1000U));
+}
+
+} // namespace
+} // namespace talkledger
