@@ -1,0 +1,64 @@
+#include "Fakes/FakeTranscriptProvider.h"
+#include "Support/RunTask.h"
+#include "Support/RunningTask.h"
+#include "TalkledgerCore/Transcription/LiveTranscriptFetcher.h"
+
+#include <gtest/gtest.h>
+
+namespace talkledger {
+namespace {
+
+using namespace std::chrono_literals;
+
+class LiveTranscriptFetcherTest : public ::testing::Test {
+protected:
+    boost::asio::io_context context;
+    testing::CallLog log;
+    std::shared_ptr<testing::FakeTranscriptProvider> provider = std::make_shared<testing::FakeTranscriptProvider>(log);
+    LiveTranscriptFetcher patient{.timeout = 1h};
+
+    void SetUp() override {
+        provider->document.segments.emplace_back(AudioChannel::mic, SpeakerRole::me, 1, 2, "hello",
+                                                 TranscriptSegmentStatus::final);
+    }
+};
+
+TEST_F(LiveTranscriptFetcherTest, ReturnsWhatAProviderAnswersInTime) {
+    EXPECT_EQ(testing::runTask(context, patient.transcript({}, provider)), provider->document);
+    provider->answering.close();
+    testing::RunningTask<TranscriptDocument> later(context, patient.transcript({}, provider));
+    EXPECT_FALSE(later.hasEnded());
+    provider->answering.open();
+    testing::poll(context);
+    EXPECT_EQ(later.result(), provider->document);
+    // The timeout was cancelled: nothing is left to wait for.
+    context.restart();
+    EXPECT_EQ(context.run(), 0U);
+}
+
+TEST_F(LiveTranscriptFetcherTest, PassesOnTheProvidersFailure) {
+    provider->failure = "broken";
+    EXPECT_EQ(testing::failureText([&] { testing::runTask(context, patient.transcript({}, provider)); }), "broken");
+}
+
+TEST_F(LiveTranscriptFetcherTest, CancelsAProviderThatIsLate) {
+    provider->answering.close();
+    LiveTranscriptFetcher hasty{.timeout = 1ms};
+    EXPECT_THROW(testing::runTask(context, hasty.transcript({}, provider)), LiveTranscriptFetchError);
+    testing::poll(context);
+    EXPECT_EQ(provider->answering.cancelledCount(), 1);
+    EXPECT_EQ(provider.use_count(), 1);
+}
+
+TEST_F(LiveTranscriptFetcherTest, EndsBothTasksWhenItIsCancelledItself) {
+    provider->answering.close();
+    testing::RunningTask<TranscriptDocument> fetch(context, patient.transcript({}, provider));
+    fetch.cancel();
+    EXPECT_THROW(fetch.result(), boost::system::system_error);
+    EXPECT_EQ(provider->answering.cancelledCount(), 1);
+    context.restart();
+    EXPECT_EQ(context.run(), 0U);
+}
+
+} // namespace
+} // namespace talkledger
