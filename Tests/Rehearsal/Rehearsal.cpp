@@ -158,8 +158,7 @@ RehearsalResult record(const fs::path& programFile, const Performance& performan
     RehearsalResult result;
     const auto startTime = Clock::now();
     const auto startCpu = program.processorTime();
-    program.startRecording();
-    const fs::path recording = program.waitForRecording();
+    const fs::path recording = program.startRecording();
     program.waitUntilCapturing(recording);
     program.await("the program shows its window", [&] { return display.showsWindow(program.pid()); });
 

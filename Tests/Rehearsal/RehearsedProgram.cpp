@@ -68,11 +68,11 @@ std::uintmax_t sizeOf(const std::filesystem::path& path) {
     return error ? 0 : size;
 }
 
-std::vector<std::filesystem::path> entries(const std::filesystem::path& folder) {
-    std::vector<std::filesystem::path> found;
+std::set<std::filesystem::path> entries(const std::filesystem::path& folder) {
+    std::set<std::filesystem::path> found;
     std::error_code missing;
     for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
-        found.push_back(entry.path());
+        found.insert(entry.path());
     }
     return found;
 }
@@ -98,16 +98,31 @@ RehearsedProgram::RehearsedProgram(const std::vector<std::string>& command,
     await("the program is on the session bus", [&] { return nameWatch.wait(std::chrono::milliseconds(0)) == 0; });
 }
 
-std::vector<std::filesystem::path> RehearsedProgram::recordings() const {
-    return entries(home_.recordings());
+std::filesystem::path RehearsedProgram::startRecording(std::chrono::seconds patience) {
+    const std::set<std::filesystem::path> known = recordings();
+    std::filesystem::path recording;
+    std::optional<std::chrono::steady_clock::time_point> lastAsked;
+    await(
+        "a new recording's folder is there",
+        [&] {
+            for (const std::filesystem::path& folder : recordings()) {
+                if (!known.contains(folder) && sizeOf(folder / "session.json") > 0) {
+                    recording = folder;
+                }
+            }
+            const auto now = std::chrono::steady_clock::now();
+            if (recording.empty() && (!lastAsked || now - *lastAsked > std::chrono::seconds(2))) {
+                activateAction("start-recording");
+                lastAsked = now;
+            }
+            return !recording.empty();
+        },
+        patience);
+    return recording;
 }
 
-std::filesystem::path RehearsedProgram::waitForRecording() {
-    await("a recording's folder is there", [this] {
-        const auto found = recordings();
-        return found.size() == 1 && sizeOf(found.front() / "session.json") > 0;
-    });
-    return recordings().front();
+std::set<std::filesystem::path> RehearsedProgram::recordings() const {
+    return entries(home_.recordings());
 }
 
 void RehearsedProgram::waitUntilCapturing(const std::filesystem::path& recording) {

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,15 +26,13 @@ public:
 
     pid_t pid() const { return process_->pid(); }
 
-    void startRecording() { activateAction("start-recording"); }
+    /// Returns the new recording's folder. Asks again while the program is still busy with the last one.
+    std::filesystem::path startRecording(std::chrono::seconds patience = kPatience);
 
     void stopRecording() { activateAction("stop-recording"); }
 
     /// The folders of recordings, in no particular order.
-    std::vector<std::filesystem::path> recordings() const;
-
-    /// The one recording's folder, once it is there.
-    std::filesystem::path waitForRecording();
+    std::set<std::filesystem::path> recordings() const;
 
     /// Waits until both tracks of the recording grow.
     void waitUntilCapturing(const std::filesystem::path& recording);

@@ -4,7 +4,9 @@
 
 #include <QImage>
 #include <QString>
+#include <chrono>
 #include <cstdlib>
+#include <utility>
 
 namespace talkledger::rehearsal {
 namespace {
@@ -17,6 +19,15 @@ struct ReplyDeleter {
 template <typename Reply>
 std::unique_ptr<Reply, ReplyDeleter> owned(Reply* reply) {
     return std::unique_ptr<Reply, ReplyDeleter>(reply);
+}
+
+/// A program that has not painted for so long has shown all that there is.
+constexpr std::chrono::milliseconds kStill{500};
+
+bool isBlank(const QImage& image) {
+    QImage blank(image.size(), image.format());
+    blank.fill(image.pixel(0, 0));
+    return image == blank;
 }
 
 constexpr std::uint32_t kLongestProperty = 1024; ///< in units of four bytes
@@ -99,10 +110,15 @@ void VirtualDisplay::photograph(pid_t process, const std::filesystem::path& file
     if (!window) {
         throw RehearsalError("The program shows no window.");
     }
-    QImage image = look(*window);
-    waitUntil("the window's picture stands still", [&] {
+    QImage image;
+    auto lastChange = std::chrono::steady_clock::now();
+    waitUntil("the window is painted and its picture stands still", [&] {
+        const auto now = std::chrono::steady_clock::now();
         const QImage before = std::exchange(image, look(*window));
-        return before == image;
+        if (before != image) {
+            lastChange = now;
+        }
+        return now - lastChange > kStill && !isBlank(image);
     });
     if (!image.save(QString::fromStdString(file.string()), "PNG")) {
         throw RehearsalError("The window's picture could not be written to " + file.string() + ".");

@@ -33,7 +33,7 @@ public:
     /// A window of the process with this id is on the screen.
     bool showsWindow(pid_t process) const { return findWindow(process).has_value(); }
 
-    /// Writes the window of that process as a PNG file, once two looks at it in a row were the same.
+    /// Writes the window of that process as a PNG file, once it is painted and stands still.
     void photograph(pid_t process, const std::filesystem::path& file) const;
 
 private:
