@@ -212,6 +212,8 @@ void SoundSession::addNode(const std::string& name, const std::string& mediaClas
 
 void SoundSession::removeNode(const std::string& name) {
     run({"pw-cli", "destroy", name});
+    options_.hasMicrophone = options_.hasMicrophone && name != kMicrophone;
+    options_.hasOutput = options_.hasOutput && name != kOutput;
 }
 
 bool SoundSession::hasDefaultMetadata() const {

@@ -88,7 +88,7 @@ private:
     void waitForDefault(const std::string& key, const std::string& name) const;
     void setDefault(const std::string& key, const std::string& name);
 
-    SoundSessionOptions options_;
+    SoundSessionOptions options_; ///< what there is now
     std::filesystem::path folder_;
     EnvironmentChanges environment_;
     std::unique_ptr<ChildProcess> server_;

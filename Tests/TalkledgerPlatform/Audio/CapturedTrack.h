@@ -53,11 +53,11 @@ public:
         return waitUntil([&] { return health_.size() >= events.size(); }) && health() == events;
     }
 
-    /// The frame at which `passage` (samples of all channels, the first not zero) stands whole, once it does.
-    std::optional<std::size_t> waitForPassage(std::span<const float> passage) {
+    /// The frame at which `passage` (samples of all channels) stands whole, once it does.
+    std::optional<std::size_t> waitForPassage(std::span<const float> passage, float tolerance = 0) {
         std::optional<std::size_t> place;
         waitUntil([&] {
-            place = find(passage);
+            place = find(passage, tolerance);
             return place.has_value();
         });
         return place;
@@ -94,8 +94,10 @@ public:
 private:
     std::size_t frameCount() const { return format_.channelCount == 0 ? 0 : samples_.size() / format_.channelCount; }
 
-    std::optional<std::size_t> find(std::span<const float> passage) const {
-        const auto place = std::search(samples_.begin(), samples_.end(), passage.begin(), passage.end());
+    std::optional<std::size_t> find(std::span<const float> passage, float tolerance) const {
+        const auto place =
+            std::search(samples_.begin(), samples_.end(), passage.begin(), passage.end(),
+                        [&](float sample, float wanted) { return std::abs(sample - wanted) <= tolerance; });
         if (place == samples_.end()) {
             return std::nullopt;
         }
