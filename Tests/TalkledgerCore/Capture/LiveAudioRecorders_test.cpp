@@ -25,8 +25,8 @@ class LiveAudioRecordersTest : public ::testing::Test {
 protected:
     testing::TemporaryFolder folder;
     PosixFileSystem fileSystem;
-    boost::asio::thread_pool background{1};
     boost::asio::io_context context;
+    boost::asio::thread_pool background{1};
     testing::CallLog log;
     testing::FakeAudioFiles files{log};
     std::shared_ptr<RecordingTimelineRecorder> timeline =
