@@ -11,6 +11,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <string>
 
@@ -64,9 +65,9 @@ public:
 private:
     int check(int result) const {
         if (result < 0) {
-            std::string reason(AV_ERROR_MAX_STRING_SIZE, '\0');
+            std::array<char, AV_ERROR_MAX_STRING_SIZE> reason{};
             av_strerror(result, reason.data(), reason.size());
-            throw RehearsalError(path_.string() + " cannot be read as sound: " + reason.c_str() + ".");
+            throw RehearsalError(path_.string() + " cannot be read as sound: " + reason.data() + ".");
         }
         return result;
     }
@@ -102,6 +103,7 @@ private:
         const int channels = decoder_->ch_layout.nb_channels;
         std::vector<Samples> converted(static_cast<std::size_t>(channels), Samples(static_cast<std::size_t>(room)));
         std::vector<std::uint8_t*> planes;
+        planes.reserve(converted.size());
         for (Samples& channel : converted) {
             planes.push_back(reinterpret_cast<std::uint8_t*>(channel.data()));
         }

@@ -187,7 +187,7 @@ double lost(const Victim& victim, const fs::path& track, double start) {
 }
 
 TEST_F(RealProgramTest, LosesAtMostTwoSecondsWhenItIsKilled) {
-    constexpr int kRounds = 4;
+    constexpr std::size_t kRounds = 4;
     constexpr int kVictimsPerRound = 5;
     constexpr double kMostLost = 2;
     const unsigned int seed = std::random_device()();
@@ -200,7 +200,7 @@ TEST_F(RealProgramTest, LosesAtMostTwoSecondsWhenItIsKilled) {
     ConversationPlayer player(noise(kRounds * 20), SoundSession::kOutput, SoundSession::kMicrophone);
     player.play();
 
-    for (int round = 0; round < kRounds; ++round) {
+    for (std::size_t round = 0; round < kRounds; ++round) {
         std::list<Victim> victims;
         for (int count = 0; count < kVictimsPerRound; ++count) {
             victims.emplace_back(surroundings(sound.environment()));

@@ -4,6 +4,7 @@
 #include "Rehearsal/Comparison.h"
 #include "Rehearsal/Waiting.h"
 #include "TalkledgerCore/Capture/RecordingTimeline.h"
+#include "TalkledgerCore/Export/RecordingDiagnostics.h"
 #include "TalkledgerCore/Model/ModelsJson.h"
 #include "TalkledgerPlatform/Files/PosixFileSystem.h"
 
@@ -14,11 +15,11 @@
 namespace talkledger::rehearsal {
 namespace {
 
-constexpr std::int64_t kMaximumJsonBytes = 1 << 24;
+constexpr std::int64_t kMaximumBytes = 1 << 24;
 
 template <typename Value>
 Value load(const std::filesystem::path& file) {
-    return decodeJson<Value>(PosixFileSystem().readFile(file, kMaximumJsonBytes), jsonFile(file));
+    return decodeJson<Value>(PosixFileSystem().readFile(file, kMaximumBytes), jsonFile(file));
 }
 
 std::string spokenText(const Conversation& conversation, SpeakerRole speaker) {
@@ -59,8 +60,9 @@ void examineSound(const std::filesystem::path& recording, const Performance& per
     const Samples speaker = readFirstChannel(recording / "speaker.m4a");
     // The frame of the output's file that lies at the same moment as a frame of the microphone's file.
     const double shift = (timeline.micStart - timeline.speakerStart) * kFrameRate;
-    const double begin = exactPlace ? static_cast<double>(*exactPlace)
-                                    : correlate(microphone, synchronizationSound(), 0, 10 * kFrameRate).position;
+    const double begin = exactPlace
+                             ? static_cast<double>(*exactPlace)
+                             : correlate(microphone, synchronizationSound(), 0, std::size_t{10} * kFrameRate).position;
     const double length =
         static_cast<double>(performance.passageEnd - performance.passageBegin - synchronizationSound().size());
 
@@ -72,6 +74,26 @@ void examineSound(const std::filesystem::path& recording, const Performance& per
 }
 
 } // namespace
+
+void demandCompleteness(const std::filesystem::path& recording, const std::filesystem::path& document) {
+    for (const char* name : {"session.json", "mic.wav", "speaker.m4a", "timeline.json", "transcript.json",
+                             "summary.json", "diagnostics.json"}) {
+        if (!std::filesystem::exists(recording / name)) {
+            throw RehearsalError(std::string("The recording has no ") + name + ".");
+        }
+    }
+    if (!load<RecordingSession>(recording / "session.json").endedAt) {
+        throw RehearsalError("The recording's session.json tells no end.");
+    }
+    load<SalesSummary>(recording / "summary.json");
+    load<RecordingDiagnostics>(recording / "diagnostics.json");
+    const std::string markdown = PosixFileSystem().readFile(document, kMaximumBytes);
+    for (const TranscriptSegment& segment : load<TranscriptDocument>(recording / "transcript.json").segments) {
+        if (markdown.find(segment.text) == std::string::npos) {
+            throw RehearsalError("The Markdown document lacks this part of the transcript: " + segment.text);
+        }
+    }
+}
 
 RecordingFindings examine(const std::filesystem::path& recording, const Conversation& conversation,
                           const Performance& performance) {

@@ -18,7 +18,11 @@ struct RecordingFindings {
     double likeness{0};        ///< correlation coefficient of the passage's ends in the output's file, the worse one
 };
 
-/// Throws RehearsalError, FileSystemError or JsonError when something is missing.
+/// Throws RehearsalError, FileSystemError or JsonError when a file of the finished recording is missing or not as it has
+/// to be, or when its Markdown document lacks a part of the transcript.
+void demandCompleteness(const std::filesystem::path& recording, const std::filesystem::path& document);
+
+/// Throws RehearsalError, FileSystemError or JsonError when something cannot be read.
 RecordingFindings examine(const std::filesystem::path& recording, const Conversation& conversation,
                           const Performance& performance);
 

@@ -47,10 +47,14 @@ public:
 
     fs::path picture() const { return folder_ / "window.png"; }
 
-    void take(const fs::path& recording, const fs::path& document) {
-        note({{kDocument, document.filename().string()}});
-        fs::copy(recording, this->recording(), fs::copy_options::recursive);
-        fs::copy(document, folder_ / document.filename());
+    /// The document, if there is one.
+    fs::path document() const { return folder_ / result_.value(kDocument, std::string()); }
+
+    void takeRecording(const fs::path& from) const { fs::copy(from, recording(), fs::copy_options::recursive); }
+
+    void takeDocument(const fs::path& from) {
+        note({{kDocument, from.filename().string()}});
+        fs::copy(from, document());
     }
 
     /// Adds to "result.json".
@@ -172,12 +176,19 @@ RehearsalResult record(const fs::path& programFile, const Performance& performan
     const auto stopTime = Clock::now();
     result.recordingSeconds = secondsSince(startTime);
     program.stopRecording();
-    const fs::path document = program.waitForDocument(kPatienceForTranscript);
+    fs::path document;
+    try {
+        document = program.waitForDocument(kPatienceForTranscript);
+    } catch (const std::exception&) {
+        output.takeRecording(recording); // shows how far it came
+        throw;
+    }
     result.stopSeconds = secondsSince(stopTime);
     result.cpuShare = (program.processorTime() - startCpu).count() / result.recordingSeconds;
 
     display.photograph(program.pid(), output.picture());
-    output.take(recording, document);
+    output.takeRecording(recording);
+    output.takeDocument(document);
     program.end();
     demand(program.standardError().empty(), "The program complained: " + program.standardError());
     return result;
@@ -192,6 +203,7 @@ RehearsalResult rehearse(const RehearsalOptions& options, OutputFolder& output) 
     sound.enter();
     const Performance performance = stage(conversation, sound.runtimeFolder());
     RehearsalResult result = record(fs::absolute(options.program), performance, sound, output);
+    demandCompleteness(output.recording(), output.document());
     result.recording = examine(output.recording(), conversation, performance);
     result.echoesDropped = countEchoes(output.recording());
     output.note(toJson(result));

@@ -13,7 +13,7 @@ namespace {
 
 /// What xcb hands out is freed with free().
 struct ReplyDeleter {
-    void operator()(void* reply) const { std::free(reply); } // NOLINT(cppcoreguidelines-no-malloc)
+    void operator()(void* reply) const { std::free(reply); } // NOLINT(cppcoreguidelines-owning-memory)
 };
 
 template <typename Reply>
