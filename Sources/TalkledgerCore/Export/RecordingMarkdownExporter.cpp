@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace talkledger {
@@ -94,7 +93,7 @@ std::string RecordingMarkdownDocumentBuilder::build(const RecordingSession& sess
 
 RecordingMarkdownExporter::RecordingMarkdownExporter(FileSystem& fileSystem,
                                                      RecordingMarkdownDocumentBuilder documentBuilder)
-    : fileSystem_(&fileSystem), documentBuilder_(std::move(documentBuilder)) {}
+    : fileSystem_(&fileSystem), documentBuilder_(documentBuilder) {}
 
 std::filesystem::path RecordingMarkdownExporter::exportDocument(const RecordingSession& session,
                                                                 const TranscriptDocument& transcript,

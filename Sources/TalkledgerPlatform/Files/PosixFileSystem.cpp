@@ -301,7 +301,7 @@ std::filesystem::path PosixFileSystem::applicationSupportDirectory() {
 std::filesystem::path PosixFileSystem::documentsDirectory() {
     constexpr std::int64_t maximumBytes = 65536;
     const std::filesystem::path userDirectories = userFolders_.configHome / "user-dirs.dirs";
-    const std::filesystem::path documents =
+    std::filesystem::path documents =
         userFolders_.documents(fileExists(userDirectories) ? readFile(userDirectories, maximumBytes) : std::string());
     createDirectory(documents);
     return documents;
