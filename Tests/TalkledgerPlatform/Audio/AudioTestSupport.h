@@ -1,0 +1,80 @@
+#pragma once
+
+#include "TalkledgerCore/Ports/Audio.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace talkledger::testing {
+
+/// A new folder, removed with what is in it.
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        std::string path = (std::filesystem::temp_directory_path() / "talkledger-audio-XXXXXX").string();
+        if (mkdtemp(path.data()) == nullptr) {
+            throw std::runtime_error("Could not create " + path);
+        }
+        path_ = path;
+    }
+
+    ~ScratchFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+constexpr std::uint32_t kTestRate = 48000;
+
+inline AudioFormat floatFormat(std::uint32_t channelCount) {
+    return {.commonFormat = AudioSampleFormat::float32,
+            .sampleRate = kTestRate,
+            .channelCount = channelCount,
+            .isInterleaved = true};
+}
+
+inline MonotonicTime timeOfFrame(std::uint64_t frame) {
+    return MonotonicTime(std::chrono::hours(1)) +
+           std::chrono::nanoseconds(static_cast<std::int64_t>(frame) * 1'000'000'000 / kTestRate);
+}
+
+/// `samples` are interleaved; the buffer's time is that of `firstFrame`.
+inline AudioBuffer makeBuffer(const std::vector<float>& samples, std::uint32_t channelCount,
+                              std::uint64_t firstFrame = 0) {
+    AudioBuffer buffer;
+    buffer.format = floatFormat(channelCount);
+    buffer.frameLength = static_cast<std::uint32_t>(samples.size() / channelCount);
+    buffer.time = timeOfFrame(firstFrame);
+    buffer.samples.resize(samples.size() * sizeof(float));
+    std::memcpy(buffer.samples.data(), samples.data(), buffer.samples.size());
+    return buffer;
+}
+
+/// The first channel of a file from its time zero on, decoded as any player would. Empty when it cannot be opened.
+std::vector<float> decodeFirstChannel(const std::filesystem::path& path);
+
+/// Makes the process's files stop growing at `bytes`, as a full disk does; the destructor lifts it.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(std::uintmax_t bytes);
+    ~FileSizeLimit();
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+};
+
+} // namespace talkledger::testing

@@ -1,0 +1,295 @@
+#include "Support/RunTask.h"
+#include "TalkledgerPlatform/Audio/AudioFileError.h"
+#include "TalkledgerPlatform/Audio/AudioTestSupport.h"
+#include "TalkledgerPlatform/Audio/M4AAssetWriter.h"
+#include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
+#include "TalkledgerPlatform/Audio/WaveFile.h"
+
+#include <boost/asio/thread_pool.hpp>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <csignal>
+#include <fstream>
+#include <numbers>
+#include <random>
+#include <sstream>
+
+namespace talkledger {
+namespace {
+
+using testing::decodeFirstChannel;
+using testing::FileSizeLimit;
+using testing::floatFormat;
+using testing::kTestRate;
+using testing::makeBuffer;
+using testing::runTask;
+using testing::ScratchFolder;
+using testing::timeOfFrame;
+using enum TrackHealthEvent;
+
+constexpr std::size_t kChirpFrames = kTestRate / 5;
+constexpr std::size_t kMillisecond = kTestRate / 1000;
+
+/// From 300 to 6000 Hz in 0.2 s: it correlates with itself at one place only.
+std::vector<float> chirp() {
+    std::vector<float> samples(kChirpFrames);
+    for (std::size_t index = 0; index < kChirpFrames; ++index) {
+        const double time = static_cast<double>(index) / kTestRate;
+        samples[index] = static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * (300 + 14250 * time) * time));
+    }
+    return samples;
+}
+
+/// Where around `expected` (20 ms each way) the chirp fits best.
+std::size_t findChirp(const std::vector<float>& samples, std::size_t expected) {
+    const auto wanted = chirp();
+    std::size_t best = 0;
+    double bestProduct = 0;
+    for (std::size_t place = expected < 960 ? 0 : expected - 960;
+         place < expected + 960 && place + wanted.size() <= samples.size(); ++place) {
+        double product = 0;
+        for (std::size_t index = 0; index < wanted.size(); ++index) {
+            product += static_cast<double>(samples[place + index]) * static_cast<double>(wanted[index]);
+        }
+        if (product > bestProduct) {
+            bestProduct = product;
+            best = place;
+        }
+    }
+    return best;
+}
+
+std::vector<float> stereo(const std::vector<float>& mono) {
+    std::vector<float> samples;
+    for (const float sample : mono) {
+        samples.insert(samples.end(), {sample, sample});
+    }
+    return samples;
+}
+
+bool contains(const std::filesystem::path& path, const std::string& text) {
+    std::ostringstream content;
+    content << std::ifstream(path).rdbuf();
+    return content.str().find(text) != std::string::npos;
+}
+
+/// One M4A file that is written, with chirps at the start of each second.
+class M4AAssetWriterTest : public ::testing::Test {
+protected:
+    std::unique_ptr<AssetWriter> makeWriter() {
+        auto writer = files_.makeAssetWriter(path_, AssetFileType::m4a, AudioChannel::speaker);
+        writer->addInput({});
+        writer->startWriting();
+        writer->startSession(timeOfFrame(0));
+        return writer;
+    }
+
+    static void appendSecond(AssetWriter& writer, std::uint64_t second) {
+        auto mono = chirp();
+        mono.resize(kTestRate);
+        const std::uint64_t first = second * kTestRate;
+        for (std::uint64_t frame = 0; frame < kTestRate; frame += 4096) {
+            const auto end = std::min<std::uint64_t>(frame + 4096, kTestRate);
+            const std::vector<float> part(mono.begin() + static_cast<std::ptrdiff_t>(frame),
+                                          mono.begin() + static_cast<std::ptrdiff_t>(end));
+            writer.append(makeBuffer(stereo(part), 2, first + frame));
+        }
+    }
+
+    void finish(AssetWriter& writer) {
+        writer.markAsFinished();
+        runTask(context_, writer.finishWriting());
+        EXPECT_EQ(writer.status(), AssetWriterStatus::completed) << writer.error().value_or("");
+    }
+
+    void expectChirps(const std::vector<float>& samples, const std::vector<std::size_t>& seconds) {
+        for (const std::size_t second : seconds) {
+            EXPECT_NEAR(static_cast<double>(findChirp(samples, second * kTestRate)),
+                        static_cast<double>(second * kTestRate), static_cast<double>(kMillisecond));
+        }
+    }
+
+    ScratchFolder folder_;
+    std::filesystem::path path_{folder_ / "speaker.m4a"};
+    std::vector<TrackHealthEvent> health_;
+    boost::asio::io_context context_;
+    boost::asio::thread_pool pool_{1};
+    PlatformAudioFiles files_{pool_.get_executor(),
+                              [this](AudioChannel, TrackHealthEvent event) { health_.push_back(event); }};
+};
+
+TEST_F(M4AAssetWriterTest, PlainFileKeepsPlacesAndLengthAndFillsGaps) {
+    auto writer = makeWriter();
+    for (const std::uint64_t second : {0U, 1U, 2U, 7U, 8U}) { // four seconds are missing
+        appendSecond(*writer, second);
+    }
+    writer->append(makeBuffer(stereo(std::vector<float>(777)), 2, 9 * kTestRate));
+    finish(*writer);
+    const auto samples = decodeFirstChannel(path_);
+    expectChirps(samples, {0, 1, 2, 7, 8});
+    EXPECT_NEAR(static_cast<double>(samples.size()), 9 * kTestRate + 777, kMillisecond);
+    const float loudestInGap =
+        *std::max_element(samples.begin() + 4 * kTestRate, samples.begin() + 6 * kTestRate); // away from the chirps
+    EXPECT_LT(loudestInGap, 1e-4F);
+    const std::optional<double> duration = runTask(context_, files_.duration(path_));
+    ASSERT_TRUE(duration);
+    EXPECT_NEAR(*duration, 9 + 777.0 / kTestRate, 0.001);
+
+    EXPECT_FALSE(contains(path_, "moof")) << "a plain file";
+
+    struct stat status {};
+
+    ASSERT_EQ(stat(path_.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 1) << "nothing left beside it";
+    EXPECT_EQ(health_, std::vector{fileWritten});
+}
+
+TEST_F(M4AAssetWriterTest, CancelledFileKeepsWhatIsOnDisk) {
+    auto writer = makeWriter();
+    for (std::uint64_t second = 0; second < 5; ++second) {
+        appendSecond(*writer, second);
+    }
+    writer->cancelWriting();
+    EXPECT_EQ(writer->status(), AssetWriterStatus::cancelled);
+    const auto samples = decodeFirstChannel(path_);
+    EXPECT_GE(samples.size(), 3 * kTestRate);
+    expectChirps(samples, {0, 1, 2});
+    const std::optional<double> duration = runTask(context_, files_.duration(path_));
+    ASSERT_TRUE(duration);
+    EXPECT_NEAR(*duration, static_cast<double>(samples.size()) / kTestRate, 0.05);
+}
+
+TEST_F(M4AAssetWriterTest, FullDiskLosesNothingOnceItTakesBytesAgain) {
+    auto writer = makeWriter();
+    appendSecond(*writer, 0);
+    appendSecond(*writer, 1);
+    {
+        const FileSizeLimit limit(std::filesystem::file_size(path_) + 1000);
+        for (std::uint64_t second = 2; second < 5; ++second) {
+            appendSecond(*writer, second);
+        }
+        EXPECT_EQ(health_.back(), writeFailed);
+        EXPECT_GE(decodeFirstChannel(path_).size(), kTestRate / 2) << "readable while the disk is full";
+    }
+    appendSecond(*writer, 5);
+    appendSecond(*writer, 6);
+    EXPECT_EQ(health_, (std::vector{fileWritten, writeFailed, fileWritten}));
+    finish(*writer);
+    expectChirps(decodeFirstChannel(path_), {0, 1, 2, 3, 4, 5, 6});
+}
+
+TEST_F(M4AAssetWriterTest, WhatCannotBeFinishedIsToldAndStays) {
+    auto writer = makeWriter();
+    for (std::uint64_t second = 0; second < 3; ++second) {
+        appendSecond(*writer, second);
+    }
+    {
+        const FileSizeLimit limit(std::filesystem::file_size(path_));
+        writer->markAsFinished();
+        runTask(context_, writer->finishWriting());
+    }
+    EXPECT_EQ(writer->status(), AssetWriterStatus::failed);
+    EXPECT_EQ(writer->error(), "\"speaker.m4a\" could not be written: File too large");
+    expectChirps(decodeFirstChannel(path_), {0, 1});
+
+    writer = makeWriter();
+    std::filesystem::remove_all(folder_.path());
+    appendSecond(*writer, 0);
+    EXPECT_EQ(writer->status(), AssetWriterStatus::failed);
+    EXPECT_EQ(writer->error(), "\"speaker.m4a\" was removed while it was recorded.");
+    EXPECT_THROW(makeWriter(), AudioFileError);
+}
+
+TEST_F(M4AAssetWriterTest, HostileFilesHaveNoDuration) {
+    const auto durationOf = [this](const std::string& content) {
+        std::ofstream(folder_ / "hostile") << content;
+        return runTask(context_, files_.duration(folder_ / "hostile"));
+    };
+    EXPECT_EQ(durationOf(""), std::nullopt);
+    EXPECT_EQ(durationOf(std::string(100'000, 'x')), std::nullopt);
+    EXPECT_EQ(runTask(context_, files_.duration(folder_ / "missing")), std::nullopt);
+    EXPECT_EQ(runTask(context_, files_.duration(folder_.path())), std::nullopt);
+    ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(runTask(context_, files_.duration(folder_ / "pipe")), std::nullopt);
+    EXPECT_EQ(durationOf("#EXTM3U\n#EXT-X-TARGETDURATION:9\n#EXTINF:9,\nspeaker.m4a\n#EXT-X-ENDLIST\n"), std::nullopt);
+
+    const auto wave = folder_ / "mic.wav";
+    const auto file = files_.createFile(wave, floatFormat(1), AudioChannel::mic);
+    const auto withoutSamples = runTask(context_, files_.duration(wave)).value_or(0);
+    EXPECT_EQ(withoutSamples, 0);
+    file->write(makeBuffer(std::vector<float>(kTestRate), 1));
+    EXPECT_NEAR(runTask(context_, files_.duration(wave)).value_or(0), 1, 1e-6);
+    std::filesystem::resize_file(wave, 24000 * sizeof(float)); // its header promises twice as much
+    EXPECT_NEAR(runTask(context_, files_.duration(wave)).value_or(0), 0.5, 0.01);
+}
+
+TEST_F(M4AAssetWriterTest, RandomDamageIsAnAnswerAndNotACrash) {
+    auto writer = makeWriter();
+    appendSecond(*writer, 0);
+    appendSecond(*writer, 1);
+    finish(*writer);
+    std::ostringstream content;
+    content << std::ifstream(path_).rdbuf();
+    std::mt19937 random(1);
+    for (int round = 0; round < 200; ++round) {
+        std::string damaged = content.str();
+        for (int hit = 0; hit < 8; ++hit) {
+            damaged[random() % std::min<std::size_t>(damaged.size(), round % 2 == 0 ? 1000 : damaged.size())] =
+                static_cast<char>(random());
+        }
+        damaged.resize(random() % (damaged.size() + 1));
+        std::ofstream(folder_ / "damaged.m4a") << damaged;
+        const auto duration = runTask(context_, files_.duration(folder_ / "damaged.m4a"));
+        EXPECT_TRUE(!duration || *duration >= 0);
+    }
+}
+
+/// The kill comes at a random place of what is written, not at a time: it holds on any machine.
+TEST(KilledWriter, BothFilesDecodeToWithinTwoSeconds) {
+    const ScratchFolder folder;
+    void* memory =
+        mmap(nullptr, sizeof(std::atomic<std::uint64_t>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    auto* written = new (memory) std::atomic<std::uint64_t>(0); // NOLINT(cppcoreguidelines-owning-memory): mapped
+    std::mt19937 random(7);
+    for (int round = 0; round < 16; ++round) {
+        *written = 0;
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            boost::asio::io_context context;
+            WaveFile wave(folder / "mic.wav", floatFormat(1), AudioChannel::mic, {});
+            M4AAssetWriter writer(folder / "speaker.m4a", AudioChannel::speaker, {}, context.get_executor());
+            writer.addInput({});
+            writer.startWriting();
+            writer.startSession(timeOfFrame(0));
+            for (std::uint64_t frame = 0; frame < 600ULL * kTestRate; frame += 4096) {
+                wave.write(makeBuffer(std::vector<float>(4096, 0.25F), 1, frame));
+                writer.append(makeBuffer(std::vector<float>(8192, 0.25F), 2, frame));
+                *written = frame + 4096;
+            }
+            _exit(0);
+        }
+        const std::uint64_t place = (3 + random() % 20) * kTestRate + random() % kTestRate;
+        int status = 0;
+        while (*written < place && waitpid(child, &status, WNOHANG) == 0) {
+            usleep(200);
+        }
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status));
+        for (const char* name : {"mic.wav", "speaker.m4a"}) {
+            EXPECT_GE(decodeFirstChannel(folder / name).size() + 2 * kTestRate, written->load()) << name;
+        }
+    }
+    munmap(memory, sizeof(*written));
+}
+
+} // namespace
+} // namespace talkledger
