@@ -1,0 +1,39 @@
+#pragma once
+
+#include "TalkledgerPlatform/Speech/WorkerSettings.h"
+#include "TalkledgerWorkers/Protocol/TranscriberMessages.h"
+
+#include <memory>
+
+namespace talkledger {
+
+class Transcription;
+
+/// Has the transcriber, a program of its own, recognise speech. The program is started by the first request, kept for
+/// further ones, and ended when none has come for a while. One that crashes, hangs or talks nonsense fails the requests
+/// that it was working on with a `WorkerError`; the next request starts a new one. All traffic with it runs on a thread
+/// of this object. Called on one thread.
+class TranscriberClient {
+public:
+    explicit TranscriberClient(WorkerSettings settings);
+
+    /// Fails what is under way, ends the program and waits for its end, which it is given the settings' grace for.
+    ~TranscriberClient();
+    TranscriberClient(const TranscriberClient&) = delete;
+    TranscriberClient& operator=(const TranscriberClient&) = delete;
+
+    /// A transcription to be started; may outlive this object, then as one that failed.
+    std::shared_ptr<Transcription> makeTranscription();
+
+    /// Starts the work; `file.request` is chosen here. Failures are told to the transcription.
+    void start(const std::shared_ptr<Transcription>& transcription, TranscribeFile file);
+
+    /// Gives the work up.
+    void cancel(const std::shared_ptr<Transcription>& transcription) noexcept;
+
+private:
+    class Service;
+    std::unique_ptr<Service> service_;
+};
+
+} // namespace talkledger

@@ -1,0 +1,88 @@
+#include "TalkledgerPlatform/Speech/Transcription.h"
+
+#include <boost/asio/as_tuple.hpp>
+#include <boost/asio/error.hpp>
+#include <boost/asio/experimental/channel_error.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/system/system_error.hpp>
+
+#include <cstddef>
+#include <limits>
+#include <utility>
+
+namespace talkledger {
+
+namespace asio = boost::asio;
+
+Transcription::Transcription(std::shared_ptr<asio::io_context> context)
+    : context_(std::move(context)),
+      started_(*context_),
+      delivered_(*context_),
+      events_(*context_, std::numeric_limits<std::size_t>::max()) {}
+
+Task<void> Transcription::started() {
+    co_await wait(started_);
+    throwFailure();
+}
+
+Task<std::optional<TranscriptionEvent>> Transcription::next() {
+    auto [ended, event] = co_await events_.async_receive(asio::as_tuple(asio::use_awaitable));
+    if (isCancelled()) {
+        co_return std::nullopt;
+    }
+    if (!ended) {
+        co_return std::move(event);
+    }
+    if (ended != asio::experimental::error::channel_closed) {
+        cancel();
+        throw boost::system::system_error(asio::error::operation_aborted);
+    }
+    delivered_.close();
+    throwFailure();
+    co_return std::nullopt;
+}
+
+Task<void> Transcription::delivered() {
+    co_await wait(delivered_);
+    throwFailure();
+}
+
+void Transcription::cancel() noexcept {
+    isCancelled_ = true;
+    started_.close();
+    events_.close();
+    delivered_.close();
+}
+
+void Transcription::tellStarted() {
+    started_.close();
+}
+
+void Transcription::tell(TranscriptionEvent event) {
+    events_.try_send(boost::system::error_code(), std::move(event));
+}
+
+void Transcription::tellFinished() {
+    started_.close();
+    events_.close();
+}
+
+void Transcription::tellFailed(const WorkerError& error) {
+    failure_ = error;
+    tellFinished();
+}
+
+Task<void> Transcription::wait(Gate& gate) {
+    auto [closed] = co_await gate.async_receive(asio::as_tuple(asio::use_awaitable));
+    if (closed != asio::experimental::error::channel_closed) {
+        throw boost::system::system_error(asio::error::operation_aborted);
+    }
+}
+
+void Transcription::throwFailure() const {
+    if (!isCancelled() && failure_) {
+        throw WorkerError(*failure_);
+    }
+}
+
+} // namespace talkledger

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "TalkledgerCore/Support/Task.h"
+#include "TalkledgerPlatform/Speech/WorkerError.h"
+#include "TalkledgerWorkers/Protocol/TranscriberMessages.h"
+
+#include <boost/asio/experimental/concurrent_channel.hpp>
+#include <boost/asio/io_context.hpp>
+
+#include <atomic>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <variant>
+
+namespace talkledger {
+
+using TranscriptionEvent = std::variant<TranscriptionResult, TranscriptionProgress>;
+
+/// What the transcriber's client and whoever asked for a transcription share of it. The client's thread puts in what
+/// the worker tells; the coroutines that wait resume on their own executor. For source files only, since its includes
+/// are heavy.
+class Transcription {
+public:
+    explicit Transcription(std::shared_ptr<boost::asio::io_context> context);
+
+    // For whoever asked, on one thread:
+
+    /// Returns when the file could be opened. Throws `WorkerError`.
+    Task<void> started();
+
+    /// The next event; absent after the last one, and at once after `cancel`. Throws `WorkerError` in the end when the
+    /// transcription failed. Cancelling this operation cancels the transcription.
+    Task<std::optional<TranscriptionEvent>> next();
+
+    /// Returns when `next` has delivered the end. Throws `WorkerError` as `next` does.
+    Task<void> delivered();
+
+    /// Nothing is delivered any more.
+    void cancel() noexcept;
+
+    bool isCancelled() const { return isCancelled_; }
+
+    // For the client, on its thread:
+
+    void tellStarted();
+    void tell(TranscriptionEvent event);
+    void tellFinished();
+    void tellFailed(const WorkerError& error);
+
+private:
+    template <typename... Values>
+    using Channel = boost::asio::experimental::concurrent_channel<void(boost::system::error_code, Values...)>;
+
+    /// Carries no values: waiting for it is waiting until it is closed.
+    using Gate = Channel<>;
+
+    static Task<void> wait(Gate& gate);
+    void throwFailure() const;
+
+    std::shared_ptr<boost::asio::io_context> context_; ///< the channels live in it
+    Gate started_;
+    Gate delivered_;
+    Channel<TranscriptionEvent> events_;
+    std::optional<WorkerError> failure_; ///< written before `events_` is closed, read after
+    std::atomic<bool> isCancelled_{false};
+};
+
+} // namespace talkledger

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+namespace talkledger {
+
+/// Why a worker could not do what it was asked for.
+class WorkerError : public std::runtime_error {
+public:
+    enum class Case {
+        cannotStart,  ///< the program is missing or refuses to run
+        stopped,      ///< it ended, or broke the rules of the protocol
+        unresponsive, ///< it gave no sign of life for too long, and was ended
+        failed,       ///< it answered that the request cannot be fulfilled
+        closed        ///< the client was closed while the request was under way
+    };
+
+    static WorkerError cannotStart(const std::filesystem::path& program, const std::string& reason);
+    static WorkerError stopped();
+    static WorkerError unresponsive();
+    static WorkerError failed(const std::string& description);
+    static WorkerError closed();
+
+    Case failure() const { return failure_; }
+
+    bool operator==(const WorkerError& other) const;
+
+private:
+    WorkerError(Case failure, const std::string& description);
+
+    Case failure_;
+};
+
+} // namespace talkledger

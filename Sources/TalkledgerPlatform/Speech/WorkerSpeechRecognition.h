@@ -1,0 +1,50 @@
+#pragma once
+
+#include "TalkledgerCore/Ports/Speech.h"
+#include "TalkledgerPlatform/Speech/SilentFiles.h"
+#include "TalkledgerPlatform/Speech/TranscriberClient.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace talkledger {
+
+/// Where the distribution's package puts the English model of PocketSphinx.
+std::filesystem::path packagedSpeechModels();
+
+/// The recogniser that the transcriber program offers. Without a multilingual model that is English from the
+/// distribution's packages, and only on an English desktop: heard with English ears, another language becomes nonsense.
+/// Called on the main executor; errors are `WorkerError`. Its analysers must not be started after it has gone.
+class WorkerSpeechRecognition : public SpeechRecognition {
+public:
+    struct Settings {
+        WorkerSettings worker;
+        std::string desktopLocale; ///< the language of the user's desktop, like "en_GB"
+        std::filesystem::path modelFolder{packagedSpeechModels()};
+    };
+
+    explicit WorkerSpeechRecognition(Settings settings);
+    ~WorkerSpeechRecognition() override;
+
+    bool isAvailable() const override;
+    Task<std::optional<std::string>> supportedLocale(const std::string& equivalentTo) override;
+    AssetInventory& assetInventory() override;
+
+    /// Of an analyser, a file is recognised once, and the progress is told out of `nextResult`. A file in which no
+    /// speech was found ends at once as long as it stays the same.
+    std::unique_ptr<SpeechAnalyzer> makeAnalyzer(const SpeechTranscriber& transcriber) override;
+
+private:
+    class Assets;
+
+    bool offersEnglish() const;
+
+    Settings settings_;
+    std::unique_ptr<Assets> assets_;
+    std::shared_ptr<SilentFiles> silentFiles_; ///< shared with the analysers, which may go later
+    std::shared_ptr<TranscriberClient> client_;
+};
+
+} // namespace talkledger

@@ -1,0 +1,102 @@
+#include "TalkledgerWorkers/Protocol/TranscriberMessages.h"
+
+#include "TalkledgerCore/Support/FileUrl.h"
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+
+namespace talkledger {
+
+namespace {
+
+std::int64_t requestOf(const JsonReader& reader) {
+    return reader.required("request").integer();
+}
+
+} // namespace
+
+Json toJson(const TranscribeFile& message) {
+    // A path may hold any bytes, JSON only UTF-8.
+    return {{"request", message.request},
+            {"file", fileUrl(message.path)},
+            {"locale", message.locale},
+            {"startTime", message.startTime}};
+}
+
+Json toJson(const CancelRequest& message) {
+    return {{"request", message.request}};
+}
+
+Json toJson(const TranscriptionStarted& message) {
+    return {{"request", message.request}};
+}
+
+Json toJson(const TranscriptionResult& message) {
+    return {
+        {"request", message.request}, {"text", message.text}, {"start", message.start}, {"duration", message.duration}};
+}
+
+Json toJson(const TranscriptionProgress& message) {
+    return {{"request", message.request}, {"share", message.share}};
+}
+
+Json toJson(const TranscriptionFinished& message) {
+    return {{"request", message.request}};
+}
+
+Json toJson(const TranscriptionFailed& message) {
+    return {{"request", message.request}, {"description", message.description}};
+}
+
+template <>
+TranscribeFile fromJson<TranscribeFile>(const JsonReader& reader) {
+    const JsonReader file = reader.required("file");
+    const std::optional<std::filesystem::path> path = pathFromFileUrl(file.string());
+    if (!path) {
+        throw file.invalid("the location of a file");
+    }
+    return {.request = requestOf(reader),
+            .path = *path,
+            .locale = reader.required("locale").string(),
+            .startTime = reader.required("startTime").number()};
+}
+
+template <>
+CancelRequest fromJson<CancelRequest>(const JsonReader& reader) {
+    return {.request = requestOf(reader)};
+}
+
+template <>
+TranscriptionStarted fromJson<TranscriptionStarted>(const JsonReader& reader) {
+    return {.request = requestOf(reader)};
+}
+
+template <>
+TranscriptionResult fromJson<TranscriptionResult>(const JsonReader& reader) {
+    return {.request = requestOf(reader),
+            .text = reader.required("text").string(),
+            .start = reader.required("start").number(),
+            .duration = reader.required("duration").number()};
+}
+
+template <>
+TranscriptionProgress fromJson<TranscriptionProgress>(const JsonReader& reader) {
+    const JsonReader share = reader.required("share");
+    if (share.number() < 0 || share.number() > 1) {
+        throw share.invalid("between 0 and 1");
+    }
+    return {.request = requestOf(reader), .share = share.number()};
+}
+
+template <>
+TranscriptionFinished fromJson<TranscriptionFinished>(const JsonReader& reader) {
+    return {.request = requestOf(reader)};
+}
+
+template <>
+TranscriptionFailed fromJson<TranscriptionFailed>(const JsonReader& reader) {
+    return {.request = requestOf(reader), .description = reader.required("description").string()};
+}
+
+} // namespace talkledger

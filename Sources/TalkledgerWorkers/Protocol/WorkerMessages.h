@@ -1,0 +1,48 @@
+#pragma once
+
+#include "TalkledgerCore/Support/Json.h"
+
+#include <cstdint>
+#include <string_view>
+
+/// The messages that the program exchanges with every worker.
+namespace talkledger {
+
+/// The descriptor on which a worker inherits its end of the socket pair; no other is open but the standard three.
+constexpr int workerSocketDescriptor = 3;
+
+/// The first message of a worker. Another version than the program's own means that the two were installed apart.
+struct Hello {
+    static constexpr std::string_view type = "hello";
+    static constexpr std::int64_t currentVersion = 1;
+
+    std::int64_t version{currentVersion};
+
+    bool operator==(const Hello&) const = default;
+};
+
+/// The program asks for a sign of life; the worker answers with `Pong` whatever its engine does.
+struct Ping {
+    static constexpr std::string_view type = "ping";
+
+    bool operator==(const Ping&) const = default;
+};
+
+struct Pong {
+    static constexpr std::string_view type = "pong";
+
+    bool operator==(const Pong&) const = default;
+};
+
+Json toJson(const Hello& message);
+Json toJson(const Ping& message);
+Json toJson(const Pong& message);
+
+template <>
+Hello fromJson<Hello>(const JsonReader& reader);
+template <>
+Ping fromJson<Ping>(const JsonReader& reader);
+template <>
+Pong fromJson<Pong>(const JsonReader& reader);
+
+} // namespace talkledger

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "TalkledgerWorkers/Transcriber/SpeechEngine.h"
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace talkledger {
+
+/// Keeps engines warm between requests, since loading a model takes long, and lets them go when nobody has wanted them
+/// for a while, since a model takes much memory. Called on any thread; an engine is with one borrower at a time.
+class EngineShelf {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// An engine for the time of one request; goes back to the shelf, which has to outlive it.
+    class Loan {
+    public:
+        Loan(EngineShelf& shelf, std::string locale, std::unique_ptr<SpeechEngine> engine);
+        ~Loan();
+        Loan(const Loan&) = delete;
+        Loan& operator=(const Loan&) = delete;
+
+        SpeechEngine* operator->() const { return engine_.get(); }
+
+    private:
+        EngineShelf& shelf_;
+        std::string locale_;
+        std::unique_ptr<SpeechEngine> engine_;
+    };
+
+    explicit EngineShelf(SpeechEngineFactory factory);
+
+    /// Loads the model on the calling thread when no warm engine is there. Throws what the factory throws.
+    Loan borrow(const std::string& locale);
+
+    /// Lets the engines go that came back before `time`.
+    void discardUnusedSince(Clock::time_point time);
+
+private:
+    struct Engine {
+        std::string locale;
+        std::unique_ptr<SpeechEngine> engine;
+        Clock::time_point returned;
+    };
+
+    void giveBack(std::string locale, std::unique_ptr<SpeechEngine> engine);
+
+    SpeechEngineFactory factory_;
+    std::mutex mutex_;
+    std::vector<Engine> idle_;
+};
+
+} // namespace talkledger
