@@ -3,7 +3,6 @@
 #include "Rehearsal/Conversation.h"
 #include "Rehearsal/Performance.h"
 
-#include <cstddef>
 #include <filesystem>
 
 namespace talkledger::rehearsal {
@@ -18,16 +17,12 @@ struct RecordingFindings {
     double likeness{0};        ///< correlation coefficient of the passage's ends in the output's file, the worse one
 };
 
-/// Throws RehearsalError, FileSystemError or JsonError when a file of the finished recording is missing or not as it has
-/// to be, or when its Markdown document lacks a part of the transcript.
+/// Throws RehearsalError, FileSystemError or JsonError when a file of the finished recording is missing or not as it
+/// has to be, or when its Markdown document lacks a part of the transcript.
 void demandCompleteness(const std::filesystem::path& recording, const std::filesystem::path& document);
 
 /// Throws RehearsalError, FileSystemError or JsonError when something cannot be read.
 RecordingFindings examine(const std::filesystem::path& recording, const Conversation& conversation,
                           const Performance& performance);
-
-/// How many of the microphone's segments repeat the customer: transcribes both tracks again with the transcriber beside
-/// this program, and separates them as a recording's end does.
-std::size_t countEchoes(const std::filesystem::path& recording);
 
 } // namespace talkledger::rehearsal

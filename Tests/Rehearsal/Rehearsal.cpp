@@ -2,6 +2,7 @@
 
 #include "Rehearsal/Conversation.h"
 #include "Rehearsal/ConversationPlayer.h"
+#include "Rehearsal/EchoCount.h"
 #include "Rehearsal/RehearsedProgram.h"
 #include "Rehearsal/SpeechSynthesis.h"
 #include "Rehearsal/VirtualDisplay.h"
@@ -35,7 +36,7 @@ double secondsSince(Clock::time_point time) {
 /// nobody else's files are lost.
 class OutputFolder {
 public:
-    explicit OutputFolder(fs::path folder) : folder_(std::move(folder)) {
+    explicit OutputFolder(const fs::path& folder) : folder_(fs::absolute(folder)) {
         fs::create_directories(folder_);
         if (!fs::is_empty(folder_)) {
             removeEarlierResults();
