@@ -6,11 +6,16 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <exception>
+#include <optional>
 #include <system_error>
 
 namespace talkledger {
 namespace {
+
+constexpr int kFramesPerPacket = 1024; // of AAC
 
 struct OutputFile {
     AVIOContext* context{nullptr};
@@ -26,11 +31,18 @@ struct OutputFile {
 };
 
 bool copyPackets(AVFormatContext& input, AVFormatContext& output) {
+    const AVStream& track = *input.streams[0];
     const ffmpeg::Packet packet(av_packet_alloc());
+    std::optional<std::int64_t> end;
     int result = 0;
     while ((result = av_read_frame(&input, packet.get())) >= 0) {
         if (packet->stream_index == 0) {
-            av_packet_rescale_ts(packet.get(), input.streams[0]->time_base, output.streams[0]->time_base);
+            if (!end) {
+                end = packet->pts + track.duration;
+            }
+            // The last packet's own length, shorter than the others, is known from the track's only.
+            packet->duration = std::clamp<std::int64_t>(*end - packet->pts, 0, kFramesPerPacket);
+            av_packet_rescale_ts(packet.get(), track.time_base, output.streams[0]->time_base);
             packet->pos = -1;
             if (av_write_frame(&output, packet.get()) < 0) {
                 return false;

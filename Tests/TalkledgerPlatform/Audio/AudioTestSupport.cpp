@@ -4,6 +4,7 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <csignal>
 
 namespace talkledger::testing {
@@ -16,7 +17,10 @@ void appendFrame(const AVFrame& frame, AVRational timeBase, std::vector<float>& 
     // The encoder's lead-in lies before zero.
     const auto begin = frame.pts == AV_NOPTS_VALUE ? static_cast<std::int64_t>(samples.size())
                                                    : av_rescale_q(frame.pts, timeBase, {1, frame.sample_rate});
-    for (int index = 0; index < frame.nb_samples; ++index) {
+    // The last frame is whole; how much of it counts, the file says.
+    const std::int64_t told = av_rescale_q(frame.pkt_duration, timeBase, {1, frame.sample_rate});
+    const std::int64_t count = told > 0 ? std::min<std::int64_t>(told, frame.nb_samples) : frame.nb_samples;
+    for (std::int64_t index = 0; index < count; ++index) {
         if (begin + index >= 0) {
             samples.push_back(first[index * stride]);
         }
