@@ -27,7 +27,7 @@ public:
     RunningTask(boost::asio::io_context& context, Task<Value> task) : context_(context) {
         boost::asio::co_spawn(
             context, keepResult(std::move(task)),
-            boost::asio::bind_cancellation_slot(cancellation_.slot(), [this](std::exception_ptr error) {
+            boost::asio::bind_cancellation_slot(cancellation_.slot(), [this](const std::exception_ptr& error) {
                 failure_ = error;
                 hasEnded_ = true;
             }));

@@ -52,7 +52,7 @@ Task<bool> answerToRequest(Authorization& authorization, std::chrono::duration<d
     const auto executor = co_await boost::asio::this_coro::executor;
     const auto answer = std::make_shared<Continuation<bool>>(executor);
     const auto permission = std::make_shared<PermissionContinuation>(
-        [weakAnswer = std::weak_ptr(answer)](std::exception_ptr failure, bool isGranted) {
+        [weakAnswer = std::weak_ptr(answer)](const std::exception_ptr& failure, bool isGranted) {
             const auto waiting = weakAnswer.lock();
             if (waiting && failure) {
                 waiting->fail(failure);

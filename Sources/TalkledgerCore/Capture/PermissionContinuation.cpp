@@ -10,11 +10,11 @@ void PermissionContinuation::resume(bool granted) {
     complete(nullptr, granted);
 }
 
-void PermissionContinuation::fail(std::exception_ptr failure) {
+void PermissionContinuation::fail(const std::exception_ptr& failure) {
     complete(failure, false);
 }
 
-void PermissionContinuation::complete(std::exception_ptr failure, bool granted) {
+void PermissionContinuation::complete(const std::exception_ptr& failure, bool granted) {
     Completion continuation;
     {
         const std::lock_guard guard(lock_);

@@ -11,7 +11,7 @@ namespace talkledger {
 class PermissionContinuation {
 public:
     /// `failure` is null when there is an answer.
-    using Completion = std::function<void(std::exception_ptr failure, bool granted)>;
+    using Completion = std::function<void(const std::exception_ptr& failure, bool granted)>;
 
     explicit PermissionContinuation(Completion continuation);
     PermissionContinuation(const PermissionContinuation&) = delete;
@@ -19,10 +19,10 @@ public:
     ~PermissionContinuation() = default;
 
     void resume(bool granted);
-    void fail(std::exception_ptr failure);
+    void fail(const std::exception_ptr& failure);
 
 private:
-    void complete(std::exception_ptr failure, bool granted);
+    void complete(const std::exception_ptr& failure, bool granted);
 
     std::mutex lock_;
     bool didResume_{false};

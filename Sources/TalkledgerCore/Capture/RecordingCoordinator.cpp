@@ -59,7 +59,7 @@ RecordingCoordinator::RecordingCoordinator(RecordingStore& store, std::shared_pt
       systemAudioRecorder_(std::move(systemAudioRecorder)),
       transcriptProvider_(std::move(transcriptProvider)),
       summaryGenerator_(std::move(summaryGenerator)),
-      artifactDiagnosticsBuilder_(std::move(artifactDiagnosticsBuilder)),
+      artifactDiagnosticsBuilder_(artifactDiagnosticsBuilder),
       clock_(std::move(clock)) {}
 
 Task<RecordingSession> RecordingCoordinator::start(std::string title) {
@@ -93,7 +93,7 @@ Task<std::optional<RecordingSession>> RecordingCoordinator::stop() {
     }
     stopInProgress_ = true;
     try {
-        RecordingSession finished = co_await finishCurrentSession();
+        RecordingSession finished = co_await finish(*currentSession_);
         becomeIdle();
         co_return finished;
     } catch (...) {
@@ -102,8 +102,7 @@ Task<std::optional<RecordingSession>> RecordingCoordinator::stop() {
     }
 }
 
-Task<RecordingSession> RecordingCoordinator::finishCurrentSession() {
-    const RecordingSession session = *currentSession_;
+Task<RecordingSession> RecordingCoordinator::finish(RecordingSession session) {
     RecordingDiagnostics diagnostics{microphoneStarted_, systemAudioStarted_, {}, {}};
     co_await boost::asio::this_coro::reset_cancellation_state(boost::asio::disable_cancellation());
     co_await stopTracks(diagnostics.messages);

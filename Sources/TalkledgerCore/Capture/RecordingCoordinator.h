@@ -70,7 +70,7 @@ public:
 private:
     using Messages = std::vector<std::string>;
 
-    Task<RecordingSession> finishCurrentSession();
+    Task<RecordingSession> finish(RecordingSession session);
     Task<void> stopTracks(Messages& messages);
     Task<TranscriptDocument> transcribe(const RecordingSession& session, Messages& messages);
     Task<void> summarize(TranscriptDocument transcript, const RecordingSession& session, Messages& messages);

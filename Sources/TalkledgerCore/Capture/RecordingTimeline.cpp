@@ -29,10 +29,10 @@ double trackStart(const JsonReader& reader, std::string_view key) {
         return 0;
     }
     const double seconds = value->number();
-    if (!(seconds >= 0 && seconds <= latestStartSeconds)) {
-        throw value->invalid("seconds within the recording's first day");
+    if (seconds >= 0 && seconds <= latestStartSeconds) {
+        return seconds;
     }
-    return seconds;
+    throw value->invalid("seconds within the recording's first day");
 }
 
 } // namespace

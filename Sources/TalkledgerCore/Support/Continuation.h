@@ -23,7 +23,7 @@ public:
 
     void resume(Value value) { outcome_.try_send(boost::system::error_code(), nullptr, std::move(value)); }
 
-    void fail(std::exception_ptr failure) { outcome_.try_send(boost::system::error_code(), failure, Value()); }
+    void fail(const std::exception_ptr& failure) { outcome_.try_send(boost::system::error_code(), failure, Value()); }
 
     /// Called once. Throws `operation_aborted` when the waiting coroutine is cancelled.
     Task<Value> wait() {

@@ -93,13 +93,15 @@ private:
     static Task<std::vector<TranscriptSegment>> collect(SpeechAnalyzer& analyzer, AudioChannel channel,
                                                         SpeakerRole role) {
         std::vector<TranscriptSegment> segments;
-        while (const std::optional<SpeechTranscriptionResult> result = co_await analyzer.nextResult()) {
+        std::optional<SpeechTranscriptionResult> result = co_await analyzer.nextResult();
+        while (result.has_value()) {
             const std::string text = text::trimmed(result->text);
             if (result->isFinal && !text.empty()) {
                 segments.emplace_back(channel, role, secondsOrZero(result->audioTimeRange.start),
                                       secondsOrZero(result->audioTimeRange.duration), text,
                                       TranscriptSegmentStatus::final);
             }
+            result = co_await analyzer.nextResult();
         }
         co_return segments;
     }

@@ -307,7 +307,7 @@ TEST_F(SystemAudioM4ARecorderTest, SaysWhyTheFileWasNotFinished) {
 TEST_F(SystemAudioM4ARecorderTest, NeverAppendsToAWriterThatIsBeingFinished) {
     std::atomic<int> heard{0};
     const auto shared = std::make_shared<SystemAudioM4ARecorder>(systemAudio, files, fileSystem, timeline,
-                                                                 [&](SharedAudioBuffer) { ++heard; });
+                                                                 [&](const SharedAudioBuffer&) { ++heard; });
     for (int round = 0; round < 50; ++round) {
         testing::runTask(context, shared->startRecording(file));
         heard = 0;

@@ -15,7 +15,6 @@ namespace talkledger {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using Case = RecordingCoordinatorError::Case;
 using namespace std::chrono_literals;
 
@@ -178,7 +177,7 @@ TEST_F(RecordingCoordinatorTest, ReadsTheEndTimeAfterEverythingIsWritten) {
     now += 10min;
     generator->answering.open();
     testing::poll(context);
-    EXPECT_EQ(stopping.result()->endedAt, now);
+    EXPECT_EQ(stopping.result().value().endedAt, now);
 }
 
 TEST_F(RecordingCoordinatorTest, TellsEveryFailureOfAStopInOrder) {

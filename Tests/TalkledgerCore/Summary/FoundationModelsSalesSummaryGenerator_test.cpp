@@ -15,7 +15,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
-using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using Generator = FoundationModelsSalesSummaryGenerator;
 

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace talkledger {
@@ -20,7 +21,10 @@ public:
 
     Counted(const Counted& other) : alive_(other.alive_), text_(other.text_) { ++*alive_; }
 
+    Counted(Counted&& other) noexcept : alive_(other.alive_), text_(std::move(other.text_)) { ++*alive_; }
+
     Counted& operator=(const Counted&) = delete;
+    Counted& operator=(Counted&&) = delete;
 
     ~Counted() { --*alive_; }
 
