@@ -1,12 +1,11 @@
 #include "Rehearsal/EchoCount.h"
 
 #include "Support/RunTask.h"
+#include "TalkledgerCore/Support/Both.h"
 #include "TalkledgerCore/Transcription/RecordedArtifactTranscriptProvider.h"
 #include "TalkledgerCore/Transcription/TranscriptSourceSeparator.h"
 #include "TalkledgerPlatform/Files/PosixFileSystem.h"
 #include "TalkledgerPlatform/Speech/WorkerSpeechRecognition.h"
-
-#include <boost/asio/io_context.hpp>
 
 namespace talkledger::rehearsal {
 
@@ -17,11 +16,9 @@ std::size_t countEchoes(const std::filesystem::path& recording) {
     SpeechRecordingTrackTranscriptProvider provider(
         SpeechTranscriptionConfiguration("ja_JP", "en_US", RecordedArtifactTranscriptMode::finalAccuracy), recognition,
         fileSystem);
-    boost::asio::io_context context;
-    std::vector<TranscriptSegment> segments =
-        testing::runTask(context, provider.transcribe(recording / "mic.wav", AudioChannel::mic, SpeakerRole::me));
-    const std::vector<TranscriptSegment> customer = testing::runTask(
-        context, provider.transcribe(recording / "speaker.m4a", AudioChannel::speaker, SpeakerRole::customer));
+    auto [segments, customer] = testing::runTask(
+        both(provider.transcribe(recording / "mic.wav", AudioChannel::mic, SpeakerRole::me),
+             provider.transcribe(recording / "speaker.m4a", AudioChannel::speaker, SpeakerRole::customer)));
     segments.insert(segments.end(), customer.begin(), customer.end());
     return segments.size() - TranscriptSourceSeparator(1.0, 0.82).suppressMicrophoneEchoes(segments).size();
 }
