@@ -27,11 +27,16 @@ JsonError readError(JsonError::Case failure, std::string_view key, const std::st
     return {failure, text::validated(key), description};
 }
 
-/// Opening brackets and braces in force at the deepest place. What the parser would build of a text that is nested
-/// without end takes many times its memory, so that this comes first.
-int nestingDepth(std::string_view text) {
+struct JsonExtent {
+    int depth{0}; ///< brackets and braces open at the deepest place
+    int values{0};
+};
+
+/// What the parser would build of a text. It is told first, as nesting without end or millions of empty lists take many
+/// times the memory of their text.
+JsonExtent extentOf(std::string_view text) {
+    JsonExtent extent;
     int depth = 0;
-    int deepest = 0;
     bool inString = false;
     for (std::size_t position = 0; position < text.size(); ++position) {
         const char character = text[position];
@@ -44,12 +49,15 @@ int nestingDepth(std::string_view text) {
         } else if (character == '"') {
             inString = true;
         } else if (character == '[' || character == '{') {
-            deepest = std::max(deepest, ++depth);
+            extent.depth = std::max(extent.depth, ++depth);
+            ++extent.values;
         } else if (character == ']' || character == '}') {
             --depth;
+        } else if (character == ',') {
+            ++extent.values;
         }
     }
-    return deepest;
+    return extent;
 }
 
 /// The parser's own message without its mark "[json.exception...]".
@@ -61,9 +69,14 @@ std::string parserMessage(const nlohmann::json::exception& failure) {
 }
 
 Json parse(std::string_view text, const JsonSource& source) {
-    if (nestingDepth(text) > JsonDocument::maximumDepth) {
+    const JsonExtent extent = extentOf(text);
+    if (extent.depth > JsonDocument::maximumDepth) {
         throw readError(JsonError::Case::malformed, "",
                         "it is nested deeper than " + std::to_string(JsonDocument::maximumDepth) + " levels", source);
+    }
+    if (extent.values > JsonDocument::maximumValues) {
+        throw readError(JsonError::Case::malformed, "",
+                        "it holds more than " + std::to_string(JsonDocument::maximumValues) + " values", source);
     }
     if (text.find('\0') != std::string_view::npos) { // the parser would take it for the end
         throw readError(JsonError::Case::malformed, "", "it holds a zero byte", source);

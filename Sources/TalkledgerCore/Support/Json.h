@@ -21,7 +21,7 @@ using Json = nlohmann::json;
 class JsonError : public std::runtime_error {
 public:
     enum class Case {
-        malformed,      ///< no JSON, nested too deeply, a number out of range, broken UTF-8, text behind the value
+        malformed,      ///< no sound JSON, text behind the value, broken UTF-8, or beyond the bounds
         missingKey,     ///< a required member is absent
         wrongType,      ///< a value of another JSON type than expected
         invalidValue,   ///< of the right type, yet not one of the values that are possible here
@@ -83,6 +83,7 @@ private:
 class JsonDocument {
 public:
     static constexpr int maximumDepth = 64;
+    static constexpr int maximumValues = 4'000'000; ///< a transcript of a day has a tenth of them
 
     /// Throws `JsonError`.
     JsonDocument(std::string_view text, JsonSource source);

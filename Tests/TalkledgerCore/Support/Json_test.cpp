@@ -16,6 +16,15 @@ JsonSource source() {
     return jsonFile("/home/u/session.json");
 }
 
+/// A sound list, of more empty lists than are taken.
+std::string listOfManyLists() {
+    std::string text = "[],";
+    while (text.size() / 3 <= JsonDocument::maximumValues) {
+        text += text;
+    }
+    return "[" + text + "[]]";
+}
+
 template <typename Read>
 JsonError errorOf(const std::string& text, const Read& read) {
     try {
@@ -50,6 +59,7 @@ TEST(Json, RefusesWhatIsNoSoundJson) {
         std::string(65, '[') + std::string(65, ']'),
         std::string(3'000'000, '['),
         std::string(100'000, '{'),
+        listOfManyLists(),
     };
     for (const std::string& text : cases) {
         const JsonError error = errorOf(text, [](const JsonReader&) {});
