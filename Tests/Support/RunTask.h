@@ -19,7 +19,7 @@ T runTask(boost::asio::io_context& context, Task<T> task) {
     bool ended = false;
     context.restart();
     if constexpr (std::is_void_v<T>) {
-        boost::asio::co_spawn(context, std::move(task), [&](std::exception_ptr error) {
+        boost::asio::co_spawn(context, std::move(task), [&](const std::exception_ptr& error) {
             failure = error;
             ended = true;
         });
@@ -33,7 +33,7 @@ T runTask(boost::asio::io_context& context, Task<T> task) {
         }
     } else {
         std::optional<T> result;
-        boost::asio::co_spawn(context, std::move(task), [&](std::exception_ptr error, T value) {
+        boost::asio::co_spawn(context, std::move(task), [&](const std::exception_ptr& error, T value) {
             failure = error;
             ended = true;
             if (!error) {
