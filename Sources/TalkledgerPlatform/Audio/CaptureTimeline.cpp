@@ -26,7 +26,7 @@ CaptureTimeline::CaptureTimeline(const AudioFormat& format, std::uint32_t buffer
 MonotonicTime CaptureTimeline::timeOf(std::uint64_t frame) const {
     // Whole seconds apart: a day of frames times a billion would overflow.
     const auto rest = static_cast<std::int64_t>((frame % rate_) * kNanosecondsPerSecond / rate_);
-    return *begin_ + std::chrono::seconds(frame / rate_) + std::chrono::nanoseconds(rest);
+    return begin_ + std::chrono::seconds(frame / rate_) + std::chrono::nanoseconds(rest);
 }
 
 MonotonicTime CaptureTimeline::end() const {
@@ -40,6 +40,7 @@ std::int64_t CaptureTimeline::framesUntil(MonotonicTime time) const {
 
 void CaptureTimeline::begin(MonotonicTime time) {
     begin_ = time;
+    hasBegun_ = true;
 }
 
 std::int64_t CaptureTimeline::framesMissingBefore(const CapturePacket& packet) const {
@@ -64,7 +65,7 @@ std::int64_t CaptureTimeline::framesMissingBefore(const CapturePacket& packet) c
 
 void CaptureTimeline::add(const CapturePacket& packet, std::span<const float> samples) {
     std::int64_t missing = 0;
-    if (begin_) {
+    if (hasBegun_) {
         missing = framesMissingBefore(packet);
     } else {
         begin(MonotonicTime(std::chrono::nanoseconds(packet.firstFrameTime)));

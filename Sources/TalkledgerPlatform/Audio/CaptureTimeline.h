@@ -23,7 +23,7 @@ public:
     /// has what is left.
     CaptureTimeline(const AudioFormat& format, std::uint32_t bufferSize, Output output);
 
-    bool hasBegun() const { return begin_.has_value(); }
+    bool hasBegun() const { return hasBegun_; }
 
     /// Where the line ends now, frames not yet handed over included. Only after it has begun.
     MonotonicTime end() const;
@@ -56,7 +56,8 @@ private:
     std::uint32_t bufferSize_;
     Output output_;
     AudioBuffer buffer_;
-    std::optional<MonotonicTime> begin_;
+    bool hasBegun_{false};
+    MonotonicTime begin_;
     std::uint64_t frames_{0};     ///< on the line so far
     std::uint64_t silenceEnd_{0}; ///< where the last `fillTo` ended
     std::optional<CapturePacket> previous_;

@@ -177,21 +177,22 @@ M4AAssetWriter::M4AAssetWriter(const std::filesystem::path& path, AudioChannel c
 M4AAssetWriter::~M4AAssetWriter() = default;
 
 bool M4AAssetWriter::canAddInput(const AssetWriterInputSettings& settings) const {
-    return !settings_ && status_ == AssetWriterStatus::unknown && settings.formatID == AssetAudioFormat::mpeg4AAC &&
+    return !hasInput_ && status_ == AssetWriterStatus::unknown && settings.formatID == AssetAudioFormat::mpeg4AAC &&
            settings.sampleRate >= kSmallestRate && settings.sampleRate <= kLargestRate && settings.channelCount >= 1 &&
            settings.channelCount <= kLargestChannelCount && settings.encoderBitRate > 0;
 }
 
 void M4AAssetWriter::addInput(const AssetWriterInputSettings& settings) {
     settings_ = settings;
+    hasInput_ = true;
 }
 
 void M4AAssetWriter::startWriting() {
-    if (!settings_ || status_ != AssetWriterStatus::unknown) {
+    if (!hasInput_ || status_ != AssetWriterStatus::unknown) {
         return fail("The audio writer has no input.");
     }
     try {
-        encoder_ = std::make_unique<Encoder>(*settings_, file_, path_);
+        encoder_ = std::make_unique<Encoder>(settings_, file_, path_);
         status_ = AssetWriterStatus::writing;
     } catch (const AudioFileError& error) {
         fail(error.what());
@@ -200,15 +201,16 @@ void M4AAssetWriter::startWriting() {
 
 void M4AAssetWriter::startSession(MonotonicTime time) {
     sessionStart_ = time;
+    hasSession_ = true;
 }
 
 bool M4AAssetWriter::isReadyForMoreMediaData() const {
-    return status_ == AssetWriterStatus::writing && sessionStart_ && !isFinished_;
+    return status_ == AssetWriterStatus::writing && hasSession_ && !isFinished_;
 }
 
 std::int64_t M4AAssetWriter::framesUntil(MonotonicTime time) const {
-    const std::chrono::duration<double> sinceStart = time - *sessionStart_;
-    return std::llround(sinceStart.count() * settings_->sampleRate) - encoder_->position();
+    const std::chrono::duration<double> sinceStart = time - sessionStart_;
+    return std::llround(sinceStart.count() * settings_.sampleRate) - encoder_->position();
 }
 
 void M4AAssetWriter::append(const AudioBuffer& buffer) {
@@ -216,13 +218,13 @@ void M4AAssetWriter::append(const AudioBuffer& buffer) {
         return;
     }
     const AudioFormat format{.commonFormat = AudioSampleFormat::float32,
-                             .sampleRate = settings_->sampleRate,
-                             .channelCount = settings_->channelCount,
+                             .sampleRate = settings_.sampleRate,
+                             .channelCount = settings_.channelCount,
                              .isInterleaved = true};
     if (buffer.format != format) {
         return fail(AudioFileError(AudioFileError::Case::unsupportedFormat, path_).what());
     }
-    const auto tolerance = static_cast<std::int64_t>(kToleratedShift * settings_->sampleRate);
+    const auto tolerance = static_cast<std::int64_t>(kToleratedShift * settings_.sampleRate);
     std::int64_t missing = framesUntil(buffer.time);
     if (std::abs(missing) <= tolerance) {
         missing = 0;
@@ -230,7 +232,7 @@ void M4AAssetWriter::append(const AudioBuffer& buffer) {
     const std::int64_t known = std::clamp<std::int64_t>(-missing, 0, buffer.frameLength);
     try {
         encoder_->add(nullptr, std::max<std::int64_t>(missing, 0));
-        encoder_->add(buffer.floatSamples().data() + known * settings_->channelCount, buffer.frameLength - known);
+        encoder_->add(buffer.floatSamples().data() + known * settings_.channelCount, buffer.frameLength - known);
     } catch (const AudioFileError& error) {
         return fail(error.what());
     }

@@ -22,6 +22,8 @@ public:
     M4AAssetWriter(const std::filesystem::path& path, AudioChannel channel, TrackHealthHandler health,
                    Executor blockingExecutor);
     ~M4AAssetWriter() override;
+    M4AAssetWriter(const M4AAssetWriter&) = delete;
+    M4AAssetWriter& operator=(const M4AAssetWriter&) = delete;
 
     bool canAddInput(const AssetWriterInputSettings& settings) const override;
     void addInput(const AssetWriterInputSettings& settings) override;
@@ -48,9 +50,11 @@ private:
     WriteHealth health_;
     Executor blockingExecutor_;
     GrowingFile file_;
-    std::optional<AssetWriterInputSettings> settings_;
+    bool hasInput_{false};
+    AssetWriterInputSettings settings_;
     std::unique_ptr<Encoder> encoder_;
-    std::optional<MonotonicTime> sessionStart_;
+    bool hasSession_{false};
+    MonotonicTime sessionStart_;
     AssetWriterStatus status_{AssetWriterStatus::unknown};
     std::optional<std::string> error_;
     bool isFinished_{false};

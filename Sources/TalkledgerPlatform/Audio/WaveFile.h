@@ -21,6 +21,8 @@ public:
     WaveFile(const std::filesystem::path& path, const AudioFormat& format, AudioChannel channel,
              TrackHealthHandler health);
     ~WaveFile() override;
+    WaveFile(const WaveFile&) = delete;
+    WaveFile& operator=(const WaveFile&) = delete;
 
     void write(const AudioBuffer& buffer) override;
 
