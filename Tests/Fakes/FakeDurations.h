@@ -22,8 +22,7 @@ public:
     }
 
     Task<std::optional<double>> duration(const std::filesystem::path& path) override {
-        const std::filesystem::path copy = path;
-        co_return answer(copy);
+        co_return answer(path);
     }
 };
 

@@ -83,6 +83,7 @@ TEST(Text, TakesAnyBytesWithoutLosingOrTearingAny) {
 TEST(Text, SplitsOnSeveralThreadsAtOnce) {
     std::vector<std::thread> threads;
     std::vector<std::size_t> counts(4);
+    threads.reserve(counts.size());
     for (std::size_t& count : counts) {
         threads.emplace_back([&count] {
             for (int round = 0; round < 200; ++round) {

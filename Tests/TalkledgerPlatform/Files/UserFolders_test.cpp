@@ -23,7 +23,7 @@ TEST(UserFolders, FallsBackOnWhatIsNoAbsoluteFolder) {
           std::string_view("XDG_DOCUMENTS_DIR=/a"), std::string_view("XDG_DOCUMENTS_DIR=\"a\""),
           std::string_view("XDG_DOCUMENTS_DIR=\"/a"), std::string_view("XDG_DOCUMENTS_DIR=\"/a\\"),
           std::string_view("XDG_DOCUMENTS_DIR=\"$HOMEX\""), std::string_view("XDG_DOCUMENTS_DIRX=\"/a\""),
-          std::string_view("XDG_DOCUMENTS_DIR=\"/a\0b\"", 25), std::string_view("XDG_DOCUMENTS_DIR")}) {
+          std::string_view("XDG_DOCUMENTS_DIR=\"/a\0b\"", 24), std::string_view("XDG_DOCUMENTS_DIR")}) {
         EXPECT_EQ(folders.documents(content), "/home/u/Documents") << content;
     }
 }
