@@ -1,0 +1,67 @@
+#include "TalkledgerWorkers/Protocol/Message.h"
+#include "TalkledgerWorkers/Protocol/TranscriberMessages.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+namespace talkledger {
+namespace {
+
+template <typename AnyMessage, typename Message>
+void expectToComeBack(const Message& message) {
+    FrameDecoder decoder;
+    decoder.append(encodeMessage(message));
+    std::optional<Frame> frame = decoder.next();
+    ASSERT_TRUE(frame);
+    EXPECT_EQ(decodeMessage<AnyMessage>(*std::move(frame)), AnyMessage(message)) << Message::type;
+}
+
+template <typename AnyMessage>
+void expectRefused(const std::string& head, std::vector<std::byte> payload = {}) {
+    EXPECT_THROW(decodeMessage<AnyMessage>({.head = head, .payload = std::move(payload)}), std::runtime_error)
+        << head.substr(0, 100);
+}
+
+TEST(TranscriberMessages, ComeBackAsTheyWere) {
+    expectToComeBack<MessageToTranscriber>(Ping{});
+    expectToComeBack<MessageToTranscriber>(TranscribeFile{.request = 3,
+                                                          .path = "/home/\xE4\xFF \"%20\"/\xE5\x95\x86\xE8\xAB\x87.wav",
+                                                          .locale = "en_US",
+                                                          .startTime = 0.1 + 0.2});
+    expectToComeBack<MessageToTranscriber>(CancelRequest{.request = std::numeric_limits<std::int64_t>::max()});
+    expectToComeBack<MessageFromTranscriber>(Hello{.version = 9});
+    expectToComeBack<MessageFromTranscriber>(Pong{});
+    expectToComeBack<MessageFromTranscriber>(TranscriptionStarted{.request = 1});
+    expectToComeBack<MessageFromTranscriber>(
+        TranscriptionResult{.request = 1, .text = "\xE5\x95\x86\xE8\xAB\x87 \"\\\n", .start = 12.34, .duration = 1e-3});
+    expectToComeBack<MessageFromTranscriber>(TranscriptionProgress{.request = 1, .share = 1});
+    expectToComeBack<MessageFromTranscriber>(TranscriptionFinished{.request = 1});
+    expectToComeBack<MessageFromTranscriber>(TranscriptionFailed{.request = 1, .description = "It broke."});
+}
+
+TEST(TranscriberMessages, AreRefusedWhenAnythingIsWrong) {
+    using From = MessageFromTranscriber;
+    using To = MessageToTranscriber;
+    expectRefused<From>("");
+    expectRefused<From>("{");
+    expectRefused<From>("[]");
+    expectRefused<From>("{}");
+    expectRefused<From>(R"({"type": 4})");
+    expectRefused<From>(R"({"type": "ping"})"); // of the other direction
+    expectRefused<From>(R"({"type": "pong"})", {std::byte{1}});
+    expectRefused<From>(R"({"type": "result", "request": 1, "text": 5, "start": 0, "duration": 0})");
+    expectRefused<From>(R"({"type": "result", "request": 1, "text": "", "start": null, "duration": 0})");
+    expectRefused<From>(R"({"type": "result", "request": 1, "text": "", "start": 1e999, "duration": 0})");
+    expectRefused<From>("{\"type\": \"failed\", \"request\": 1, \"description\": \"\xFF\"}");
+    expectRefused<From>(R"({"type": "progress", "request": 1, "share": 1.5})");
+    expectRefused<From>(R"({"type": "finished", "request": 99999999999999999999})");
+    expectRefused<From>(std::string(Frame::maximumHeadLength, '['));
+    expectRefused<To>(R"({"type": "transcribeFile", "request": 1, "file": "mic.wav", "locale": "", "startTime": 0})");
+    expectRefused<To>(
+        R"({"type": "transcribeFile", "request": 1, "file": "file:///a%00b", "locale": "", "startTime": 0})");
+}
+
+} // namespace
+} // namespace talkledger

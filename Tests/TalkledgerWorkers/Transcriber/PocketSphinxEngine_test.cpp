@@ -1,0 +1,136 @@
+#include "TalkledgerWorkers/SpokenAudio.h"
+#include "TalkledgerWorkers/Transcriber/PocketSphinxEngine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+namespace talkledger {
+namespace {
+
+using testing::Samples;
+using testing::silence;
+using testing::speak;
+using testing::synthesize;
+using testing::operator+;
+
+std::vector<SpeechSegment> recognise(SpeechEngine& engine, std::span<const std::int16_t> samples) {
+    std::vector<SpeechSegment> segments;
+    engine.begin([&](const SpeechSegment& segment) { segments.push_back(segment); });
+    while (!samples.empty()) {
+        const std::size_t length = std::min<std::size_t>(samples.size(), 1000); // no multiple of a block
+        engine.append(samples.first(length));
+        samples = samples.subspan(length);
+    }
+    engine.finish();
+    return segments;
+}
+
+std::string textOf(const std::vector<SpeechSegment>& segments) {
+    std::string text;
+    for (const SpeechSegment& segment : segments) {
+        text += segment.text + ' ';
+    }
+    return text;
+}
+
+/// One engine for all tests, since loading its model takes most of their time; that it can be used again belongs to
+/// what they test.
+class PocketSphinxEngineTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { engine_ = std::make_unique<PocketSphinxEngine>(TALKLEDGER_POCKETSPHINX_MODELS); }
+
+    static void TearDownTestSuite() { engine_.reset(); }
+
+    static inline std::unique_ptr<PocketSphinxEngine> engine_;
+};
+
+TEST_F(PocketSphinxEngineTest, UnderstandsPlainBusinessEnglish) {
+    const std::vector<std::string> sentences{
+        "Thank you for taking the time to meet with us today.",
+        "We have a budget of twenty thousand dollars for this year.",
+        "I will send you the proposal by Friday afternoon.",
+        "We need the approval of our director.",
+        "Please share the security report before the meeting.",
+    };
+    const std::pair<const char*, double> voices[] = {{"rms", 0.15}, {"slt", 0.25}};
+    for (const auto& [voice, worstErrorRate] : voices) {
+        Samples samples = silence(0.5);
+        std::string spoken;
+        for (const std::string& sentence : sentences) {
+            samples = std::move(samples) + speak(voice, sentence) + silence(1);
+            spoken += sentence + ' ';
+        }
+        const std::string heard = textOf(recognise(*engine_, samples));
+        EXPECT_LE(testing::wordErrorRate(spoken, heard), worstErrorRate) << voice << ": " << heard;
+    }
+}
+
+TEST_F(PocketSphinxEngineTest, GivesEachSentenceItsTrueTime) {
+    const Samples first = speak("rms", "We have a budget for this year.");
+    const Samples second = speak("rms", "I will send you the proposal by Friday afternoon.");
+    const auto seconds = [](const Samples& samples) {
+        return static_cast<double>(samples.size()) / SpeechEngine::sampleRate;
+    };
+    const double pause = 2.5;
+    const double firstStart = 1.2;
+    const double secondStart = firstStart + seconds(first) + pause;
+    const std::vector<SpeechSegment> segments =
+        recognise(*engine_, silence(firstStart) + first + silence(pause) + second + silence(1));
+    ASSERT_THAT(segments, ::testing::SizeIs(2)) << textOf(segments);
+    EXPECT_NEAR(segments[0].start, firstStart, 0.3);
+    EXPECT_NEAR(segments[0].start + segments[0].duration, firstStart + seconds(first), 0.3);
+    EXPECT_NEAR(segments[1].start, secondStart, 0.3);
+    EXPECT_NEAR(segments[1].start + segments[1].duration, secondStart + seconds(second), 0.3);
+}
+
+TEST_F(PocketSphinxEngineTest, HearsTheSameAgainAfterAnotherVoiceAndAnUnfinishedStream) {
+    const Samples sentence = speak("slt", "Please share the security report before the meeting.");
+    const std::vector<SpeechSegment> before = recognise(*engine_, sentence);
+    EXPECT_THAT(before, ::testing::SizeIs(1));
+    recognise(*engine_, speak("rms", "We decided to start with a small pilot."));
+    engine_->begin([](const SpeechSegment&) { ADD_FAILURE(); });
+    engine_->append(sentence);
+    EXPECT_EQ(recognise(*engine_, sentence), before);
+}
+
+TEST_F(PocketSphinxEngineTest, InventsNothing) {
+    const std::pair<const char*, const char*> sounds[] = {
+        {"digital silence", "trim 0 8"},
+        {"a quiet room", "synth 8 pinknoise vol 0.003"},
+        {"white noise", "synth 8 whitenoise vol 0.1"},
+        {"pink noise", "synth 8 pinknoise vol 0.3"},
+        {"brown noise", "synth 8 brownnoise vol 0.5"},
+        {"wind", "synth 8 brownnoise tremolo 0.7 90 vol 0.8"},
+        {"bursts of noise", "synth 8 whitenoise tremolo 3 100 vol 0.3"},
+        {"hum", "synth 8 square 50 vol 0.1"},
+        {"a ring tone", "synth 8 sine 440 sine 480 tremolo 0.5 100 remix - vol 0.3"},
+        {"a siren", "synth 8 triangle 300-1200 tremolo 0.4 90 vol 0.3"},
+        {"clicks", "synth 0.01 whitenoise vol 0.5 pad 0 0.3 repeat 25"},
+    };
+    for (const auto& [name, effects] : sounds) {
+        EXPECT_EQ(textOf(recognise(*engine_, synthesize(effects))), "") << name;
+    }
+}
+
+TEST_F(PocketSphinxEngineTest, FindsSpeechInNoise) {
+    const std::string spoken = "I will send you the proposal by Friday afternoon.";
+    const Samples speech = silence(2) + speak("slt", spoken) + silence(1);
+    const Samples noise = synthesize("synth 10 whitenoise vol 0.02");
+    const std::string heard = textOf(recognise(*engine_, testing::mixed(speech, noise)));
+    EXPECT_LE(testing::wordErrorRate(spoken, heard), 0.34) << heard;
+}
+
+TEST(PocketSphinxEngineModel, SaysWhatToInstallWhenItIsMissing) {
+    try {
+        const PocketSphinxEngine engine("/nowhere");
+        ADD_FAILURE();
+    } catch (const SpeechEngineError& error) {
+        EXPECT_THAT(error.what(), ::testing::HasSubstr("pocketsphinx-en-us"));
+    }
+}
+
+} // namespace
+} // namespace talkledger
