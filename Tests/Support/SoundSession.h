@@ -13,8 +13,8 @@
 namespace talkledger::testing {
 
 struct SoundSessionOptions {
-    bool hasMicrophone{true}; ///< a mono virtual microphone called `SoundSession::kMicrophone`
-    bool hasOutput{true};     ///< a stereo output called `SoundSession::kOutput`, that nobody hears
+    bool hasMicrophone{true};    ///< a mono virtual microphone called `SoundSession::kMicrophone`
+    bool hasOutput{true};        ///< a stereo output called `SoundSession::kOutput`, that nobody hears
     std::uint32_t quantum{1024};
 };
 

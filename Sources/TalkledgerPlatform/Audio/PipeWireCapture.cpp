@@ -26,9 +26,13 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kStartPatience = 1500ms;
 /// A device that has delivered and does not for so long has gone, or an output has nothing to say.
 constexpr auto kSilentAfter = 1s;
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr auto kFirstRetry = 100ms;
 constexpr auto kLongestRetry = 1000ms;
 constexpr auto kSupervision = 500ms;
+/// While devices come and go the session manager's choice goes back and forth; the old device is recorded until it
+/// rests.
+constexpr auto kTargetSettling = 200ms;
 constexpr auto kDeliveryInterval = 250ms;
 constexpr std::size_t kLongestThreadName = 15;
 
@@ -88,6 +92,7 @@ struct PipeWireCapture::Stream {
     bool hasFailed{false};
     std::atomic<bool> hasTrackFormat{false};
     std::atomic<std::uint32_t> channelCount{0};
+    std::atomic<std::uint32_t> sampleRate{0};
     pw_stream* handle{nullptr};
     spa_hook listener{};
 };
@@ -132,7 +137,8 @@ AudioFormat PipeWireCapture::open(const std::optional<AudioFormat>& format) {
     close();
     {
         const PipeWireConnection::Lock lock(connection_);
-        connection_.waitForDefaultDevice(source_, Clock::now() + kStartPatience);
+        target_ = connection_.waitForDefaultDevice(source_, Clock::now() + kStartPatience).name;
+        targetChanged_ = Clock::now() - kTargetSettling;
         format_ = format ? std::optional(rawFormat(*format)) : std::nullopt;
         failure_.clear();
         nextAttempt_ = Clock::now();
@@ -232,16 +238,34 @@ void PipeWireCapture::supervise() {
         if (stream_ && (stream_->hasFailed || isStalled())) {
             closeStream();
             retryLater();
-        } else if (stream_ && (!device || device->name != stream_->target)) {
-            closeStream();
         }
-        if (device && !stream_ && now >= nextAttempt_) {
-            openStream(*device);
+        const std::string target = device ? device->name : std::string();
+        if (target != target_) {
+            target_ = target;
+            targetChanged_ = now;
+        }
+        if (now - targetChanged_ >= kTargetSettling) {
+            if (stream_ && target != stream_->target) {
+                closeStream();
+            }
+            if (device && !stream_ && now >= nextAttempt_) {
+                openStream(*device);
+            }
         }
     }
     isAway_ = !stream_ || stream_->state != PW_STREAM_STATE_STREAMING;
-    const auto untilAttempt = std::chrono::ceil<std::chrono::milliseconds>(nextAttempt_ - now);
-    connection_.callAfter(stream_ || untilAttempt <= 0ms ? std::chrono::milliseconds(kSupervision) : untilAttempt);
+    connection_.callAfter(untilNextSupervision(now));
+}
+
+std::chrono::milliseconds PipeWireCapture::untilNextSupervision(MonotonicTime now) const {
+    MonotonicTime next = now + kSupervision;
+    if (!stream_ && nextAttempt_ > now) {
+        next = std::min(next, nextAttempt_);
+    }
+    if (targetChanged_ + kTargetSettling > now) {
+        next = std::min(next, targetChanged_ + kTargetSettling);
+    }
+    return std::chrono::ceil<std::chrono::milliseconds>(next - now);
 }
 
 void PipeWireCapture::retryLater() {
@@ -327,6 +351,7 @@ void PipeWireCapture::streamFormatChanged(const spa_pod* parameter) {
         format_ = negotiated;
     }
     stream_->channelCount = negotiated.channels;
+    stream_->sampleRate = negotiated.rate;
     stream_->hasTrackFormat = isSameLayout(negotiated, *format_);
     stream_->hasFailed = !stream_->hasTrackFormat; // opened again with the track's format
     connection_.signalChange();
@@ -352,14 +377,17 @@ void PipeWireCapture::capture(const Stream& stream, pw_buffer& buffer) noexcept 
     pw_stream_get_time_n(stream.handle, &time, sizeof(time));
     packet.streamNumber = stream.number;
     packet.cycleTime = time.now != 0 ? time.now : now;
-    packet.firstFrameTime = packet.cycleTime;
     if (time.rate.num != 0 && time.rate.denom != 0) {
         packet.ticks = time.ticks * time.rate.num;
         packet.ticksPerSecond = time.rate.denom;
-        if (source_ == CaptureSource::microphone) { // what is heard now was said a little earlier
-            packet.firstFrameTime -= time.delay * time.rate.num * 1'000'000'000 / time.rate.denom;
-        }
     }
+    // A microphone's samples were said a little earlier. An output's monitor, whose device gives the graph its beat,
+    // hands out what was played in the cycle before.
+    const std::int64_t age =
+        source_ == CaptureSource::systemAudio ? packet.frames * kNanosecondsPerSecond / stream.sampleRate
+        : packet.ticksPerSecond != 0 ? time.delay * time.rate.num * kNanosecondsPerSecond / packet.ticksPerSecond
+                                     : 0;
+    packet.firstFrameTime = packet.cycleTime - age;
     const bool isEmpty = (chunkFlags & SPA_CHUNK_FLAG_EMPTY) != 0;
     const auto* samples =
         reinterpret_cast<const float*>(static_cast<const std::byte*>(plane.data) + offset); // aligned by the server

@@ -60,6 +60,7 @@ private:
 
     void supervise();
     bool isStalled() const;
+    std::chrono::milliseconds untilNextSupervision(MonotonicTime now) const;
     void openStream(const CaptureDevice& device);
     void closeStream();
     void retryLater();
@@ -83,6 +84,8 @@ private:
     std::unique_ptr<Stream> stream_;
     std::optional<spa_audio_info_raw> format_; ///< of every stream from the moment it is known
     std::string failure_;                      ///< what the server said last
+    std::string target_;                       ///< the default device; empty: none
+    MonotonicTime targetChanged_;
     MonotonicTime nextAttempt_;
     std::chrono::milliseconds retryDelay_;
     std::uint32_t streamCount_{0};
