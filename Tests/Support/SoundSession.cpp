@@ -37,11 +37,11 @@ void writeFile(const std::filesystem::path& path, const std::string& text) {
 }
 
 std::string nodeProperties(const std::string& name, const std::string& mediaClass, const std::string& position,
-                           int priority) {
+                           int priority, const std::string& more = {}) {
     return "{ factory.name = support.null-audio-sink node.name = \"" + name + "\" node.description = \"" + name +
            "\" media.class = \"" + mediaClass + "\" audio.position = [ " + position +
-           " ] priority.session = " + std::to_string(priority) +
-           " object.linger = true adapter.auto-port-config = { mode = dsp monitor = true position = preserve } }";
+           " ] priority.session = " + std::to_string(priority) + " object.linger = true " + more +
+           " adapter.auto-port-config = { mode = dsp monitor = true position = preserve } }";
 }
 
 constexpr const char* kServerModules = R"(
@@ -144,11 +144,12 @@ void SoundSession::writeConfiguration(const SoundSessionOptions& options) const 
     const auto addObject = [&](const std::string& properties) {
         text += "{ factory = adapter args = " + properties + " }\n";
     };
+    const std::string group = options.sharesClock ? "node.group = card" : "";
     if (options.hasOutput) {
-        addObject(nodeProperties(kOutput, "Audio/Sink", "FL FR", 2000));
+        addObject(nodeProperties(kOutput, "Audio/Sink", "FL FR", 2000, group));
     }
     if (options.hasMicrophone) {
-        addObject(nodeProperties(kMicrophone, "Audio/Source/Virtual", "MONO", 2000));
+        addObject(nodeProperties(kMicrophone, "Audio/Source/Virtual", "MONO", 2000, group));
     }
     text += "]\n";
     writeFile(folder_ / "server.conf", text);

@@ -15,7 +15,8 @@ namespace talkledger::testing {
 struct SoundSessionOptions {
     bool hasMicrophone{true};    ///< a mono virtual microphone called `SoundSession::kMicrophone`
     bool hasOutput{true};        ///< a stereo output called `SoundSession::kOutput`, that nobody hears
-    std::uint32_t quantum{1024};
+    std::uint32_t quantum{1024}; ///< frames per cycle
+    bool sharesClock{false};     ///< both devices in one cycle from the start, as those of one card
 };
 
 /// A private sound session: a sound server and a session manager of our own in a folder of their own, without a sound

@@ -289,9 +289,9 @@ void PipeWireCapture::openStream(const CaptureDevice& device) {
     const char* name = isMicrophone ? "talkledger-microphone" : "talkledger-system-audio";
     // The session manager would move a stream without a target to an output's monitor when the microphone goes: it is
     // bound to its device, and we move it ourselves.
-    pw_properties* properties =
-        pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_APP_NAME, "Talkledger",
-                          PW_KEY_NODE_LATENCY, "2048/48000", PW_KEY_TARGET_OBJECT, device.name.c_str(), nullptr);
+    pw_properties* properties = pw_properties_new(
+        PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_APP_NAME, "Talkledger", PW_KEY_NODE_NAME,
+        name, PW_KEY_NODE_LATENCY, "2048/48000", PW_KEY_TARGET_OBJECT, device.name.c_str(), nullptr);
     if (!isMicrophone) {
         pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
     }

@@ -7,11 +7,10 @@
 namespace talkledger {
 
 /// What the computer plays, through PipeWire: the monitor of the default output, and of whatever becomes the default
-/// output while it is captured. That is all that the computer
-/// plays: `excludesCurrentProcessAudio` has no effect, and this program makes no sound of its own. The shareable
-/// content is that one output, or nothing. A stream outlasts every fault, so it never reports that it stopped. What
-/// blocks runs on `blockingExecutor`, at most five seconds; the caller is resumed on its own executor. Failures are
-/// SoundServerError.
+/// output while it is captured. That is everything: `excludesCurrentProcessAudio` has no effect yet (this program makes
+/// no sound of its own). The shareable content is that one output, or nothing. A stream outlasts every fault, so it
+/// never reports that it stopped. What blocks runs on `blockingExecutor`, at most five seconds; the caller is resumed
+/// on its own executor. Failures are SoundServerError.
 class PipeWireSystemAudio : public SystemAudio {
 public:
     /// `health` is called on the stream's sample queue.

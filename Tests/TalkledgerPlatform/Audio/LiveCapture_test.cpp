@@ -290,6 +290,39 @@ TEST_F(LiveCapture, OutputPassageIsWholeAndAQuietOutputIsSilence) {
     expectTrueTimeline(output->track(), stopped);
 }
 
+TEST_F(LiveCapture, OneSoundInBothTracksHasOneTime) {
+    SoundSession& session = enterSession({.sharesClock = true});
+    MicrophoneRecording microphone(session);
+    const auto output = std::make_shared<OutputRecording>();
+    microphone.start();
+    output->start();
+    const auto passage = noise(4, 1, 13);
+    // One player, linked by hand to the output and to the microphone's capture.
+    const auto player = session.start(
+        {"pw-play", "--target", "0", "-P", "{ node.name = both node.autoconnect = false }", wave(passage, 1).string()});
+    const auto link = [&](const std::string& port) {
+        // The player's port appears a moment after its start; the second of the two links may already have started it.
+        EXPECT_TRUE(session.start({"sh", "-c", "until pw-link both:output_MONO " + port + "; do sleep 0.02; done"})
+                        ->wait(std::chrono::seconds(20)));
+    };
+    link(std::string(SoundSession::kOutput) + ":playback_FL");
+    link(std::string(SoundSession::kOutput) + ":playback_FR");
+    link("talkledger-microphone:input_MONO");
+    const auto ending = std::span(passage).last(kRate);
+    std::vector<float> both;
+    for (const float sample : ending) {
+        both.insert(both.end(), {sample, sample});
+    }
+    const auto spoken = microphone.track().waitForPassage(ending);
+    const auto played = output->track().waitForPassage(both);
+    ASSERT_TRUE(spoken && played);
+    const auto time = [](CapturedTrack& track, std::size_t frame) {
+        return std::chrono::duration<double>(track.begin().time_since_epoch()).count() +
+               static_cast<double>(frame) / kRate;
+    };
+    EXPECT_NEAR(time(microphone.track(), *spoken), time(output->track(), *played), 0.001);
+}
+
 TEST_F(LiveCapture, FollowsTheDefaultOutput) {
     SoundSession& session = enterSession();
     const auto output = std::make_shared<OutputRecording>();
