@@ -59,7 +59,7 @@ double similarity(ComparedSegment& first, ComparedSegment& second) {
         second.normalized().find(first.normalized()) != std::string::npos) {
         return 1;
     }
-    const auto [shorter, longer] = std::minmax(first.characters().size(), second.characters().size());
+    const auto [shorter, longer] = std::minmax({first.characters().size(), second.characters().size()});
     if (shorter < fewestComparableCharacters) {
         return 0;
     }
