@@ -14,9 +14,11 @@ std::string twoDigits(std::int64_t number) {
 } // namespace
 
 RecordingDisplayMetadata RecordingDisplayMetadataBuilder::build(const RecordingSession& session, Date now) const {
-    const auto elapsed =
-        std::chrono::duration_cast<std::chrono::seconds>(session.endedAt.value_or(now) - session.startedAt);
-    const std::int64_t seconds = std::max<std::int64_t>(elapsed.count(), 0);
+    // A file may name dates that are further apart than nanoseconds can count.
+    using Milliseconds = std::chrono::milliseconds;
+    const auto elapsed = std::chrono::duration_cast<Milliseconds>(session.endedAt.value_or(now).time_since_epoch()) -
+                         std::chrono::duration_cast<Milliseconds>(session.startedAt.time_since_epoch());
+    const auto seconds = std::max<std::int64_t>(std::chrono::duration_cast<std::chrono::seconds>(elapsed).count(), 0);
     return {.duration = twoDigits(seconds / 60) + ":" + twoDigits(seconds % 60),
             .status = session.endedAt ? RecordingDisplayStatus::transcribed : RecordingDisplayStatus::recording};
 }

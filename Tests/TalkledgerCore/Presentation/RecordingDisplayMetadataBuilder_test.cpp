@@ -23,6 +23,9 @@ TEST(RecordingDisplayMetadataBuilder, CountsWholeSecondsUpToTheEndOrUntilNow) {
               (RecordingDisplayMetadata{.duration = "75:03", .status = RecordingDisplayStatus::transcribed}));
     session.endedAt = session.startedAt + seconds(100 * 60);
     EXPECT_EQ(built(session.startedAt).duration, "100:00");
+    session.startedAt = Date::min();
+    session.endedAt = Date::max();
+    EXPECT_EQ(built(session.startedAt).duration, "307445734:33") << "dates of a file may be centuries apart";
 }
 
 } // namespace
