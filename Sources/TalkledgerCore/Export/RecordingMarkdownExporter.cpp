@@ -114,9 +114,7 @@ std::filesystem::path RecordingMarkdownExporter::defaultExportDirectory() {
 std::string RecordingMarkdownExporter::fileName(const RecordingSession& session, const AppCopy& copy) {
     constexpr std::size_t maximumBytes = 255;
     constexpr std::string_view extension = ".md";
-    std::string name = formatIso8601(session.startedAt);
-    std::replace(name.begin(), name.end(), ':', '-');
-    name += '-';
+    std::string name = formatIso8601ForFileName(session.startedAt) + '-';
     const std::string title = sanitizedFileName(copy.sessionTitle(session.title));
     name += prefixOfBytes(title, maximumBytes - name.size() - extension.size());
     name += extension;

@@ -49,14 +49,7 @@ bool isDirectChild(const std::filesystem::path& path, const std::filesystem::pat
 /// The session as found in `directory`, whatever locations it names.
 RecordingSession rebased(RecordingSession session, const std::filesystem::path& directory) {
     session.directory = directory;
-    const RecordingArtifacts fixed = artifactsIn(directory);
-    for (const auto artifact :
-         {&RecordingArtifacts::micAudio, &RecordingArtifacts::speakerAudio, &RecordingArtifacts::transcript,
-          &RecordingArtifacts::summary, &RecordingArtifacts::diagnostics}) {
-        if (!isDirectChild(session.artifacts.*artifact, directory)) {
-            session.artifacts.*artifact = fixed.*artifact;
-        }
-    }
+    session.artifacts = artifactsIn(directory);
     return session;
 }
 
@@ -78,9 +71,7 @@ std::filesystem::path RecordingStore::defaultRootDirectory(FileSystem& fileSyste
 
 std::string RecordingStore::sessionDirectoryName(const boost::uuids::uuid& id, std::string_view title, Date startedAt) {
     constexpr std::size_t shownUuidCharacters = 8;
-    std::string start = formatIso8601(startedAt);
-    std::replace(start.begin(), start.end(), ':', '-');
-    return start + '-' + slug(title) + '-' + uuidText(id).substr(0, shownUuidCharacters);
+    return formatIso8601ForFileName(startedAt) + '-' + slug(title) + '-' + uuidText(id).substr(0, shownUuidCharacters);
 }
 
 RecordingSession RecordingStore::createSession(const std::string& title, Date startedAt) {
@@ -157,14 +148,6 @@ SalesSummary RecordingStore::loadSummary(const RecordingSession& session) const 
 
 RecordingDiagnostics RecordingStore::loadDiagnostics(const RecordingSession& session) const {
     return load<RecordingDiagnostics>(session.artifacts.diagnostics);
-}
-
-void RecordingStore::saveFile(std::string_view content, const std::string& fileName, const RecordingSession& session) {
-    write(content, session.directory / fileName, session);
-}
-
-std::string RecordingStore::loadFile(const std::string& fileName, const RecordingSession& session) const {
-    return fileSystem_->readFile(session.directory / fileName, maximumFileBytes);
 }
 
 void RecordingStore::saveSession(const RecordingSession& session) {

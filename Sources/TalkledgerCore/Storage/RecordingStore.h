@@ -57,10 +57,6 @@ public:
     SalesSummary loadSummary(const RecordingSession& session) const;
     RecordingDiagnostics loadDiagnostics(const RecordingSession& session) const;
 
-    /// Any other small file of a recording's folder, by its name there.
-    void saveFile(std::string_view content, const std::string& fileName, const RecordingSession& session);
-    std::string loadFile(const std::string& fileName, const RecordingSession& session) const;
-
 private:
     void saveSession(const RecordingSession& session);
     void write(std::string_view content, const std::filesystem::path& file, const RecordingSession& session);

@@ -1,5 +1,6 @@
 #include "TalkledgerCore/Support/Dates.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
@@ -62,6 +63,12 @@ std::string formatIso8601(Date date) {
                   static_cast<unsigned>(calendar.month()), static_cast<unsigned>(calendar.day()),
                   static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
                   static_cast<int>(time.seconds().count()));
+    return text;
+}
+
+std::string formatIso8601ForFileName(Date date) {
+    std::string text = formatIso8601(date);
+    std::replace(text.begin(), text.end(), ':', '-');
     return text;
 }
 

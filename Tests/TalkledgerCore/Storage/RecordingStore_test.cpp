@@ -44,7 +44,6 @@ protected:
         EXPECT_THROW(store.saveTranscript({}, session), FileSystemError);
         EXPECT_THROW(store.saveSummary({}, session), FileSystemError);
         EXPECT_THROW(store.saveDiagnostics({}, session), FileSystemError);
-        EXPECT_THROW(store.saveFile("{}", "timeline.json", session), FileSystemError);
     }
 
     testing::TemporaryFolder folder;
@@ -97,11 +96,9 @@ TEST_F(RecordingStoreTest, KeepsWhatIsSaved) {
     store.saveTranscript(transcript, session);
     store.saveSummary(summary, session);
     store.saveDiagnostics(diagnostics, session);
-    store.saveFile("{}", "timeline.json", session);
     EXPECT_EQ(store.loadTranscript(session), transcript);
     EXPECT_EQ(store.loadSummary(session), summary);
     EXPECT_EQ(store.loadDiagnostics(session), diagnostics);
-    EXPECT_EQ(store.loadFile("timeline.json", session), "{}");
 }
 
 TEST_F(RecordingStoreTest, RenamesToTheTrimmedTitleAndNeverToABlankOne) {
@@ -178,8 +175,8 @@ TEST_F(RecordingStoreTest, LocationsThatLeadElsewhereAreNeverFollowed) {
     const std::string otherBefore = contentOf(other.directory / "session.json");
     for (const std::filesystem::path& location :
          {outside / "x.json", session.directory / ".." / "x.json", session.directory / "sub" / "x.json",
-          other.directory / "session.json", session.directory, session.directory / "." / "x.json",
-          session.directory / "..", std::filesystem::path("/")}) {
+          other.directory / "session.json", session.directory, session.directory / "session.json",
+          session.directory / "." / "x.json", session.directory / "..", std::filesystem::path("/")}) {
         Json json = toJson(session);
         json["directory"] = directoryUrl(outside);
         for (const char* key : {"micAudio", "speakerAudio", "transcript", "summary", "diagnostics"}) {
@@ -194,16 +191,6 @@ TEST_F(RecordingStoreTest, LocationsThatLeadElsewhereAreNeverFollowed) {
     }
     EXPECT_THAT(filesIn(outside), IsEmpty());
     EXPECT_EQ(contentOf(other.directory / "session.json"), otherBefore);
-}
-
-TEST_F(RecordingStoreTest, KeepsAnotherNameInTheRecordingsOwnFolder) {
-    const RecordingSession session = store.createSession("Named", start);
-    Json json = toJson(session);
-    json["artifacts"]["transcript"] = fileUrl(session.directory / "final transcript.json");
-    write(session.directory / "session.json", encodeJson(json));
-    const RecordingSession loaded = store.loadSessions().at(0);
-    store.saveTranscript({}, loaded);
-    EXPECT_TRUE(std::filesystem::exists(session.directory / "final transcript.json"));
 }
 
 TEST_F(RecordingStoreTest, WritesNowhereButIntoFoldersOfItsOwn) {
@@ -225,8 +212,10 @@ TEST_F(RecordingStoreTest, WritesNowhereButIntoFoldersOfItsOwn) {
         SCOPED_TRACE(directory);
         expectEveryWriteRefused(in(directory));
     }
-    for (const std::string name : {"../x.json", "sub/x.json", "/etc/x.json", "..", ".", ""}) {
-        EXPECT_THROW(store.saveFile("", name, session), FileSystemError) << name;
+    for (const char* name : {"../x.json", "sub/x.json", "/etc/x.json", "..", ".", ""}) {
+        RecordingSession changed = session;
+        changed.artifacts.transcript = session.directory / name;
+        EXPECT_THROW(store.saveTranscript({}, changed), FileSystemError) << name;
     }
     EXPECT_THAT(filesIn(outside), IsEmpty());
 
