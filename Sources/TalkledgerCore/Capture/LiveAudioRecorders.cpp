@@ -57,14 +57,16 @@ Task<void> MicrophoneWAVRecorder::startRecording(std::filesystem::path to) {
         throw AudioCaptureError(AudioCaptureError::Case::microphoneFormatUnavailable);
     }
     std::unique_ptr<AudioFile> file = audioFiles_.createFile(to, format, AudioChannel::mic);
-    // Swapped, so that what was there before ends after the lock is released.
-    std::shared_ptr<AudioInputEngine> current = engine;
+    std::shared_ptr<AudioInputEngine> replacedEngine = engine;
     {
         const std::lock_guard guard(lock_);
-        engine_.swap(current);
+        engine_.swap(replacedEngine);
         audioFile_.swap(file);
         awaitsFirstBuffer_ = true;
     }
+    // What was there before ends here, after the lock and before the new capture.
+    replacedEngine.reset();
+    file.reset();
     engine->installTap(tapBufferFrames, format, [weakSelf = weak_from_this()](const AudioBuffer& buffer) {
         if (const auto self = weakSelf.lock()) {
             self->receive(buffer);
@@ -159,13 +161,15 @@ Task<void> SystemAudioM4ARecorder::startRecording(std::filesystem::path to) {
     Output output{.writer = makeWriter(to), .isStarted = false, .url = to};
     const std::shared_ptr<CaptureStream> stream = systemAudio_.makeStream(filter, CaptureStreamConfiguration());
     stream->addStreamOutput(weak_from_this(), sampleQueueLabel);
-    // Swapped, so that what was there before ends after the lock is released.
-    std::shared_ptr<CaptureStream> current = stream;
+    std::shared_ptr<CaptureStream> replacedStream = stream;
     {
         const std::lock_guard guard(lock_);
-        stream_.swap(current);
+        stream_.swap(replacedStream);
         std::swap(output_, output);
     }
+    // What was there before ends here, after the lock and before the new capture.
+    replacedStream.reset();
+    output = {};
     co_await stream->startCapture();
 }
 

@@ -1,7 +1,9 @@
 #include "TalkledgerCore/Capture/RecordingCoordinator.h"
 
 #include <boost/asio/cancellation_state.hpp>
+#include <boost/asio/error.hpp>
 #include <boost/asio/this_coro.hpp>
+#include <boost/system/system_error.hpp>
 
 #include <exception>
 #include <utility>
@@ -108,6 +110,11 @@ Task<RecordingSession> RecordingCoordinator::finish(RecordingSession session) {
     co_await stopTracks(diagnostics.messages);
     co_await boost::asio::this_coro::reset_cancellation_state(boost::asio::enable_terminal_cancellation());
     TranscriptDocument transcript = co_await transcribe(session, diagnostics.messages);
+    const boost::asio::cancellation_state cancellation = co_await boost::asio::this_coro::cancellation_state;
+    if (cancellation.cancelled() != boost::asio::cancellation_type::none) {
+        // What was abandoned is not written down as an empty transcript.
+        throw boost::system::system_error(boost::asio::error::operation_aborted);
+    }
     store_.saveTranscript(transcript, session);
     co_await summarize(std::move(transcript), session, diagnostics.messages);
     diagnostics.artifacts.push_back(

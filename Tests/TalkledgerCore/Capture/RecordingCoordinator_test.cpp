@@ -262,6 +262,8 @@ TEST_F(RecordingCoordinatorTest, StopsBothTracksEvenWhenTheStopIsCancelled) {
     EXPECT_EQ(provider->answering.cancelledCount(), 1);
     EXPECT_THROW(stopping.result(), boost::system::system_error);
     EXPECT_FALSE(coordinator->isRecording());
+    const RecordingSession recording = store.loadSessions().at(0);
+    EXPECT_FALSE(fileSystem.fileExists(recording.artifacts.transcript)) << "an abandoned stop leaves no empty one";
 }
 
 } // namespace
