@@ -22,8 +22,6 @@ enum class SpeakerRole { me, customer };
 /// computer's sound output (the other party).
 enum class AudioChannel { mic, speaker };
 
-inline constexpr AudioChannel allAudioChannels[] = {AudioChannel::mic, AudioChannel::speaker};
-
 /// `partial` is a hypothesis that may still change.
 enum class TranscriptSegmentStatus { partial, final };
 

@@ -91,10 +91,8 @@ std::string AppCopy::artifactStatusLabel(bool exists, bool isEmpty) const {
 }
 
 std::string AppCopy::sessionTitle(const std::string& title) const {
-    constexpr std::string_view englishPrefix = "Sales call ";
-    constexpr std::string_view japanesePrefix = "商談 ";
-    return language == DisplayLanguage::english ? withPrefixReplaced(title, japanesePrefix, englishPrefix)
-                                                : withPrefixReplaced(title, englishPrefix, japanesePrefix);
+    const AppCopy other{language == DisplayLanguage::english ? DisplayLanguage::japanese : DisplayLanguage::english};
+    return withPrefixReplaced(title, other.sessionTitlePrefix() + " ", sessionTitlePrefix() + " ");
 }
 
 std::string AppCopy::diagnosticMessage(const std::string& message) const {
