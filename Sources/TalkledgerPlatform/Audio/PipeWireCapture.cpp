@@ -244,6 +244,10 @@ void PipeWireCapture::supervise() {
             target_ = target;
             targetChanged_ = now;
         }
+        if (!device && now - defaultsAsked_ >= kSupervision) {
+            defaultsAsked_ = now;
+            connection_.askForDefaults();
+        }
         if (now - targetChanged_ >= kTargetSettling) {
             if (stream_ && target != stream_->target) {
                 closeStream();

@@ -86,6 +86,7 @@ private:
     std::string failure_;                      ///< what the server said last
     std::string target_;                       ///< the default device; empty: none
     MonotonicTime targetChanged_;
+    MonotonicTime defaultsAsked_;
     MonotonicTime nextAttempt_;
     std::chrono::milliseconds retryDelay_;
     std::uint32_t streamCount_{0};

@@ -146,14 +146,25 @@ void PipeWireConnection::globalAdded(std::uint32_t id, const char* type, const s
                       .mediaClass = std::string(lookUp(properties, PW_KEY_MEDIA_CLASS))};
         signalChange();
     } else if (typeName == PW_TYPE_INTERFACE_Metadata && lookUp(properties, PW_KEY_METADATA_NAME) == "default") {
-        forgetMetadata();
-        metadataId_ = id;
-        auto* registry = reinterpret_cast<pw_registry*>(registry_);
-        auto* metadata = static_cast<pw_metadata*>(pw_registry_bind(registry, id, type, PW_VERSION_METADATA, 0));
-        if (metadata != nullptr) {
-            metadata_ = reinterpret_cast<pw_proxy*>(metadata);
-            pw_metadata_add_listener(metadata, &metadataListener_, &metadataEvents, this);
-        }
+        bindMetadata(id);
+    }
+}
+
+void PipeWireConnection::bindMetadata(std::uint32_t id) {
+    forgetMetadata();
+    metadataId_ = id;
+    auto* registry = reinterpret_cast<pw_registry*>(registry_);
+    auto* metadata =
+        static_cast<pw_metadata*>(pw_registry_bind(registry, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
+    if (metadata != nullptr) {
+        metadata_ = reinterpret_cast<pw_proxy*>(metadata);
+        pw_metadata_add_listener(metadata, &metadataListener_, &metadataEvents, this);
+    }
+}
+
+void PipeWireConnection::askForDefaults() {
+    if (metadata_ != nullptr) {
+        bindMetadata(metadataId_);
     }
 }
 

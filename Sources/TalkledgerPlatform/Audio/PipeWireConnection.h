@@ -60,6 +60,10 @@ public:
     /// The default microphone or output. A source that is an output's monitor is no microphone.
     std::optional<CaptureDevice> defaultDevice(CaptureSource source) const;
 
+    /// Asks for the defaults anew; their arrival is a change. A session manager that has just started has been seen to
+    /// withdraw a default and not to tell of the next one.
+    void askForDefaults();
+
     pw_core* core() const { return core_; }
 
     pw_loop* loop() const { return pw_thread_loop_get_loop(loop_.get()); }
@@ -101,6 +105,7 @@ private:
     void globalRemoved(std::uint32_t id);
     void defaultChanged(const char* key, const char* value);
     void roundTripDone(int sequence);
+    void bindMetadata(std::uint32_t id);
     void forgetMetadata();
 
     static const pw_core_events coreEvents;

@@ -53,14 +53,22 @@ public:
         return waitUntil([&] { return health_.size() >= events.size(); }) && health() == events;
     }
 
-    /// The frame at which `passage` (samples of all channels) stands whole, once it does.
-    std::optional<std::size_t> waitForPassage(std::span<const float> passage, float tolerance = 0) {
-        std::optional<std::size_t> place;
-        waitUntil([&] {
-            place = find(passage, tolerance);
-            return place.has_value();
-        });
-        return place;
+    /// The frame at which `passage` (samples of all channels) stands whole; absent when it does not yet.
+    std::optional<std::size_t> find(std::span<const float> passage, float tolerance = 0) {
+        const std::lock_guard lock(mutex_);
+        const auto place =
+            std::search(samples_.begin(), samples_.end(), passage.begin(), passage.end(),
+                        [&](float sample, float wanted) { return std::abs(sample - wanted) <= tolerance; });
+        if (place == samples_.end()) {
+            return std::nullopt;
+        }
+        return static_cast<std::size_t>(place - samples_.begin()) / format_.channelCount;
+    }
+
+    /// The length in seconds.
+    double seconds() {
+        const std::lock_guard lock(mutex_);
+        return static_cast<double>(frameCount()) / std::max(format_.sampleRate, 1.0);
     }
 
     std::vector<float> samples() {
@@ -93,16 +101,6 @@ public:
 
 private:
     std::size_t frameCount() const { return format_.channelCount == 0 ? 0 : samples_.size() / format_.channelCount; }
-
-    std::optional<std::size_t> find(std::span<const float> passage, float tolerance) const {
-        const auto place =
-            std::search(samples_.begin(), samples_.end(), passage.begin(), passage.end(),
-                        [&](float sample, float wanted) { return std::abs(sample - wanted) <= tolerance; });
-        if (place == samples_.end()) {
-            return std::nullopt;
-        }
-        return static_cast<std::size_t>(place - samples_.begin()) / format_.channelCount;
-    }
 
     std::mutex mutex_;
     std::condition_variable changed_;
