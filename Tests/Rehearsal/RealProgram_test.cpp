@@ -39,7 +39,11 @@ nlohmann::json readJson(const fs::path& file) {
     return nlohmann::json::parse(stream);
 }
 
+/// None before they are written.
 std::vector<std::string> messages(const fs::path& recording) {
+    if (!fs::exists(recording / "diagnostics.json")) {
+        return {};
+    }
     return readJson(recording / "diagnostics.json").at("messages");
 }
 

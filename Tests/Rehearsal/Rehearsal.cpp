@@ -23,6 +23,8 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
+// A sound server without realtime rights has to keep up on a loaded machine: 43 ms for each cycle.
+constexpr std::uint32_t kQuantum = 2048;
 constexpr double kSmallestShareOfWords = 0.8;
 constexpr double kLargestErrorMs = 1;
 // Both tracks at a fifth of their length would do; this also holds on a loaded machine.
@@ -160,6 +162,9 @@ RehearsalResult record(const fs::path& programFile, const Performance& performan
     surroundings.merge(display.environment());
     RehearsedProgram program({programFile.string()}, surroundings);
 
+    // Linked before the recording begins, as a call is: joining both devices later would shift their cycles.
+    ConversationPlayer player(performance, testing::SoundSession::kOutput, testing::SoundSession::kMicrophone);
+
     RehearsalResult result;
     const auto startTime = Clock::now();
     const auto startCpu = program.processorTime();
@@ -169,7 +174,6 @@ RehearsalResult record(const fs::path& programFile, const Performance& performan
 
     const auto captureTime = Clock::now();
     const auto captureCpu = program.processorTime();
-    ConversationPlayer player(performance, testing::SoundSession::kOutput, testing::SoundSession::kMicrophone);
     player.play();
     player.waitUntilPlayed(std::chrono::seconds(performance.output.size() / kFrameRate) + kPatience);
     result.captureCpuShare = (program.processorTime() - captureCpu).count() / secondsSince(captureTime);
@@ -200,7 +204,7 @@ RehearsalResult rehearse(const RehearsalOptions& options, OutputFolder& output) 
     const fs::path file = options.conversation.value_or(TALKLEDGER_REHEARSAL_CONVERSATION);
     const Conversation conversation = loadConversation(file, synthesizerVoices());
 
-    const testing::SoundSession sound;
+    const testing::SoundSession sound({.quantum = kQuantum});
     sound.enter();
     const Performance performance = stage(conversation, sound.runtimeFolder());
     RehearsalResult result = record(fs::absolute(options.program), performance, sound, output);

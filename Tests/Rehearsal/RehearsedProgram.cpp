@@ -27,7 +27,11 @@ std::map<pid_t, ProcessUse> readProcesses() {
     const auto ticksPerSecond = static_cast<double>(sysconf(_SC_CLK_TCK));
     std::map<pid_t, ProcessUse> processes;
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-        const std::string stat = readFile(entry.path() / "stat");
+        const std::string name = entry.path().filename();
+        if (name.find_first_not_of("0123456789") != std::string::npos) {
+            continue;
+        }
+        const std::string stat = readFile(entry.path() / "stat"); // empty once the process has ended
         const std::size_t nameEnd = stat.rfind(')');
         if (nameEnd == std::string::npos) {
             continue;
@@ -45,7 +49,7 @@ std::map<pid_t, ProcessUse> readProcesses() {
             fields >> ticks;
             process.seconds += ticks / ticksPerSecond;
         }
-        processes[static_cast<pid_t>(std::stol(entry.path().filename()))] = process;
+        processes[static_cast<pid_t>(std::stol(name))] = process;
     }
     return processes;
 }
