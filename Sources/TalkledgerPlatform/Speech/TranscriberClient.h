@@ -12,7 +12,7 @@ class Transcription;
 /// Has the transcriber, a program of its own, recognise speech. The program is started by the first request, kept for
 /// further ones, and ended when none has come for a while. One that crashes, hangs or talks nonsense fails the requests
 /// that it was working on with a `WorkerError`; the next request starts a new one. All traffic with it runs on a thread
-/// of this object. Called on one thread.
+/// of this object. Called on one thread. Contexts on which coroutines wait for transcriptions have to outlive it.
 class TranscriberClient {
 public:
     explicit TranscriberClient(WorkerSettings settings);

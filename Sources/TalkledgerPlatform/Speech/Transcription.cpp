@@ -68,7 +68,7 @@ void Transcription::tellFinished() {
 }
 
 void Transcription::tellFailed(const WorkerError& error) {
-    failure_ = error;
+    failure_ = {error.failure(), error.what()};
     tellFinished();
 }
 
@@ -81,7 +81,7 @@ Task<void> Transcription::wait(Gate& gate) {
 
 void Transcription::throwFailure() const {
     if (!isCancelled() && failure_) {
-        throw WorkerError(*failure_);
+        throw WorkerError(failure_->failure, failure_->description);
     }
 }
 

@@ -8,9 +8,9 @@
 #include <boost/asio/io_context.hpp>
 
 #include <atomic>
-#include <exception>
 #include <memory>
 #include <optional>
+#include <string>
 #include <variant>
 
 namespace talkledger {
@@ -62,7 +62,15 @@ private:
     Gate started_;
     Gate delivered_;
     Channel<TranscriptionEvent> events_;
-    std::optional<WorkerError> failure_; ///< written before `events_` is closed, read after
+
+    /// Written before the channels are closed, read after. No exception object: one that two threads share is shared
+    /// down to its reference count inside the C++ library, which the thread sanitizer cannot see.
+    struct Failure {
+        WorkerError::Case failure;
+        std::string description;
+    };
+
+    std::optional<Failure> failure_;
     std::atomic<bool> isCancelled_{false};
 };
 

@@ -17,6 +17,8 @@ public:
         closed        ///< the client was closed while the request was under way
     };
 
+    WorkerError(Case failure, const std::string& description);
+
     static WorkerError cannotStart(const std::filesystem::path& program, const std::string& reason);
     static WorkerError stopped();
     static WorkerError unresponsive();
@@ -28,8 +30,6 @@ public:
     bool operator==(const WorkerError& other) const;
 
 private:
-    WorkerError(Case failure, const std::string& description);
-
     Case failure_;
 };
 

@@ -48,9 +48,9 @@ void WorkerLink::close() {
 
 Task<WorkerError> WorkerLink::readFrames() {
     try {
-        while (std::optional<Frame> frame = co_await socket_.read()) {
+        for (auto frame = co_await socket_.read(); frame.has_value(); frame = co_await socket_.read()) {
             unansweredPings_ = 0; // whatever it says shows that it lives
-            handlers_.received(*std::move(frame));
+            handlers_.received(std::move(*frame));
         }
     } catch (const WorkerError& error) {
         co_return error;

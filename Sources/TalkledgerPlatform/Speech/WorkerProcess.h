@@ -23,6 +23,8 @@ public:
 
     WorkerProcess(WorkerProcess&& other) noexcept;
     WorkerProcess& operator=(WorkerProcess&&) = delete;
+    WorkerProcess(const WorkerProcess&) = delete;
+    WorkerProcess& operator=(const WorkerProcess&) = delete;
 
     /// Kills the process unless it has been waited for.
     ~WorkerProcess();

@@ -65,23 +65,23 @@ Task<void> start(std::shared_ptr<Analysis> analysis, SpeechInputFile file) {
     if (const auto client = analysis->client.lock()) {
         client->start(analysis->transcription, std::move(request));
     } else {
-        throw WorkerError::closed();
+        analysis->transcription->tellFailed(WorkerError::closed());
     }
     co_await analysis->transcription->started();
 }
 
 Task<std::optional<SpeechTranscriptionResult>> nextResult(std::shared_ptr<Analysis> analysis) {
     try {
-        while (const std::optional<TranscriptionEvent> event = co_await analysis->transcription->next()) {
-            if (const auto* progress = std::get_if<TranscriptionProgress>(&*event)) {
-                analysis->tellProgress(progress->share);
-                continue;
+        Transcription& transcription = *analysis->transcription;
+        for (auto event = co_await transcription.next(); event.has_value(); event = co_await transcription.next()) {
+            if (const auto* result = std::get_if<TranscriptionResult>(&*event)) {
+                analysis->heardSpeech = true;
+                co_return SpeechTranscriptionResult{
+                    .text = result->text,
+                    .audioTimeRange = {.start = result->start, .duration = result->duration},
+                    .isFinal = true};
             }
-            const auto& result = std::get<TranscriptionResult>(*event);
-            analysis->heardSpeech = true;
-            co_return SpeechTranscriptionResult{.text = result.text,
-                                                .audioTimeRange = {.start = result.start, .duration = result.duration},
-                                                .isFinal = true};
+            analysis->tellProgress(std::get<TranscriptionProgress>(*event).share);
         }
     } catch (const boost::system::system_error&) {
         analysis->cancel(); // nobody waits for results any more
@@ -100,6 +100,9 @@ public:
     explicit WorkerSpeechAnalyzer(std::shared_ptr<Analysis> analysis) : analysis_(std::move(analysis)) {}
 
     ~WorkerSpeechAnalyzer() override { analysis_->cancel(); }
+
+    WorkerSpeechAnalyzer(const WorkerSpeechAnalyzer&) = delete;
+    WorkerSpeechAnalyzer& operator=(const WorkerSpeechAnalyzer&) = delete;
 
     Task<void> start(SpeechInputFile file) override { return talkledger::start(analysis_, std::move(file)); }
 

@@ -16,7 +16,8 @@ std::filesystem::path packagedSpeechModels();
 
 /// The recogniser that the transcriber program offers. Without a multilingual model that is English from the
 /// distribution's packages, and only on an English desktop: heard with English ears, another language becomes nonsense.
-/// Called on the main executor; errors are `WorkerError`. Its analysers must not be started after it has gone.
+/// Called on the main executor; errors are `WorkerError`. The executor's context has to outlive
+/// it, since its thread may still be letting go of a coroutine that it resumed; its analysers may go later.
 class WorkerSpeechRecognition : public SpeechRecognition {
 public:
     struct Settings {
@@ -27,6 +28,8 @@ public:
 
     explicit WorkerSpeechRecognition(Settings settings);
     ~WorkerSpeechRecognition() override;
+    WorkerSpeechRecognition(const WorkerSpeechRecognition&) = delete;
+    WorkerSpeechRecognition& operator=(const WorkerSpeechRecognition&) = delete;
 
     bool isAvailable() const override;
     Task<std::optional<std::string>> supportedLocale(const std::string& equivalentTo) override;

@@ -5,8 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <concepts>
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
@@ -39,7 +39,7 @@ std::vector<std::byte> encodeMessage(const Message& message) {
 namespace detail {
 
 template <typename Message>
-Message readMessage(const JsonReader& head, std::vector<std::byte> payload) {
+Message readMessage(const JsonReader& head, std::vector<std::byte>&& payload) {
     Message message = fromJson<Message>(head);
     if constexpr (CarriesPayload<Message>) {
         message.payload = std::move(payload);
@@ -50,16 +50,16 @@ Message readMessage(const JsonReader& head, std::vector<std::byte> payload) {
 }
 
 template <typename... Messages>
-std::variant<Messages...> readAny(const JsonReader& head, std::vector<std::byte> payload,
+std::variant<Messages...> readAny(const JsonReader& head, std::vector<std::byte>&& payload,
                                   const std::variant<Messages...>*) {
     const std::string type = head.required("type").string();
-    std::optional<std::variant<Messages...>> message;
-    const bool known =
-        ((type == Messages::type && (message.emplace(readMessage<Messages>(head, std::move(payload))), true)) || ...);
-    if (!known) {
+    std::variant<Messages...> message;
+    const bool isKnown =
+        ((type == Messages::type && (message = readMessage<Messages>(head, std::move(payload)), true)) || ...);
+    if (!isKnown) {
         throw ProtocolError("A message between the program and its worker is of an unknown kind.");
     }
-    return *std::move(message);
+    return message;
 }
 
 } // namespace detail

@@ -27,6 +27,7 @@ EngineShelf::Loan EngineShelf::borrow(const std::string& locale) {
         }
     }
     if (!engine) {
+        const std::lock_guard lock(loading_);
         engine = factory_(locale);
     }
     return Loan(*this, locale, std::move(engine));

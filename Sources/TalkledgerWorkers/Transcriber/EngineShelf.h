@@ -49,8 +49,9 @@ private:
 
     void giveBack(std::string locale, std::unique_ptr<SpeechEngine> engine);
 
+    std::mutex loading_; ///< one at a time: libraries keep process-wide state while they load a model
     SpeechEngineFactory factory_;
-    std::mutex mutex_;
+    std::mutex mutex_; ///< of `idle_`
     std::vector<Engine> idle_;
 };
 

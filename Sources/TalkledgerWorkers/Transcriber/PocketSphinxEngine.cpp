@@ -75,13 +75,17 @@ std::optional<std::string> writtenWord(std::string_view entry) {
     return word;
 }
 
+void silencePocketSphinx() {
+    err_set_logfp(nullptr);
+    err_set_callback(ignoreMessage, nullptr);
+}
+
 void PocketSphinxEngine::DecoderDeleter::operator()(ps_decoder_s* decoder) const {
     ps_free(decoder);
 }
 
-PocketSphinxEngine::PocketSphinxEngine(const std::filesystem::path& modelFolder) {
-    err_set_logfp(nullptr);
-    err_set_callback(ignoreMessage, nullptr);
+PocketSphinxEngine::PocketSphinxEngine(const std::filesystem::path& modelFolder)
+    : segments_([](const SpeechSegment&) {}) {
     const std::filesystem::path english = modelFolder / "en-us";
     const std::unique_ptr<cmd_ln_t, ConfigurationDeleter> configuration(
         cmd_ln_init(nullptr, ps_args(), 1, "-hmm", (english / "en-us").c_str(), "-lm",
@@ -102,7 +106,7 @@ void PocketSphinxEngine::begin(SpeechSegmentHandler handler) {
     if (std::exchange(isUtteranceOpen_, false)) {
         ps_end_utt(decoder_.get());
     }
-    segments_.emplace(std::move(handler));
+    segments_ = SegmentBuilder(std::move(handler));
     voicing_.reset();
     pending_.clear();
     processedSamples_ = 0;
@@ -126,7 +130,7 @@ void PocketSphinxEngine::finish() {
         process(std::exchange(pending_, {}));
     }
     endUtterance();
-    segments_->finish();
+    segments_.finish();
 }
 
 void PocketSphinxEngine::process(std::span<const std::int16_t> samples) {
@@ -141,7 +145,7 @@ void PocketSphinxEngine::process(std::span<const std::int16_t> samples) {
         constexpr double lookback = 1; // seconds: an utterance begins somewhat before the library notices
         const double time = static_cast<double>(processedSamples_) / sampleRate;
         voicing_.forget(static_cast<std::int64_t>((time - lookback) * framesPerSecond));
-        segments_->advance(time - lookback);
+        segments_.advance(time - lookback);
     }
 }
 
@@ -169,7 +173,7 @@ void PocketSphinxEngine::endUtterance() {
     ps_end_utt(decoder_.get());
     isUtteranceOpen_ = false;
     for (const HeardWord& word : trustedWords(heardWords())) {
-        segments_->append(word);
+        segments_.append(word);
     }
 }
 

@@ -21,6 +21,9 @@ namespace talkledger {
 /// is no word: silence, noises, marks of a sentence's beginning and end.
 std::optional<std::string> writtenWord(std::string_view entry);
 
+/// Keeps the library from writing messages; to be called once, before any engine is made.
+void silencePocketSphinx();
+
 /// English from the packaged PocketSphinx model: about 100 MB and a tenth of real time for each engine. The words of an
 /// utterance are known at its end, which is a pause of half a second, or a quiet moment when someone speaks on and on.
 ///
@@ -28,9 +31,12 @@ std::optional<std::string> writtenWord(std::string_view entry);
 /// that two threads cannot share one. The largest part of the acoustic model is mapped from its file, hence shared.
 class PocketSphinxEngine : public SpeechEngine {
 public:
-    /// `modelFolder` holds the folder "en-us". Throws `SpeechEngineError` when the model cannot be loaded.
+    /// `modelFolder` holds the folder "en-us". Throws `SpeechEngineError` when the model cannot be loaded. Not on two
+    /// threads at once: while it loads, the library keeps parameters of its filters in static variables.
     explicit PocketSphinxEngine(const std::filesystem::path& modelFolder);
     ~PocketSphinxEngine() override;
+    PocketSphinxEngine(const PocketSphinxEngine&) = delete;
+    PocketSphinxEngine& operator=(const PocketSphinxEngine&) = delete;
 
     void begin(SpeechSegmentHandler handler) override;
     void append(std::span<const std::int16_t> samples) override;
@@ -50,7 +56,7 @@ private:
     std::unique_ptr<ps_decoder_s, DecoderDeleter> decoder_;
     std::vector<float> initialMeans_; ///< of the cepstrum, before any voice was heard
     VoicingDetector voicing_;
-    std::optional<SegmentBuilder> segments_;
+    SegmentBuilder segments_;
     std::vector<std::int16_t> pending_; ///< less than a block
     std::int64_t processedSamples_{0};
     bool isUtteranceOpen_{false};

@@ -38,8 +38,8 @@ Task<void> Transcriber::run() {
 
 Task<void> Transcriber::readMessages() {
     try {
-        while (std::optional<Frame> frame = co_await socket_.read()) {
-            const auto message = decodeMessage<MessageToTranscriber>(*std::move(frame));
+        for (auto frame = co_await socket_.read(); frame.has_value(); frame = co_await socket_.read()) {
+            const auto message = decodeMessage<MessageToTranscriber>(std::move(*frame));
             std::visit([this](const auto& known) { handle(known); }, message);
         }
     } catch (const std::exception&) {

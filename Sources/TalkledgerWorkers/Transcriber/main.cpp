@@ -72,6 +72,7 @@ int main() {
     lowerPriority();
     std::signal(SIGPIPE, SIG_IGN); // a closed socket is found out by reading
     av_log_set_level(AV_LOG_QUIET);
+    silencePocketSphinx();
     try {
         serve();
     } catch (const std::exception& failure) {

@@ -25,7 +25,6 @@ namespace talkledger {
 namespace {
 
 namespace asio = boost::asio;
-using testing::runTask;
 using testing::silence;
 using testing::speak;
 using testing::operator+;
@@ -75,6 +74,12 @@ Task<std::monostate> analyze(SpeechAnalyzer& analyzer, SpeechInputFile file) {
 
 class WorkerSpeechRecognitionTest : public ::testing::Test {
 protected:
+    /// On a context that outlives the recognition, whose thread may still be letting go of what it resumed there.
+    template <typename T>
+    T run(Task<T> task) {
+        return testing::runTask(context_, std::move(task));
+    }
+
     static WorkerSpeechRecognition::Settings settings() {
         WorkerSpeechRecognition::Settings settings{.worker = {}, .desktopLocale = "en_GB"};
         settings.worker.program = workerProgram("talkledger-transcriber");
@@ -95,7 +100,7 @@ protected:
     std::string failureOf(SpeechRecognition& recognition, const std::filesystem::path& path,
                           std::function<void()> onFirstResult = {}) {
         try {
-            runTask(transcribe(recognition, path, std::move(onFirstResult)));
+            run(transcribe(recognition, path, std::move(onFirstResult)));
         } catch (const WorkerError& error) {
             return error.what();
         }
@@ -118,6 +123,7 @@ protected:
         return folder_ / "short.wav";
     }
 
+    asio::io_context context_;
     testing::ScratchFolder folder_;
 };
 
@@ -126,7 +132,7 @@ TEST_F(WorkerSpeechRecognitionTest, TranscribesBothTracksAtOnceOnTheRecordingsTi
     testing::writeWav(folder_ / "speaker.wav",
                       silence(2) + speak("slt", "I will send you the proposal by Friday afternoon.") + silence(1));
     WorkerSpeechRecognition recognition(settings());
-    const auto [mic, speaker] = runTask(
+    const auto [mic, speaker] = run(
         both(transcribe(recognition, folder_ / "mic.wav", {}, 10), transcribe(recognition, folder_ / "speaker.wav")));
     EXPECT_THAT(mic.text, HasSubstr("thousand dollars"));
     EXPECT_THAT(speaker.text, HasSubstr("friday afternoon"));
@@ -144,12 +150,12 @@ TEST_F(WorkerSpeechRecognitionTest, TranscribesBothTracksAtOnceOnTheRecordingsTi
 TEST_F(WorkerSpeechRecognitionTest, OffersEnglishToAnEnglishDesktopWithTheModelOnly) {
     WorkerSpeechRecognition recognition(settings());
     EXPECT_TRUE(recognition.isAvailable());
-    EXPECT_EQ(runTask(recognition.supportedLocale("en_GB")), "en_US");
-    EXPECT_EQ(runTask(recognition.supportedLocale("ja_JP")), std::nullopt);
-    EXPECT_EQ(runTask(recognition.supportedLocale("enm")), std::nullopt);
-    EXPECT_EQ(runTask(recognition.assetInventory().status(english)), SpeechAssetStatus::installed);
-    EXPECT_EQ(runTask(recognition.assetInventory().status({.locale = "ja_JP"})), SpeechAssetStatus::unsupported);
-    EXPECT_EQ(runTask(recognition.assetInventory().assetInstallationRequest(english)), nullptr);
+    EXPECT_EQ(run(recognition.supportedLocale("en_GB")), "en_US");
+    EXPECT_EQ(run(recognition.supportedLocale("ja_JP")), std::nullopt);
+    EXPECT_EQ(run(recognition.supportedLocale("enm")), std::nullopt);
+    EXPECT_EQ(run(recognition.assetInventory().status(english)), SpeechAssetStatus::installed);
+    EXPECT_EQ(run(recognition.assetInventory().status({.locale = "ja_JP"})), SpeechAssetStatus::unsupported);
+    EXPECT_EQ(run(recognition.assetInventory().assetInstallationRequest(english)), nullptr);
 
     auto japanese = settings();
     japanese.desktopLocale = "ja_JP";
@@ -157,8 +163,8 @@ TEST_F(WorkerSpeechRecognitionTest, OffersEnglishToAnEnglishDesktopWithTheModelO
     withoutModel.modelFolder = folder_ / "models";
     for (const auto& refusing : {japanese, withoutModel}) {
         WorkerSpeechRecognition other(refusing);
-        EXPECT_EQ(runTask(other.supportedLocale("en_US")), std::nullopt);
-        EXPECT_EQ(runTask(other.assetInventory().status(english)), SpeechAssetStatus::unsupported);
+        EXPECT_EQ(run(other.supportedLocale("en_US")), std::nullopt);
+        EXPECT_EQ(run(other.assetInventory().status(english)), SpeechAssetStatus::unsupported);
     }
     EXPECT_THAT(children(), ::testing::IsEmpty());
 }
@@ -170,7 +176,7 @@ TEST_F(WorkerSpeechRecognitionTest, NamesWhatCannotBeOpened) {
     EXPECT_THAT(failureOf(recognition, folder_ / "empty.wav"), HasSubstr("empty.wav\" cannot be opened as audio"));
     EXPECT_THAT(failureOf(recognition, folder_ / "garbage \xFF.m4a"), HasSubstr("cannot be opened as audio"));
     EXPECT_THAT(failureOf(recognition, folder_ / "missing.wav"), HasSubstr("missing.wav"));
-    EXPECT_THAT(runTask(transcribe(recognition, shortRecording())).text, HasSubstr("thousand"));
+    EXPECT_THAT(run(transcribe(recognition, shortRecording())).text, HasSubstr("thousand"));
 
     auto missing = settings();
     missing.worker.program = folder_ / "no-such-program";
@@ -192,7 +198,7 @@ TEST_F(WorkerSpeechRecognitionTest, AKilledWorkerFailsItsRequestOnly) {
         }
     });
     EXPECT_EQ(failure, "The speech recogniser stopped unexpectedly. Try again.");
-    EXPECT_THAT(runTask(transcribe(recognition, shortRecording())).text, HasSubstr("thousand"));
+    EXPECT_THAT(run(transcribe(recognition, shortRecording())).text, HasSubstr("thousand"));
 }
 
 TEST_F(WorkerSpeechRecognitionTest, AHungWorkerIsFoundOutAndReplaced) {
@@ -205,7 +211,7 @@ TEST_F(WorkerSpeechRecognitionTest, AHungWorkerIsFoundOutAndReplaced) {
         }
     });
     EXPECT_EQ(failure, "The speech recogniser stopped responding and was ended. Try again.");
-    EXPECT_THAT(runTask(transcribe(recognition, shortRecording())).text, HasSubstr("thousand"));
+    EXPECT_THAT(run(transcribe(recognition, shortRecording())).text, HasSubstr("thousand"));
     EXPECT_THAT(children(), ::testing::SizeIs(1)) << "the hung one has been waited for";
 }
 
@@ -214,42 +220,41 @@ TEST_F(WorkerSpeechRecognitionTest, CancellingEndsTheSequenceAndFreesTheWorker) 
     const auto analyzer = recognition.makeAnalyzer(english);
     Outcome outcome;
     SpeechInputFile file{.path = longRecording(), .startTime = 0, .progress = {}};
-    runTask(both(collect(*analyzer, outcome, [&] { analyzer->cancelAndFinishNow(); }),
-                 analyze(*analyzer, std::move(file))));
+    run(both(collect(*analyzer, outcome, [&] { analyzer->cancelAndFinishNow(); }),
+             analyze(*analyzer, std::move(file))));
     EXPECT_THAT(outcome.results, ::testing::SizeIs(1));
-    EXPECT_EQ(runTask(analyzer->nextResult()), std::nullopt);
+    EXPECT_EQ(run(analyzer->nextResult()), std::nullopt);
 
     // Two more than the worker does at once: they would wait for ever behind a request that did not end.
     for (int count = 0; count < 3; ++count) {
         const auto abandoned = recognition.makeAnalyzer(english);
-        runTask(abandoned->start({.path = longRecording(), .startTime = 0, .progress = {}}));
+        run(abandoned->start({.path = longRecording(), .startTime = 0, .progress = {}}));
     }
-    EXPECT_THAT(runTask(transcribe(recognition, shortRecording())).text, HasSubstr("thousand"));
+    EXPECT_THAT(run(transcribe(recognition, shortRecording())).text, HasSubstr("thousand"));
 }
 
 TEST_F(WorkerSpeechRecognitionTest, ACancelledCoroutineCancelsItsRequest) {
     WorkerSpeechRecognition recognition(settings());
     const auto analyzer = recognition.makeAnalyzer(english);
-    asio::io_context context;
-    runTask(context, analyzer->start({.path = longRecording(), .startTime = 0, .progress = {}}));
+    run(analyzer->start({.path = longRecording(), .startTime = 0, .progress = {}}));
     asio::cancellation_signal signal;
     Outcome outcome;
     std::exception_ptr failure;
-    context.restart();
-    asio::co_spawn(context,
+    context_.restart();
+    asio::co_spawn(context_,
                    collect(*analyzer, outcome,
-                           [&] { asio::post(context, [&] { signal.emit(asio::cancellation_type::terminal); }); }),
+                           [&] { asio::post(context_, [&] { signal.emit(asio::cancellation_type::terminal); }); }),
                    asio::bind_cancellation_slot(
                        signal.slot(), [&](const std::exception_ptr& error, std::monostate) { failure = error; }));
-    context.run();
+    context_.run();
     EXPECT_THROW(std::rethrow_exception(failure), boost::system::system_error);
-    EXPECT_EQ(runTask(context, analyzer->nextResult()), std::nullopt);
+    EXPECT_EQ(run(analyzer->nextResult()), std::nullopt);
 }
 
 TEST_F(WorkerSpeechRecognitionTest, ASilentFileIsNotSearchedAgainUntilItChanges) {
     testing::writeWav(folder_ / "silent.wav", silence(3));
     WorkerSpeechRecognition recognition(settings());
-    const Outcome first = runTask(transcribe(recognition, folder_ / "silent.wav"));
+    const Outcome first = run(transcribe(recognition, folder_ / "silent.wav"));
     EXPECT_THAT(first.results, ::testing::IsEmpty());
     EXPECT_EQ(first.progress.back(), 1);
 
@@ -257,13 +262,13 @@ TEST_F(WorkerSpeechRecognitionTest, ASilentFileIsNotSearchedAgainUntilItChanges)
     const std::vector<pid_t> workers = children();
     ASSERT_THAT(workers, ::testing::SizeIs(1));
     kill(workers.front(), SIGSTOP);
-    const Outcome again = runTask(transcribe(recognition, folder_ / "silent.wav"));
+    const Outcome again = run(transcribe(recognition, folder_ / "silent.wav"));
     EXPECT_THAT(again.results, ::testing::IsEmpty());
     EXPECT_EQ(again.progress, std::vector<double>{1});
     kill(workers.front(), SIGCONT);
 
     testing::writeWav(folder_ / "silent.wav", silence(1) + speak("rms", sentence));
-    EXPECT_THAT(runTask(transcribe(recognition, folder_ / "silent.wav")).text, HasSubstr("thousand"));
+    EXPECT_THAT(run(transcribe(recognition, folder_ / "silent.wav")).text, HasSubstr("thousand"));
 }
 
 TEST_F(WorkerSpeechRecognitionTest, LeavesNoDescriptorAndNoProcessBehind) {
@@ -272,10 +277,10 @@ TEST_F(WorkerSpeechRecognitionTest, LeavesNoDescriptorAndNoProcessBehind) {
     for (int count = 0; count < 3; ++count) {
         auto recognition = std::make_unique<WorkerSpeechRecognition>(settings());
         const auto analyzer = recognition->makeAnalyzer(english);
-        runTask(analyzer->start({.path = recording, .startTime = 0, .progress = {}}));
+        run(analyzer->start({.path = recording, .startTime = 0, .progress = {}}));
         recognition.reset(); // in the middle of the work
         Outcome outcome;
-        EXPECT_THROW(runTask(collect(*analyzer, outcome)), WorkerError);
+        EXPECT_THROW(run(collect(*analyzer, outcome)), WorkerError);
     }
     EXPECT_EQ(openDescriptors(), before);
     EXPECT_THAT(children(), ::testing::IsEmpty());
@@ -290,11 +295,11 @@ TEST_F(WorkerSpeechRecognitionTest, AnIdleWorkerEndsAndTheNextRequestStartsOne) 
     brief.worker.idleTime = std::chrono::milliseconds(100);
     WorkerSpeechRecognition recognition(brief);
     const std::filesystem::path recording = shortRecording();
-    runTask(transcribe(recognition, recording));
+    run(transcribe(recognition, recording));
     while (!children().empty()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    EXPECT_THAT(runTask(transcribe(recognition, recording)).text, HasSubstr("thousand"));
+    EXPECT_THAT(run(transcribe(recognition, recording)).text, HasSubstr("thousand"));
 }
 
 } // namespace

@@ -40,7 +40,10 @@ std::string textOf(const std::vector<SpeechSegment>& segments) {
 /// what they test.
 class PocketSphinxEngineTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() { engine_ = std::make_unique<PocketSphinxEngine>(TALKLEDGER_POCKETSPHINX_MODELS); }
+    static void SetUpTestSuite() {
+        silencePocketSphinx();
+        engine_ = std::make_unique<PocketSphinxEngine>(TALKLEDGER_POCKETSPHINX_MODELS);
+    }
 
     static void TearDownTestSuite() { engine_.reset(); }
 
