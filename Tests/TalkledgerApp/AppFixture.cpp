@@ -1,0 +1,71 @@
+#include "TalkledgerApp/AppFixture.h"
+
+#include "TalkledgerCore/Storage/RecordingStore.h"
+
+#include <chrono>
+#include <vector>
+
+namespace talkledger::testing {
+
+AppFixture::AppFixture()
+    : settings_(QString::fromStdString(home_.path() / "Talkledger.ini"), QSettings::IniFormat),
+      fileSystem_({.home = home_.path(), .dataHome = home_.path() / "data", .configHome = home_.path() / "config"}),
+      reports_(std::make_shared<CaptureReports>(QtMainExecutor(context_))) {
+    languageModel_.state = {.isAvailable = false, .reason = UnavailableReason::modelNotReady, .explanation = {}};
+    speech_.scripts["ja_JP"].results = {spoken("The budget is approved.", 1, 2)};
+}
+
+AppFixture::~AppFixture() {
+    background_.join();
+    context_.close();
+}
+
+AppModel& AppFixture::makeModel() {
+    const AppPorts ports{.fileSystem = fileSystem_,
+                         .audioInput = audioInput_,
+                         .systemAudio = systemAudio_,
+                         .audioFiles = audioFiles_,
+                         .authorization = authorization_,
+                         .speechRecognition = speech_,
+                         .languageModel = languageModel_};
+    return model_.emplace(ports, reports_, QtMainExecutor(context_), background_.get_executor(), settings_);
+}
+
+void AppFixture::waitUntilIdle() {
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !model().isBusy(); }, 60'000));
+}
+
+void AppFixture::record() {
+    model().startRecording();
+    waitUntilIdle();
+}
+
+void AppFixture::stop() {
+    model().stopRecording();
+    waitUntilIdle();
+}
+
+void AppFixture::hearSomething() {
+    const std::vector<float> samples(128, 0.25F);
+    const AudioBuffer buffer = makeFloatBuffer(samples, 2, std::chrono::steady_clock::now());
+    audioInput_.deliver(buffer);
+    systemAudio_.deliverWhileRunning({.type = CaptureOutputType::audio, .isDataReady = true, .audio = buffer});
+    const RecordingArtifacts& artifacts = model().currentSession()->artifacts;
+    fileSystem_.writeFileAtomically(artifacts.micAudio, "samples");
+    fileSystem_.writeFileAtomically(artifacts.speakerAudio, "samples");
+}
+
+RecordingSession AppFixture::addFinishedRecording(const std::string& title, std::int64_t startSeconds,
+                                                  const TranscriptDocument& transcript) {
+    RecordingStore store(recordingsFolder(), fileSystem_);
+    const Date start{std::chrono::seconds(startSeconds)};
+    const RecordingSession session = store.createSession(title, start);
+    store.saveTranscript(transcript, session);
+    return store.finishSession(session, start + std::chrono::minutes(5));
+}
+
+SpeechTranscriptionResult spoken(const std::string& text, double start, double duration) {
+    return {.text = text, .audioTimeRange = {.start = start, .duration = duration}, .isFinal = true};
+}
+
+} // namespace talkledger::testing

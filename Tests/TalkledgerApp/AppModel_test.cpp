@@ -1,0 +1,308 @@
+#include "TalkledgerApp/AppFixture.h"
+#include "TalkledgerApp/AppModel.h"
+#include "TalkledgerCore/Storage/RecordingStore.h"
+
+#include <gmock/gmock.h>
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace talkledger::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+using ::testing::SizeIs;
+
+class AppModelTest : public AppFixture {
+protected:
+    /// Every status text from now on.
+    const std::vector<std::string>& watchStatus() {
+        QObject::connect(&model(), &AppModel::statusTextChanged,
+                         [this] { statusTexts_.push_back(model().statusText()); });
+        return statusTexts_;
+    }
+
+    void deliverMicrophoneBuffer(float sample) {
+        const std::vector<float> samples(64, sample);
+        audioInput_.deliver(makeFloatBuffer(samples, 1, std::chrono::steady_clock::now()));
+    }
+
+    static std::string content(const std::filesystem::path& file) {
+        std::ifstream stream(file);
+        std::stringstream text;
+        text << stream.rdbuf();
+        return text.str();
+    }
+
+private:
+    std::vector<std::string> statusTexts_;
+};
+
+TEST_F(AppModelTest, BeginsIdleInTheStoredLanguageWithTheNewestRecordingFirst) {
+    const RecordingSession older = addFinishedRecording("older", 1'000, {});
+    const RecordingSession newer = addFinishedRecording("newer", 2'000, {});
+    makeModel();
+    EXPECT_EQ(model().statusText(), "準備完了");
+    EXPECT_EQ(model().displayLanguage(), DisplayLanguage::japanese);
+    EXPECT_FALSE(model().isRecording() || model().isBusy() || model().lastError() || model().currentSession());
+    EXPECT_THAT(model().sessions(), ElementsAre(newer, older));
+    EXPECT_EQ(model().rootDirectory(), recordingsFolder());
+    EXPECT_EQ(model().permissions()->microphone, CapturePermissionState::authorized);
+    EXPECT_EQ(model().permissions()->systemAudio, CapturePermissionState::unknown);
+
+    settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("English"));
+    EXPECT_EQ(makeModel().displayLanguage(), DisplayLanguage::japanese) << "only the exact word counts";
+    settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
+    EXPECT_EQ(makeModel().statusText(), "Ready");
+}
+
+TEST_F(AppModelTest, RecordsTranscribesAndExportsByItself) {
+    makeModel().setDisplayLanguage(DisplayLanguage::english);
+    const std::vector<std::string>& statusTexts = watchStatus();
+    record();
+    ASSERT_TRUE(model().isRecording());
+    ASSERT_TRUE(model().currentSession());
+    EXPECT_THAT(model().currentSession()->title,
+                MatchesRegex("Sales call [0-9]{4}(-[0-9]{2}){2} [0-9]{2}(:[0-9]{2}){2}"));
+    EXPECT_THAT(model().sessions(), SizeIs(1));
+    EXPECT_EQ(model().sessions().front().endedAt, std::nullopt);
+    hearSomething();
+    stop();
+    EXPECT_FALSE(model().isRecording());
+    EXPECT_EQ(model().currentSession(), std::nullopt);
+    EXPECT_THAT(statusTexts, ElementsAre("Starting capture...", "Recording mic and system audio",
+                                         "Stopping and transcribing...", "Recording saved", "Markdown saved"));
+    EXPECT_EQ(model().lastError(), std::nullopt);
+    ASSERT_THAT(model().sessions(), SizeIs(1));
+    const RecordingSession& finished = model().sessions().front();
+    EXPECT_NE(finished.endedAt, std::nullopt);
+    // Both fake tracks say the same at the same time: the microphone's is taken for an echo.
+    ASSERT_TRUE(model().transcript(finished));
+    EXPECT_THAT(model().transcript(finished)->segments, SizeIs(1));
+    ASSERT_TRUE(model().lastMarkdownExportURL());
+    EXPECT_EQ(model().lastMarkdownExportURL()->parent_path(), exportFolder());
+    EXPECT_THAT(content(*model().lastMarkdownExportURL()), HasSubstr("Customer: The budget is approved."));
+}
+
+TEST_F(AppModelTest, ExportsToTheChosenFolderAndSaysSoWhenThatFails) {
+    const std::filesystem::path chosen = home_.path() / "chosen";
+    settings_.setValue(QStringLiteral("markdownExportDirectory"), QString::fromStdString(chosen));
+    makeModel();
+    record();
+    stop();
+    EXPECT_EQ(model().lastMarkdownExportURL()->parent_path(), chosen);
+
+    std::filesystem::remove_all(chosen);
+    std::ofstream(chosen) << "a file where the folder should be";
+    record();
+    stop();
+    EXPECT_EQ(model().statusText(), "Markdown保存に失敗しました");
+    EXPECT_NE(model().lastError(), std::nullopt);
+    EXPECT_FALSE(model().isRecording());
+    EXPECT_THAT(model().sessions(), SizeIs(2)) << "the recording itself is saved";
+    record();
+    EXPECT_EQ(model().lastError(), std::nullopt) << "the next action begins without the old error";
+    stop();
+}
+
+TEST_F(AppModelTest, AFailedStartLeavesTheModelIdleWithTheReason) {
+    audioInput_.startFailure = "no microphone";
+    systemAudio_.startFailure = "no output";
+    makeModel().setDisplayLanguage(DisplayLanguage::english);
+    record();
+    EXPECT_FALSE(model().isRecording());
+    EXPECT_EQ(model().currentSession(), std::nullopt);
+    EXPECT_EQ(model().statusText(), "Start failed");
+    EXPECT_THAT(model().lastError().value_or(""), HasSubstr("No capture track could be started: "));
+    EXPECT_THAT(model().sessions(), SizeIs(1)) << "the attempt stays in the list with its diagnostics";
+    audioInput_.startFailure.reset();
+    record();
+    EXPECT_TRUE(model().isRecording());
+    EXPECT_EQ(model().lastError(), std::nullopt);
+    stop();
+}
+
+TEST_F(AppModelTest, OneTrackIsEnoughAndTheOtherIsShownAsNotStarted) {
+    audioInput_.format.channelCount = 0;
+    makeModel();
+    record();
+    EXPECT_TRUE(model().isRecording());
+    EXPECT_EQ(model().trackState(AudioChannel::mic), TrackState::notStarted);
+    EXPECT_EQ(model().trackState(AudioChannel::speaker), TrackState::running);
+    stop();
+    EXPECT_EQ(model().trackState(AudioChannel::mic), TrackState::running);
+}
+
+TEST_F(AppModelTest, CapturingThatGoesOnAfterAFailedStartCanBeStopped) {
+    authorization_.status = AuthorizationStatus::notDetermined;
+    makeModel().startRecording();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return authorization_.promptCount == 1; }, 60'000));
+    // While the user thinks about the microphone, something takes the place of the recording's diagnostics.
+    const std::filesystem::path diagnostics =
+        std::filesystem::directory_iterator(recordingsFolder())->path() / "diagnostics.json";
+    std::filesystem::remove(diagnostics);
+    std::filesystem::create_directories(diagnostics / "in the way");
+    authorization_.answer(true);
+    waitUntilIdle();
+    EXPECT_EQ(model().statusText(), "録音開始に失敗しました");
+    EXPECT_TRUE(model().isRecording()) << "both tracks run, and the user has to see it";
+    ASSERT_TRUE(model().currentSession());
+    std::filesystem::remove_all(diagnostics);
+    stop();
+    EXPECT_FALSE(model().isRecording());
+    EXPECT_EQ(model().lastError(), std::nullopt);
+}
+
+TEST_F(AppModelTest, AFailedStopEndsTheRecordingWithTheReason) {
+    makeModel().setDisplayLanguage(DisplayLanguage::english);
+    record();
+    std::filesystem::remove_all(recordingsFolder());
+    std::ofstream(recordingsFolder()) << "a file where the folder should be";
+    stop();
+    EXPECT_EQ(model().statusText(), "Stop failed");
+    EXPECT_NE(model().lastError(), std::nullopt);
+    EXPECT_FALSE(model().isRecording());
+    EXPECT_EQ(model().currentSession(), std::nullopt);
+    EXPECT_EQ(model().lastMarkdownExportURL(), std::nullopt);
+}
+
+TEST_F(AppModelTest, ASecondRequestIsIgnoredWhileOneIsInProgress) {
+    makeModel();
+    model().startRecording();
+    model().startRecording();
+    model().stopRecording();
+    waitUntilIdle();
+    EXPECT_TRUE(model().isRecording());
+    EXPECT_THAT(model().sessions(), SizeIs(1));
+    hearSomething();
+    speech_.results.close();
+    model().stopRecording();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return speech_.results.waitingCount() == 2; }, 60'000));
+    EXPECT_TRUE(model().isBusy() && model().isRecording())
+        << "until it is transcribed the recording is the current one";
+    EXPECT_EQ(model().statusText(), "停止して文字起こし中...");
+    EXPECT_EQ(model().transcriptionProgress(AudioChannel::mic), 0.5);
+    EXPECT_EQ(model().transcriptionProgressOfBoth(), 0.5);
+    model().stopRecording();
+    model().startRecording();
+    speech_.results.open();
+    waitUntilIdle();
+    EXPECT_FALSE(model().isRecording());
+    EXPECT_THAT(model().sessions(), SizeIs(1));
+    EXPECT_EQ(model().transcriptionProgress(AudioChannel::mic), 0);
+}
+
+TEST_F(AppModelTest, WithoutAStoreThereIsNoRecorderAndTheRestWorks) {
+    std::ofstream(home_.path() / "data") << "a file where the folder should be";
+    makeModel().setDisplayLanguage(DisplayLanguage::english);
+    EXPECT_EQ(makeModel().statusText(), "Storage unavailable");
+    EXPECT_NE(model().lastError(), std::nullopt);
+    EXPECT_EQ(model().rootDirectory(), std::nullopt);
+    record();
+    EXPECT_EQ(model().statusText(), "Recorder unavailable");
+    EXPECT_FALSE(model().isBusy() || model().isRecording());
+    stop();
+    EXPECT_EQ(model().statusText(), "Recorder unavailable");
+    model().exportTranscriptMarkdown(RecordingSession());
+    EXPECT_EQ(model().statusText(), "Markdown export failed");
+    model().refreshSessions();
+    EXPECT_THAT(model().sessions(), IsEmpty());
+    EXPECT_EQ(model().transcript(RecordingSession()), std::nullopt);
+}
+
+TEST_F(AppModelTest, ABrokenLibraryKeepsTheListThatIsShown) {
+    const RecordingSession kept = addFinishedRecording("kept", 1'000, {});
+    makeModel();
+    std::filesystem::create_directories(recordingsFolder() / "broken");
+    std::ofstream(recordingsFolder() / "broken/session.json") << "{}";
+    model().refreshSessions();
+    EXPECT_THAT(model().sessions(), ElementsAre(kept));
+    EXPECT_THAT(model().lastError().value_or(""), HasSubstr("session.json"));
+}
+
+TEST_F(AppModelTest, TheLanguageIsKeptAndSetsTheStatusAnew) {
+    makeModel().setDisplayLanguage(DisplayLanguage::english);
+    EXPECT_EQ(model().statusText(), "Ready");
+    EXPECT_EQ(settings_.value(QStringLiteral("displayLanguage")).toString(), QStringLiteral("english"));
+    record();
+    model().setDisplayLanguageName(QStringLiteral("japanese"));
+    EXPECT_EQ(model().statusText(), "マイクとシステム音声を録音中");
+    model().setDisplayLanguageName(QStringLiteral("klingon"));
+    EXPECT_EQ(model().displayLanguage(), DisplayLanguage::japanese);
+    stop();
+}
+
+TEST_F(AppModelTest, RenamesCopiesAndExportsARecording) {
+    const TranscriptDocument transcript{
+        {TranscriptSegment(AudioChannel::mic, SpeakerRole::me, 1, 2, "We agree.", TranscriptSegmentStatus::final)}};
+    const RecordingSession session = addFinishedRecording("Sales call 2026-01-02 03:04:05", 1'000, transcript);
+    makeModel();
+    model().rename(session, "  Aoba  ");
+    EXPECT_EQ(model().statusText(), "録音名を変更しました");
+    EXPECT_EQ(model().sessions().front().title, "Aoba");
+    model().copyTranscriptMarkdown(model().sessions().front());
+    EXPECT_EQ(model().statusText(), "文字起こしをコピーしました");
+    EXPECT_THAT(QGuiApplication::clipboard()->text().toStdString(), HasSubstr("- `00:01` 自分: We agree."));
+    model().exportTranscriptMarkdown(model().sessions().front());
+    EXPECT_EQ(model().statusText(), "Markdownを保存しました");
+
+    std::filesystem::remove(session.artifacts.transcript);
+    model().copyTranscriptMarkdown(session);
+    EXPECT_NE(model().lastError(), std::nullopt);
+    EXPECT_EQ(model().transcript(session), std::nullopt);
+    model().exportTranscriptMarkdown(session);
+    EXPECT_EQ(model().statusText(), "Markdown保存に失敗しました");
+}
+
+TEST_F(AppModelTest, LevelsReachTheModelWithoutAFloodAndNotAfterTheEnd) {
+    makeModel();
+    record();
+    int changes = 0;
+    QObject::connect(&model(), &AppModel::microphoneLevelChanged, [&] { ++changes; });
+    std::thread capture([this] {
+        for (int buffer = 0; buffer < 1000; ++buffer) {
+            deliverMicrophoneBuffer(0.25F);
+        }
+        deliverMicrophoneBuffer(0.5F);
+    });
+    capture.join();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return model().microphoneLevel() == 0.5; }, 60'000));
+    EXPECT_EQ(changes, 1) << "what nobody has looked at yet is replaced";
+    stop();
+    EXPECT_EQ(model().microphoneLevel(), 0);
+    reports_->reportMicrophoneLevel(0.75);
+    reports_->reportTrackHealth(AudioChannel::mic, TrackHealthEvent::writeFailed);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(model().microphoneLevel(), 0);
+    EXPECT_EQ(model().trackState(AudioChannel::mic), TrackState::running);
+}
+
+TEST_F(AppModelTest, TrackHealthIsShownForTheRecordingItBelongsTo) {
+    makeModel();
+    record();
+    reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::waitingForDevice);
+    reports_->reportTrackHealth(AudioChannel::mic, TrackHealthEvent::writeFailed);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(model().trackState(AudioChannel::speaker), TrackState::waitingForDevice);
+    EXPECT_EQ(model().trackState(AudioChannel::mic), TrackState::writeFailed);
+    reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::deviceRunning);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(model().trackState(AudioChannel::speaker), TrackState::running);
+    // This one is on its way while the recording ends and the next begins.
+    reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::waitingForDevice);
+    reports_->endRecording();
+    reports_->beginRecording([](double) {},
+                             [](AudioChannel, TrackHealthEvent) { FAIL() << "of the earlier recording"; });
+    QCoreApplication::processEvents();
+    stop();
+}
+
+} // namespace
+} // namespace talkledger::testing
