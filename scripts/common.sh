@@ -10,7 +10,7 @@ build_packages=(
   libicu-dev nlohmann-json3-dev
   libpipewire-0.3-dev libsndfile1-dev libavformat-dev libavcodec-dev libswresample-dev libavutil-dev
   libpocketsphinx-dev libsphinxbase-dev pocketsphinx-en-us
-  qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools libgl1-mesa-dev
+  qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools libgl1-mesa-dev libqt6svg6 qt6-wayland
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-templates
   qml6-module-qtquick-window qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
   fonts-inter fonts-noto-cjk xdg-user-dirs

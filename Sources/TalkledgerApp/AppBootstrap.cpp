@@ -1,0 +1,58 @@
+#include "TalkledgerApp/AppBootstrap.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QLocale>
+
+namespace talkledger {
+namespace {
+
+/// Each track may wait for the sound server or a disk while files are measured and the time line is written.
+constexpr std::size_t backgroundThreads = 4;
+
+WorkerSpeechRecognition::Settings speechSettings() {
+    WorkerSpeechRecognition::Settings settings;
+    settings.worker.program = workerProgram("talkledger-transcriber");
+    settings.desktopLocale = QLocale::system().name().toStdString();
+    return settings;
+}
+
+} // namespace
+
+AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance)
+    : settings_(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Talkledger"), QStringLiteral("Talkledger")),
+      background_(backgroundThreads),
+      captureReports_(std::make_shared<CaptureReports>(QtMainExecutor(mainContext_))),
+      audioInput_(background_.get_executor(), trackHealthHandler()),
+      systemAudio_(background_.get_executor(), trackHealthHandler()),
+      audioFiles_(background_.get_executor(), trackHealthHandler()),
+      speechRecognition_(speechSettings()),
+      model_({.fileSystem = fileSystem_,
+              .audioInput = audioInput_,
+              .systemAudio = systemAudio_,
+              .audioFiles = audioFiles_,
+              .authorization = authorization_,
+              .speechRecognition = speechRecognition_,
+              .languageModel = languageModel_},
+             captureReports_, QtMainExecutor(mainContext_), background_.get_executor(), settings_),
+      appearance_(QDBusConnection::sessionBus()),
+      windows_(model_, appearance_),
+      delegate_(model_, windows_, singleInstance) {}
+
+AppBootstrap::~AppBootstrap() {
+    background_.join();
+    mainContext_.close();
+}
+
+TrackHealthHandler AppBootstrap::trackHealthHandler() const {
+    return [reports = captureReports_](AudioChannel channel, TrackHealthEvent event) {
+        reports->reportTrackHealth(channel, event);
+    };
+}
+
+int AppBootstrap::run() {
+    delegate_.applicationDidFinishLaunching();
+    return QCoreApplication::exec();
+}
+
+} // namespace talkledger

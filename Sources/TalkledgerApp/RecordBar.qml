@@ -1,0 +1,223 @@
+import QtQuick
+import QtQuick.Controls
+
+/// The bar on top: idle, live, finishing or failed, always of one height and with the button in one place.
+Rectangle {
+    id: bar
+
+    required property bool isNarrow
+    signal toggled
+
+    readonly property bool isLive: appModel.isRecording && !appModel.isBusy
+    readonly property bool isFinishing: appModel.isRecording && appModel.isBusy
+    readonly property bool hasFailed: !appModel.isRecording && !appModel.isBusy && appModel.statusText === texts.startFailed
+
+    function switchLanguage() {
+        appModel.displayLanguage = appModel.displayLanguage === "japanese" ? "english" : "japanese"
+    }
+
+    function detailText() {
+        if (isLive) {
+            return texts.closingKeepsRecording
+        }
+        if (isFinishing) {
+            return texts.nextRecordingAfterSaving
+        }
+        return hasFailed ? texts.nothingRecorded : appModel.isBusy ? "" : texts.readyToRecord
+    }
+
+    color: isLive ? Theme.liveTint : Theme.surface
+    height: Theme.barHeight
+
+    Rectangle {
+        anchors.bottom: parent.bottom
+        color: bar.isLive ? Theme.live : Theme.line
+        height: bar.isLive ? 2 : 1
+        width: parent.width
+    }
+
+    SharedViews.ActionButton {
+        id: mainButton
+
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.gap3
+        anchors.verticalCenter: parent.verticalCenter
+        enabled: !appModel.isBusy
+        fill: bar.isLive ? Theme.live : Theme.accentFill
+        focus: true
+        font.bold: true
+        iconName: bar.isLive ? "stop" : "record"
+        implicitHeight: Theme.mainButtonHeight
+        ink: bar.isLive ? Theme.onLive : Theme.onAccent
+        objectName: "mainButton"
+        shortcutText: enabled && !bar.isNarrow ? "Ctrl+R" : ""
+        text: bar.isLive ? texts.stopRecording : texts.startRecording
+        width: Math.max(152, bothTexts.width + 2 * Theme.gap3 + 22 + (bar.isNarrow ? 0 : 54))
+        onClicked: bar.toggled()
+
+        // The button has the width of the wider of its texts, so that it stays where it is.
+        Column {
+            id: bothTexts
+
+            opacity: 0
+
+            SharedViews.Words {
+                Accessible.ignored: true
+                font.bold: true
+                text: texts.startRecording
+            }
+            SharedViews.Words {
+                Accessible.ignored: true
+                font.bold: true
+                text: texts.stopRecording
+            }
+        }
+    }
+
+    Row {
+        id: clock
+
+        anchors.left: mainButton.right
+        anchors.leftMargin: Theme.gap4
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 10
+        visible: bar.isLive
+
+        Rectangle {
+            anchors.verticalCenter: parent.verticalCenter
+            color: Theme.live
+            height: 8
+            radius: 4
+            width: 8
+
+            SequentialAnimation on opacity {
+                loops: Animation.Infinite
+                running: clock.visible && bar.Window.active
+
+                NumberAnimation {
+                    duration: 1000
+                    to: 0.35
+                }
+                NumberAnimation {
+                    duration: 1000
+                    to: 1
+                }
+            }
+        }
+        SharedViews.Figures {
+            id: elapsed
+
+            property double now: Date.now()
+
+            function formatted() {
+                const seconds = Math.max(0, Math.floor((now - appModel.currentRecordingStart) / 1000))
+                const two = number => String(number).padStart(2, "0")
+                const minutes = two(Math.floor(seconds / 60) % 60) + ":" + two(seconds % 60)
+                return seconds < 3600 ? minutes : two(Math.floor(seconds / 3600)) + ":" + minutes
+            }
+
+            color: Theme.text
+            font.bold: true
+            font.pixelSize: Theme.clockSize
+            line: Theme.clockLine
+            objectName: "elapsedTime"
+            text: formatted()
+
+            Timer {
+                interval: 250
+                repeat: true
+                running: clock.visible
+                triggeredOnStart: true
+                onTriggered: elapsed.now = Date.now()
+            }
+        }
+    }
+
+    SharedViews.Icon {
+        id: failIcon
+
+        anchors.left: clock.visible ? clock.right : mainButton.right
+        anchors.leftMargin: Theme.gap4
+        anchors.top: status.top
+        anchors.topMargin: 2
+        name: "fail"
+        tint: Theme.fail
+        visible: bar.hasFailed
+    }
+    SharedViews.Words {
+        id: status
+
+        Accessible.name: text
+        Accessible.role: Accessible.StatusBar
+        anchors.left: failIcon.visible ? failIcon.right : clock.visible ? clock.right : mainButton.right
+        anchors.leftMargin: failIcon.visible ? 6 : clock.visible ? Theme.gap6 : Theme.gap4
+        anchors.right: tail.left
+        anchors.rightMargin: Theme.gap2
+        anchors.top: parent.top
+        anchors.topMargin: detail.text === "" ? 18 : 9
+        color: bar.hasFailed ? Theme.fail : Theme.text
+        elide: Text.ElideRight
+        font.bold: true
+        objectName: "statusText"
+        text: appModel.statusText
+    }
+    SharedViews.SmallWords {
+        id: detail
+
+        anchors.left: failIcon.visible ? failIcon.left : status.left
+        anchors.right: status.right
+        anchors.top: status.bottom
+        elide: Text.ElideRight
+        text: bar.detailText()
+    }
+
+    Row {
+        id: tail
+
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.gap2
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: Theme.gap3
+
+        RecordingLevelBanner {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: bar.isLive && !bar.isNarrow
+        }
+        Column {
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 2
+            visible: bar.isFinishing
+            width: bar.isNarrow ? 100 : 200
+
+            Item {
+                height: Theme.smallLine
+                width: parent.width
+
+                SharedViews.SmallWords {
+                    text: texts.overallProgress
+                }
+                SharedViews.Figures {
+                    anchors.right: parent.right
+                    objectName: "transcriptionShare"
+                    text: Math.round(appModel.transcriptionProgress * 100) + "%"
+                }
+            }
+            SharedViews.Progress {
+                share: appModel.transcriptionProgress
+                width: parent.width
+            }
+        }
+        SharedViews.ActionButton {
+            Accessible.name: texts.languageLabel
+            anchors.verticalCenter: parent.verticalCenter
+            fill: "transparent"
+            iconName: "lang"
+            ink: Theme.text2
+            objectName: "languageButton"
+            outline: "transparent"
+            text: appModel.displayLanguage === "japanese" ? "日本語" : "English"
+            visible: !bar.isNarrow
+            onClicked: bar.switchLanguage()
+        }
+    }
+}

@@ -1,0 +1,125 @@
+import QtQuick
+import QtQuick.Controls
+
+/// The recordings screen: the record bar over the list of recordings and the chosen one.
+FocusScope {
+    id: screen
+
+    property string selectedID
+
+    readonly property bool isWide: width >= Theme.wideFrom
+    readonly property bool isNarrow: width < Theme.narrowBelow
+
+    /// The recording in progress wins, then the one chosen before, then the newest.
+    function selectPreferred() {
+        if (recordings.rowOf(appModel.currentRecordingID) >= 0) {
+            selectedID = appModel.currentRecordingID
+        } else if (recordings.rowOf(selectedID) < 0) {
+            selectedID = recordings.recordingIDAt(0)
+        }
+    }
+
+    function toggleRecording() {
+        if (appModel.isRecording) {
+            appModel.stopRecording()
+        } else {
+            appModel.startRecording()
+        }
+    }
+
+    Component.onCompleted: selectPreferred()
+
+    Binding {
+        property: "recordingID"
+        target: chosenRecording
+        value: screen.selectedID
+    }
+    Connections {
+        function onCountChanged() {
+            screen.selectPreferred()
+        }
+
+        target: recordings
+    }
+    Connections {
+        function onCurrentSessionChanged() {
+            screen.selectPreferred()
+        }
+
+        target: appModel
+    }
+    Shortcut {
+        enabled: !appModel.isBusy
+        sequences: ["Ctrl+R"]
+        onActivated: screen.toggleRecording()
+    }
+    Shortcut {
+        sequences: ["Ctrl+L"]
+        onActivated: bar.switchLanguage()
+    }
+    Shortcut {
+        sequences: ["F5"]
+        onActivated: appModel.refreshSessions()
+    }
+    Shortcut {
+        sequences: ["Ctrl+S"]
+        onActivated: appModel.exportTranscriptMarkdown(screen.selectedID)
+    }
+    Shortcut {
+        sequences: ["Ctrl+Shift+C"]
+        onActivated: appModel.copyTranscriptMarkdown(screen.selectedID)
+    }
+    Shortcut {
+        sequences: ["Alt+Up"]
+        onActivated: list.step(-1)
+    }
+    Shortcut {
+        sequences: ["Alt+Down"]
+        onActivated: list.step(1)
+    }
+
+    RecordBar {
+        id: bar
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        focus: true
+        isNarrow: screen.isNarrow
+        onToggled: screen.toggleRecording()
+    }
+
+    SessionSidebar {
+        id: list
+
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.top: bar.bottom
+        selectedID: screen.selectedID
+        width: screen.isWide ? 288 : screen.isNarrow ? Math.min(200, screen.width * 0.4) : 256
+        onChosen: recordingID => screen.selectedID = recordingID
+    }
+
+    ErrorBanner {
+        id: banner
+
+        anchors.left: list.right
+        anchors.right: parent.right
+        anchors.top: bar.bottom
+    }
+
+    TranscriptViews {
+        anchors.bottom: parent.bottom
+        anchors.left: list.right
+        anchors.right: parent.right
+        anchors.top: banner.bottom
+        isWide: screen.isWide
+        visible: recordings.count > 0
+    }
+    EmptyView {
+        anchors.bottom: parent.bottom
+        anchors.left: list.right
+        anchors.right: parent.right
+        anchors.top: banner.bottom
+        visible: recordings.count === 0
+    }
+}

@@ -1,0 +1,120 @@
+import QtQuick
+import QtQuick.Controls
+
+/// The list of recordings, newest first.
+Rectangle {
+    id: sidebar
+
+    required property string selectedID
+    signal chosen(string recordingID)
+
+    function step(rows) {
+        const row = recordings.rowOf(selectedID) + rows
+        if (row >= 0 && row < recordings.count) {
+            chosen(recordings.recordingIDAt(row))
+        }
+    }
+
+    color: Theme.sidebar
+
+    ListView {
+        id: list
+
+        Accessible.name: texts.recordings
+        Accessible.role: Accessible.List
+        activeFocusOnTab: true
+        anchors.bottom: foot.top
+        anchors.left: parent.left
+        anchors.right: edge.left
+        anchors.top: parent.top
+        bottomMargin: Theme.gap2
+        boundsBehavior: Flickable.StopAtBounds
+        clip: true
+        currentIndex: recordings.count > 0 ? recordings.rowOf(sidebar.selectedID) : -1
+        highlightMoveDuration: 0
+        keyNavigationEnabled: false
+        model: recordings
+        objectName: "recordingList"
+        spacing: 1
+        topMargin: Theme.gap2
+
+        ScrollBar.vertical: ScrollBar {}
+        delegate: SessionSidebarRow {
+            isSelected: recordingID === sidebar.selectedID
+            width: list.width
+            onChosen: {
+                list.forceActiveFocus()
+                sidebar.chosen(recordingID)
+            }
+        }
+
+        Keys.onDownPressed: sidebar.step(1)
+        Keys.onUpPressed: sidebar.step(-1)
+    }
+
+    Column {
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.gap4
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.gap4
+        anchors.top: parent.top
+        anchors.topMargin: 48
+        spacing: 2
+        visible: recordings.count === 0
+
+        SharedViews.Words {
+            font.bold: true
+            horizontalAlignment: Text.AlignHCenter
+            text: texts.noRecordings
+            width: parent.width
+            wrapMode: Text.Wrap
+        }
+        SharedViews.SmallWords {
+            horizontalAlignment: Text.AlignHCenter
+            text: texts.noRecordingsDescription
+            width: parent.width
+            wrapMode: Text.Wrap
+        }
+    }
+
+    Rectangle {
+        id: edge
+
+        anchors.right: parent.right
+        color: Theme.line
+        height: parent.height
+        width: 1
+    }
+
+    Item {
+        id: foot
+
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: edge.left
+        height: Theme.footHeight
+
+        Rectangle {
+            color: Theme.line
+            height: 1
+            width: parent.width
+        }
+        SharedViews.SmallWords {
+            anchors.left: parent.left
+            anchors.leftMargin: 20
+            anchors.verticalCenter: parent.verticalCenter
+            text: texts.recordingCount.replace("{n}", recordings.count)
+        }
+        SharedViews.IconButton {
+            anchors.right: parent.right
+            anchors.rightMargin: Theme.gap1
+            anchors.verticalCenter: parent.verticalCenter
+            height: 28
+            iconName: "refresh"
+            name: texts.toolbarRefresh
+            objectName: "refreshButton"
+            width: 28
+            onClicked: appModel.refreshSessions()
+        }
+    }
+}

@@ -1,0 +1,53 @@
+import QtQuick
+import QtQuick.Controls
+
+/// The recordings window. It is kept when it is closed; what closing means is decided outside.
+ApplicationWindow {
+    id: window
+
+    signal closeRequested
+    signal quitRequested
+
+    color: Theme.window
+    title: texts.recordings
+
+    palette {
+        alternateBase: Theme.hover
+        base: Theme.surface
+        brightText: Theme.fail
+        button: Theme.surface
+        buttonText: Theme.text
+        dark: Theme.lineStrong
+        highlight: Theme.accentFill
+        highlightedText: Theme.onAccent
+        light: Theme.surface
+        link: Theme.accent
+        mid: Theme.line
+        midlight: Theme.hover
+        placeholderText: Theme.text3
+        shadow: Theme.line
+        text: Theme.text
+        toolTipBase: Theme.surface
+        toolTipText: Theme.text
+        window: Theme.window
+        windowText: Theme.text
+    }
+
+    onClosing: close => {
+        close.accepted = false
+        closeRequested()
+    }
+
+    Shortcut {
+        sequences: ["Ctrl+W"]
+        onActivated: window.closeRequested()
+    }
+    Shortcut {
+        sequences: ["Ctrl+Q"]
+        onActivated: window.quitRequested()
+    }
+
+    RecordingViews {
+        anchors.fill: parent
+    }
+}

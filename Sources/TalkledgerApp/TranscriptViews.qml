@@ -1,0 +1,132 @@
+import QtQuick
+import QtQuick.Controls
+
+/// The chosen recording: its title and actions, and its transcript as time-coded bubbles along one rule.
+Item {
+    id: detail
+
+    required property bool isWide
+
+    readonly property bool isTight: width < 560
+    readonly property int gutter: appModel.displayLanguage === "japanese" ? 112 : 134
+    readonly property int margin: isTight ? Theme.gap3 : Theme.gap6
+
+    Rectangle {
+        id: head
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: parent.top
+        color: Theme.surface
+        height: Theme.detailHeadHeight
+
+        SharedViews.Words {
+            id: title
+
+            anchors.left: parent.left
+            anchors.leftMargin: detail.margin
+            anchors.right: actions.left
+            anchors.rightMargin: Theme.gap4
+            anchors.top: parent.top
+            anchors.topMargin: Theme.gap3
+            elide: Text.ElideRight
+            font.bold: true
+            font.pixelSize: Theme.titleSize
+            line: Theme.titleLine
+            objectName: "recordingTitle"
+            text: chosenRecording.title
+        }
+        Row {
+            anchors.left: title.left
+            anchors.top: title.bottom
+            spacing: Theme.gap2
+
+            SharedViews.Figures {
+                text: chosenRecording.status === "transcribed" ? chosenRecording.startTime + "  ·  " + chosenRecording.duration + "  ·" : chosenRecording.startTime + "  ·"
+            }
+            SharedViews.SmallWords {
+                color: chosenRecording.status === "recording" ? Theme.live : chosenRecording.status === "interrupted" ? Theme.attention : Theme.text2
+                font.bold: chosenRecording.status !== "transcribed"
+                text: chosenRecording.status === "transcribed" ? texts.transcribed : chosenRecording.status === "recording" ? texts.recording : texts.interrupted
+            }
+        }
+        Row {
+            id: actions
+
+            anchors.right: parent.right
+            anchors.rightMargin: Theme.gap3
+            anchors.top: parent.top
+            anchors.topMargin: Theme.gap3 + 2
+            spacing: 6
+            visible: lines.count > 0
+
+            SharedViews.ActionButton {
+                Accessible.name: texts.copyMarkdown
+                iconName: "copy"
+                objectName: "copyButton"
+                text: detail.isTight ? "" : texts.copyMarkdown
+                onClicked: appModel.copyTranscriptMarkdown(chosenRecording.recordingID)
+            }
+            SharedViews.ActionButton {
+                Accessible.name: texts.exportMarkdown
+                iconName: "save"
+                objectName: "exportButton"
+                text: detail.isTight ? "" : texts.exportMarkdown
+                onClicked: appModel.exportTranscriptMarkdown(chosenRecording.recordingID)
+            }
+        }
+        Rectangle {
+            anchors.bottom: parent.bottom
+            color: Theme.line
+            height: 1
+            width: parent.width
+        }
+    }
+
+    ListView {
+        id: lines
+
+        Accessible.name: texts.transcriptTimeline
+        Accessible.role: Accessible.List
+        activeFocusOnTab: true
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: head.bottom
+        bottomMargin: Theme.gap2
+        boundsBehavior: Flickable.StopAtBounds
+        clip: true
+        model: chosenRecording.lines
+        objectName: "transcriptLines"
+        topMargin: Theme.gap2
+
+        ScrollBar.vertical: ScrollBar {}
+        delegate: TranscriptLine {
+            gutter: detail.gutter
+            isWide: detail.isWide
+            margin: detail.margin
+            width: lines.width
+        }
+
+        Keys.onPressed: event => {
+            if (event.key === Qt.Key_Home) {
+                lines.positionViewAtBeginning()
+            } else if (event.key === Qt.Key_End) {
+                lines.positionViewAtEnd()
+            }
+        }
+    }
+
+    SharedViews.Words {
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.top: head.bottom
+        anchors.topMargin: 64
+        color: Theme.text2
+        horizontalAlignment: Text.AlignHCenter
+        objectName: "transcriptNote"
+        text: chosenRecording.status === "recording" ? texts.transcriptAfterStop : texts.noTranscriptSegments
+        visible: lines.count === 0
+        width: Math.min(parent.width - 2 * detail.margin, 480)
+        wrapMode: Text.Wrap
+    }
+}

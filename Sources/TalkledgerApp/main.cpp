@@ -1,0 +1,35 @@
+#include "TalkledgerApp/AppBootstrap.h"
+#include "TalkledgerApp/AppSingleInstanceCoordinator.h"
+
+#include <QDBusConnection>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QQuickStyle>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+int main(int argc, char** argv) {
+    using namespace talkledger;
+    // A worker that has gone and a file at its size limit are failures with a text of their own, not the end.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+
+    const QVariantMap platformData = AppSingleInstanceCoordinator::platformDataOfThisStart();
+    const QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("Talkledger"));
+    QGuiApplication::setDesktopFileName(AppSingleInstanceCoordinator::applicationIdentifier);
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/talkledger/Icons/app-icon.svg")));
+    QQuickStyle::setStyle(QStringLiteral("Fusion"));
+    try {
+        AppSingleInstanceCoordinator singleInstance(QDBusConnection::sessionBus());
+        if (singleInstance.activateExistingInstanceIfNeeded(platformData)) {
+            return 0;
+        }
+        AppBootstrap bootstrap(singleInstance);
+        return bootstrap.run();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "talkledger: %s\n", error.what());
+        return 1;
+    }
+}
