@@ -37,7 +37,7 @@ Rectangle {
         objectName: "lastError"
         readOnly: true
         selectByMouse: true
-        selectedTextColor: Theme.onAccent
+        selectedTextColor: Theme.accentText
         selectionColor: Theme.accentFill
         text: appModel.lastError
         textFormat: TextEdit.PlainText

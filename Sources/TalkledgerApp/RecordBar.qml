@@ -48,7 +48,7 @@ Rectangle {
         font.bold: true
         iconName: bar.isLive ? "stop" : "record"
         implicitHeight: Theme.mainButtonHeight
-        ink: bar.isLive ? Theme.onLive : Theme.onAccent
+        ink: bar.isLive ? Theme.liveText : Theme.accentText
         objectName: "mainButton"
         shortcutText: enabled && !bar.isNarrow ? "Ctrl+R" : ""
         text: bar.isLive ? texts.stopRecording : texts.startRecording

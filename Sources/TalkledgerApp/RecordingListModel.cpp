@@ -22,7 +22,7 @@ int RecordingListModel::rowCount(const QModelIndex& parent) const {
 }
 
 QVariant RecordingListModel::data(const QModelIndex& index, int role) const {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid)) {
+    if (!index.isValid()) {
         return {};
     }
     const RecordingSession& session = sessions_[static_cast<std::size_t>(index.row())];

@@ -19,7 +19,7 @@ ApplicationWindow {
         buttonText: Theme.text
         dark: Theme.lineStrong
         highlight: Theme.accentFill
-        highlightedText: Theme.onAccent
+        highlightedText: Theme.accentText
         light: Theme.surface
         link: Theme.accent
         mid: Theme.line

@@ -16,7 +16,7 @@ int TranscriptLinesModel::rowCount(const QModelIndex& parent) const {
 }
 
 QVariant TranscriptLinesModel::data(const QModelIndex& index, int role) const {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid)) {
+    if (!index.isValid()) {
         return {};
     }
     const TranscriptTimelineLine& line = lines_[static_cast<std::size_t>(index.row())];
