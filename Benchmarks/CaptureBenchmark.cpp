@@ -120,7 +120,7 @@ void runCapture(const std::filesystem::path& folder) {
     boost::asio::thread_pool pool(1);
     std::exception_ptr failure;
     boost::asio::co_spawn(context, capture(context, pool, folder),
-                          [&failure](std::exception_ptr error) { failure = error; });
+                          [&failure](std::exception_ptr error) { failure = std::move(error); });
     context.run();
     pool.join();
     if (failure) {

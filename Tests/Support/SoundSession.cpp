@@ -14,6 +14,7 @@ using namespace std::chrono_literals;
 
 /// Generous: a loaded machine is slow, a broken session never comes.
 constexpr auto kPatience = 20s;
+constexpr auto kQueryPatience = 3s;
 constexpr auto kPollInterval = 10ms;
 
 void waitUntil(const std::string& what, const std::function<bool()>& holds) {
@@ -222,7 +223,11 @@ bool SoundSession::hasDefaultMetadata() const {
 }
 
 std::string SoundSession::defaultNode(const std::string& key) const {
-    const std::string text = run({"pw-metadata", "0", key});
+    const auto query = start({"pw-metadata", "0", key});
+    if (query->wait(kQueryPatience) != 0) { // it sometimes hangs while the server restarts; whoever waits asks again
+        return {};
+    }
+    const std::string text = query->standardOutput();
     // ...key:'default.audio.sink' value:'{"name":"NAME"}' type:'Spa:String:JSON'
     const std::string start = "\"name\":\"";
     const std::size_t begin = text.find(start);

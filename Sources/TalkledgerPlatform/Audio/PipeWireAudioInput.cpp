@@ -18,6 +18,11 @@ public:
         : blockingExecutor_(std::move(blockingExecutor)),
           capture_(std::make_shared<PipeWireCapture>(CaptureSource::microphone, health)) {}
 
+    ~PipeWireAudioInputEngine() override { PipeWireCapture::release(std::move(capture_), blockingExecutor_); }
+
+    PipeWireAudioInputEngine(const PipeWireAudioInputEngine&) = delete;
+    PipeWireAudioInputEngine& operator=(const PipeWireAudioInputEngine&) = delete;
+
     Task<AudioFormat> inputFormat() override {
         std::function<AudioFormat()> open = [capture = capture_]() -> AudioFormat {
             try {

@@ -2,6 +2,7 @@
 
 #include "TalkledgerPlatform/Audio/SoundServerError.h"
 
+#include <boost/asio/post.hpp>
 #include <poll.h>
 #include <pthread.h>
 #include <spa/param/audio/format-utils.h>
@@ -219,6 +220,12 @@ void PipeWireCapture::close() noexcept {
     connection_.disconnect();
 }
 
+void PipeWireCapture::release(std::shared_ptr<PipeWireCapture> capture, const Executor& executor) {
+    if (capture->deliveryThreadId_ == std::this_thread::get_id()) {
+        boost::asio::post(executor, [capture = std::move(capture)] {});
+    }
+}
+
 void PipeWireCapture::supervise() {
     if (!isOpen_) {
         return;
@@ -408,6 +415,7 @@ void PipeWireCapture::wakeDelivery() noexcept {
 }
 
 void PipeWireCapture::deliver(std::uint32_t bufferSize) {
+    deliveryThreadId_ = std::this_thread::get_id();
     CaptureTimeline timeline(trackFormat_, bufferSize, [this](const AudioBuffer& buffer) { deliver_(buffer); });
     MonotonicTime lastArrival = startTime_;
     bool isStopping = false;

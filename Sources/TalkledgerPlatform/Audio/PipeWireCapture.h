@@ -51,6 +51,10 @@ public:
     /// Ends the delivery and lets go of the device and the server.
     void close() noexcept;
 
+    /// Lets go of a capture from any thread. Its receiver may have died in a delivery, and its owner with it; the
+    /// delivery thread cannot wait for itself, so the capture then ends on `executor`.
+    static void release(std::shared_ptr<PipeWireCapture> capture, const Executor& executor);
+
 private:
     struct Stream;
 
@@ -108,6 +112,7 @@ private:
     std::atomic<bool> isStopping_{false};
     std::optional<TrackHealthEvent> publishedHealth_;
     std::thread deliveryThread_;
+    std::atomic<std::thread::id> deliveryThreadId_; ///< told by the thread itself: it may run before it is stored
 
     PipeWireConnection connection_; // last: its thread uses what stands above
 };

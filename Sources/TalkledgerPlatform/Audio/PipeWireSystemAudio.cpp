@@ -28,6 +28,11 @@ public:
                   .isInterleaved = true},
           capture_(std::make_shared<PipeWireCapture>(CaptureSource::systemAudio, health)) {}
 
+    ~PipeWireCaptureStream() override { PipeWireCapture::release(std::move(capture_), blockingExecutor_); }
+
+    PipeWireCaptureStream(const PipeWireCaptureStream&) = delete;
+    PipeWireCaptureStream& operator=(const PipeWireCaptureStream&) = delete;
+
     void addStreamOutput(std::weak_ptr<CaptureStreamOutput> output, const std::string& sampleQueueLabel) override {
         output_ = std::move(output);
         sampleQueueLabel_ = sampleQueueLabel;

@@ -39,7 +39,7 @@ private:
     std::filesystem::path path_;
 };
 
-constexpr std::uint32_t kTestRate = 48000;
+constexpr std::size_t kTestRate = 48000;
 
 inline AudioFormat floatFormat(std::uint32_t channelCount) {
     return {.commonFormat = AudioSampleFormat::float32,
@@ -49,8 +49,7 @@ inline AudioFormat floatFormat(std::uint32_t channelCount) {
 }
 
 inline MonotonicTime timeOfFrame(std::uint64_t frame) {
-    return MonotonicTime(std::chrono::hours(1)) +
-           std::chrono::nanoseconds(static_cast<std::int64_t>(frame) * 1'000'000'000 / kTestRate);
+    return MonotonicTime(std::chrono::hours(1)) + std::chrono::nanoseconds(frame * 1'000'000'000 / kTestRate);
 }
 
 /// `samples` are interleaved; the buffer's time is that of `firstFrame`.

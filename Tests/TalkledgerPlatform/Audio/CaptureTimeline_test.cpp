@@ -94,7 +94,7 @@ TEST(SampleRingTest, KeepsOrderAndContentBetweenThreadsAndDropsWholePackets) {
     SampleRing ring(2, 5000);
     constexpr std::uint64_t kPackets = 20'000;
     std::thread producer([&ring] {
-        std::vector<float> samples(2 * 300);
+        std::vector<float> samples(std::size_t{2} * 300);
         for (std::uint64_t number = 0; number < kPackets;) {
             CapturePacket packet;
             packet.ticks = number;
@@ -113,7 +113,8 @@ TEST(SampleRingTest, KeepsOrderAndContentBetweenThreadsAndDropsWholePackets) {
             continue;
         }
         const float expected = number % 7 == 0 ? 0.0F : static_cast<float>(number);
-        wrong += packet.ticks == number && packet.frames == 1 + number % 300 && samples.size() == 2 * packet.frames &&
+        wrong += packet.ticks == number && packet.frames == 1 + number % 300 &&
+                         samples.size() == std::size_t{2} * packet.frames &&
                          std::all_of(samples.begin(), samples.end(), [&](float sample) { return sample == expected; })
                      ? 0
                      : 1;

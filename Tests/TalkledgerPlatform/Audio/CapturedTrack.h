@@ -20,11 +20,11 @@ class CapturedTrack {
 public:
     void append(const AudioBuffer& buffer) {
         const std::lock_guard lock(mutex_);
-        if (!begin_) {
+        if (samples_.empty()) {
             begin_ = buffer.time;
             format_ = buffer.format;
         }
-        const std::chrono::duration<double> place = buffer.time - *begin_;
+        const std::chrono::duration<double> place = buffer.time - begin_;
         const double expected = static_cast<double>(frameCount()) / format_.sampleRate;
         largestError_ = std::max(largestError_, std::abs(place.count() - expected));
         const auto samples = buffer.floatSamples();
@@ -84,13 +84,13 @@ public:
     /// The time of the first frame; the time after the last one.
     MonotonicTime begin() {
         const std::lock_guard lock(mutex_);
-        return begin_.value();
+        return begin_;
     }
 
     MonotonicTime end() {
         const std::lock_guard lock(mutex_);
         const std::chrono::duration<double> length(static_cast<double>(frameCount()) / format_.sampleRate);
-        return begin_.value() + std::chrono::duration_cast<MonotonicTime::duration>(length);
+        return begin_ + std::chrono::duration_cast<MonotonicTime::duration>(length);
     }
 
     /// How far, in seconds, a buffer's time was from where the frames before it end.
@@ -105,7 +105,7 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     AudioFormat format_;
-    std::optional<MonotonicTime> begin_;
+    MonotonicTime begin_; ///< once there are samples
     double largestError_{0};
     std::vector<float> samples_;
     std::vector<TrackHealthEvent> health_;

@@ -137,8 +137,7 @@ TEST_F(M4AAssetWriterTest, PlainFileKeepsPlacesAndLengthAndFillsGaps) {
         *std::max_element(samples.begin() + 4 * kTestRate, samples.begin() + 6 * kTestRate); // away from the chirps
     EXPECT_LT(loudestInGap, 1e-4F);
     const std::optional<double> duration = runTask(context_, files_.duration(path_));
-    ASSERT_TRUE(duration);
-    EXPECT_NEAR(*duration, 9 + 777.0 / kTestRate, 0.001);
+    EXPECT_NEAR(duration.value_or(0), 9 + 777.0 / kTestRate, 0.001);
 
     EXPECT_FALSE(contains(path_, "moof")) << "a plain file";
 
@@ -161,8 +160,7 @@ TEST_F(M4AAssetWriterTest, CancelledFileKeepsWhatIsOnDisk) {
     EXPECT_GE(samples.size(), 3 * kTestRate);
     expectChirps(samples, {0, 1, 2});
     const std::optional<double> duration = runTask(context_, files_.duration(path_));
-    ASSERT_TRUE(duration);
-    EXPECT_NEAR(*duration, static_cast<double>(samples.size()) / kTestRate, 0.05);
+    EXPECT_NEAR(duration.value_or(0), static_cast<double>(samples.size()) / kTestRate, 0.05);
 }
 
 TEST_F(M4AAssetWriterTest, FullDiskLosesNothingOnceItTakesBytesAgain) {

@@ -13,7 +13,6 @@ namespace {
 
 using testing::FileSizeLimit;
 using testing::floatFormat;
-using testing::kTestRate;
 using testing::makeBuffer;
 using testing::ScratchFolder;
 using enum TrackHealthEvent;
