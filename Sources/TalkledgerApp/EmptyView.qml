@@ -19,7 +19,7 @@ Item {
                 sourceSize: Qt.size(96, 96)
                 width: 48
             }
-            SharedViews.Words {
+            Words {
                 anchors.verticalCenter: parent.verticalCenter
                 font.bold: true
                 font.pixelSize: Theme.pageTitleSize
@@ -29,7 +29,7 @@ Item {
                 wrapMode: Text.Wrap
             }
         }
-        SharedViews.SmallWords {
+        SmallWords {
             text: texts.staysOnThisComputer
             width: parent.width
             wrapMode: Text.Wrap

@@ -12,7 +12,7 @@ Rectangle {
     Accessible.name: appModel.lastError
     Accessible.role: Accessible.AlertMessage
 
-    SharedViews.Icon {
+    Icon {
         id: icon
 
         anchors.left: parent.left

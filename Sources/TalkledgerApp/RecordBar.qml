@@ -36,7 +36,7 @@ Rectangle {
         width: parent.width
     }
 
-    SharedViews.ActionButton {
+    ActionButton {
         id: mainButton
 
         anchors.left: parent.left
@@ -61,12 +61,12 @@ Rectangle {
 
             opacity: 0
 
-            SharedViews.Words {
+            Words {
                 Accessible.ignored: true
                 font.bold: true
                 text: texts.startRecording
             }
-            SharedViews.Words {
+            Words {
                 Accessible.ignored: true
                 font.bold: true
                 text: texts.stopRecording
@@ -104,7 +104,7 @@ Rectangle {
                 }
             }
         }
-        SharedViews.Figures {
+        Figures {
             id: elapsed
 
             property double now: Date.now()
@@ -133,7 +133,7 @@ Rectangle {
         }
     }
 
-    SharedViews.Icon {
+    Icon {
         id: failIcon
 
         anchors.left: clock.visible ? clock.right : mainButton.right
@@ -144,7 +144,7 @@ Rectangle {
         tint: Theme.fail
         visible: bar.hasFailed
     }
-    SharedViews.Words {
+    Words {
         id: status
 
         Accessible.name: text
@@ -161,7 +161,7 @@ Rectangle {
         objectName: "statusText"
         text: appModel.statusText
     }
-    SharedViews.SmallWords {
+    SmallWords {
         id: detail
 
         anchors.left: failIcon.visible ? failIcon.left : status.left
@@ -193,21 +193,21 @@ Rectangle {
                 height: Theme.smallLine
                 width: parent.width
 
-                SharedViews.SmallWords {
+                SmallWords {
                     text: texts.overallProgress
                 }
-                SharedViews.Figures {
+                Figures {
                     anchors.right: parent.right
                     objectName: "transcriptionShare"
                     text: Math.round(appModel.transcriptionProgress * 100) + "%"
                 }
             }
-            SharedViews.Progress {
+            Progress {
                 share: appModel.transcriptionProgress
                 width: parent.width
             }
         }
-        SharedViews.ActionButton {
+        ActionButton {
             Accessible.name: texts.languageLabel
             anchors.verticalCenter: parent.verticalCenter
             fill: "transparent"

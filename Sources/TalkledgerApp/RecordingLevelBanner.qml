@@ -34,14 +34,14 @@ Column {
         height: Theme.smallLine
         width: 260
 
-        SharedViews.Icon {
+        Icon {
             id: icon
 
             anchors.verticalCenter: parent.verticalCenter
             name: row.trouble === "" ? row.iconName : "warn"
             tint: row.trouble === "" ? Theme.text2 : Theme.attention
         }
-        SharedViews.SmallWords {
+        SmallWords {
             id: name
 
             anchors.left: icon.right
@@ -50,7 +50,7 @@ Column {
             text: row.label
             width: 78
         }
-        SharedViews.SmallWords {
+        SmallWords {
             anchors.left: name.right
             anchors.leftMargin: Theme.gap2
             anchors.right: parent.right

@@ -62,14 +62,14 @@ Rectangle {
         spacing: 2
         visible: recordings.count === 0
 
-        SharedViews.Words {
+        Words {
             font.bold: true
             horizontalAlignment: Text.AlignHCenter
             text: texts.noRecordings
             width: parent.width
             wrapMode: Text.Wrap
         }
-        SharedViews.SmallWords {
+        SmallWords {
             horizontalAlignment: Text.AlignHCenter
             text: texts.noRecordingsDescription
             width: parent.width
@@ -99,13 +99,13 @@ Rectangle {
             height: 1
             width: parent.width
         }
-        SharedViews.SmallWords {
+        SmallWords {
             anchors.left: parent.left
             anchors.leftMargin: 20
             anchors.verticalCenter: parent.verticalCenter
             text: texts.recordingCount.replace("{n}", recordings.count)
         }
-        SharedViews.IconButton {
+        IconButton {
             anchors.right: parent.right
             anchors.rightMargin: Theme.gap1
             anchors.verticalCenter: parent.verticalCenter

@@ -46,7 +46,7 @@ Rectangle {
         anchors.rightMargin: 20
         anchors.verticalCenter: parent.verticalCenter
 
-        SharedViews.Words {
+        Words {
             elide: Text.ElideRight
             font.bold: row.isSelected
             maximumLineCount: 2
@@ -65,17 +65,17 @@ Rectangle {
                 visible: row.status === "recording"
                 width: 8
             }
-            SharedViews.Icon {
+            Icon {
                 anchors.verticalCenter: parent.verticalCenter
                 extent: 12
                 name: "warn"
                 tint: Theme.attention
                 visible: row.status === "interrupted"
             }
-            SharedViews.Figures {
+            Figures {
                 text: row.status === "transcribed" ? row.startTime + "  ·  " + row.duration + "  ·" : row.startTime + "  ·"
             }
-            SharedViews.SmallWords {
+            SmallWords {
                 color: row.isSelected ? Theme.text : row.status === "interrupted" ? Theme.attention : Theme.text2
                 font.bold: row.status !== "transcribed"
                 text: row.statusWords

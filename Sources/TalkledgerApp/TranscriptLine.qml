@@ -19,13 +19,13 @@ Item {
     Accessible.role: Accessible.ListItem
     implicitHeight: bubble.height + 2 * Theme.gap1
 
-    SharedViews.Figures {
+    Figures {
         anchors.top: bubble.top
         anchors.topMargin: 7
         text: line.timecode
         x: line.margin
     }
-    SharedViews.SmallWords {
+    SmallWords {
         anchors.right: rule.left
         anchors.rightMargin: Theme.gap3
         anchors.top: bubble.top
@@ -54,7 +54,7 @@ Item {
         x: line.isTrailing ? line.width - 24 - width : line.textLeft
         y: Theme.gap1
 
-        SharedViews.Words {
+        Words {
             id: words
 
             readonly property int widest: Math.min(line.available * (line.isWide ? 0.86 : 0.92), 560) - 2 * Theme.gap3 - 2

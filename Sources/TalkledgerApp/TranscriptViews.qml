@@ -20,7 +20,7 @@ Item {
         color: Theme.surface
         height: Theme.detailHeadHeight
 
-        SharedViews.Words {
+        Words {
             id: title
 
             anchors.left: parent.left
@@ -41,10 +41,10 @@ Item {
             anchors.top: title.bottom
             spacing: Theme.gap2
 
-            SharedViews.Figures {
+            Figures {
                 text: chosenRecording.status === "transcribed" ? chosenRecording.startTime + "  ·  " + chosenRecording.duration + "  ·" : chosenRecording.startTime + "  ·"
             }
-            SharedViews.SmallWords {
+            SmallWords {
                 color: chosenRecording.status === "recording" ? Theme.live : chosenRecording.status === "interrupted" ? Theme.attention : Theme.text2
                 font.bold: chosenRecording.status !== "transcribed"
                 text: chosenRecording.status === "transcribed" ? texts.transcribed : chosenRecording.status === "recording" ? texts.recording : texts.interrupted
@@ -60,14 +60,14 @@ Item {
             spacing: 6
             visible: lines.count > 0
 
-            SharedViews.ActionButton {
+            ActionButton {
                 Accessible.name: texts.copyMarkdown
                 iconName: "copy"
                 objectName: "copyButton"
                 text: detail.isTight ? "" : texts.copyMarkdown
                 onClicked: appModel.copyTranscriptMarkdown(chosenRecording.recordingID)
             }
-            SharedViews.ActionButton {
+            ActionButton {
                 Accessible.name: texts.exportMarkdown
                 iconName: "save"
                 objectName: "exportButton"
@@ -117,7 +117,7 @@ Item {
         }
     }
 
-    SharedViews.Words {
+    Words {
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.top: head.bottom
         anchors.topMargin: 64
