@@ -76,13 +76,20 @@ void ConversationPlayer::connect() {
     }();
 
     const LoopLock lock(loop_.get());
-    filter_.reset(pw_filter_new_simple(pw_thread_loop_get_loop(loop_.get()), kNode,
-                                       pw_properties_new(PW_KEY_NODE_NAME, kNode, PW_KEY_NODE_AUTOCONNECT, "false",
-                                                         PW_KEY_MEDIA_TYPE, "Audio", nullptr),
-                                       &events, this));
+    // A late player would hold up the whole graph; this gives its thread realtime priority where that is allowed.
+    context_.reset(pw_context_new(pw_thread_loop_get_loop(loop_.get()),
+                                  pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0));
+    pw_core* core = context_ ? pw_context_connect(context_.get(), nullptr, 0) : nullptr;
+    if (core == nullptr) {
+        throw RehearsalError("The player cannot reach the sound server.");
+    }
+    filter_.reset(pw_filter_new(core, kNode,
+                                pw_properties_new(PW_KEY_NODE_NAME, kNode, PW_KEY_NODE_AUTOCONNECT, "false",
+                                                  PW_KEY_MEDIA_TYPE, "Audio", nullptr)));
     if (!filter_) {
         throw RehearsalError("The player could not be made.");
     }
+    pw_filter_add_listener(filter_.get(), &listener_, &events, this);
     for (std::size_t index = 0; index < kPortCount; ++index) {
         ports_[index] = pw_filter_add_port(
             filter_.get(), PW_DIRECTION_OUTPUT, PW_FILTER_PORT_FLAG_MAP_BUFFERS, 1,

@@ -38,6 +38,10 @@ private:
         void operator()(pw_thread_loop* loop) const { pw_thread_loop_destroy(loop); }
     };
 
+    struct ContextDeleter {
+        void operator()(pw_context* context) const { pw_context_destroy(context); }
+    };
+
     struct FilterDeleter {
         void operator()(pw_filter* filter) const { pw_filter_destroy(filter); }
     };
@@ -47,6 +51,8 @@ private:
 
     Performance performance_;
     std::unique_ptr<pw_thread_loop, LoopDeleter> loop_;
+    std::unique_ptr<pw_context, ContextDeleter> context_;
+    spa_hook listener_{};
     std::unique_ptr<pw_filter, FilterDeleter> filter_;
     std::array<void*, kPortCount> ports_{};
     std::string failure_;            ///< guarded by the loop's lock

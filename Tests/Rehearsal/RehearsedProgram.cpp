@@ -65,6 +65,17 @@ double processorSeconds(pid_t root, const std::map<pid_t, ProcessUse>& processes
     return seconds;
 }
 
+std::string lastLine(const std::string& text) {
+    std::istringstream lines(text);
+    std::string last;
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty()) {
+            last = line;
+        }
+    }
+    return last;
+}
+
 /// 0 when there is no such file.
 std::uintmax_t sizeOf(const std::filesystem::path& path) {
     std::error_code error;
@@ -163,13 +174,17 @@ void RehearsedProgram::await(const std::string& what, const std::function<bool()
     waitUntil(
         what,
         [&] {
-            if (const auto status = process_->wait(std::chrono::milliseconds(0))) {
-                throw RehearsalError("The program ended with status " + std::to_string(*status) +
-                                     " before this: " + what + ". It said: " + process_->standardError());
-            }
+            demandRunning(what);
             return holds();
         },
         patience);
+}
+
+void RehearsedProgram::demandRunning(const std::string& purpose) {
+    if (const auto status = process_->wait(std::chrono::milliseconds(0))) {
+        throw RehearsalError("The program ended with status " + std::to_string(*status) + " before this: " + purpose +
+                             ". It said last: " + lastLine(process_->standardError()));
+    }
 }
 
 std::chrono::duration<double> RehearsedProgram::processorTime() const {
@@ -189,7 +204,7 @@ void RehearsedProgram::end() {
     }
     if (*status != 0) {
         throw RehearsalError("The program ended with status " + std::to_string(*status) +
-                             " when it was asked to end. It said: " + process_->standardError());
+                             " when it was asked to end. It said last: " + lastLine(process_->standardError()));
     }
 }
 
@@ -197,7 +212,15 @@ void RehearsedProgram::activateAction(const std::string& action) {
     testing::ChildProcessOptions options;
     options.arguments = {"gapplication", "action", kApplication, action};
     options.environment = environment_;
-    testing::runProgram(options);
+    testing::ChildProcess request(options);
+    await("the action " + action + " is taken", [&] {
+        const std::optional<int> status = request.wait(std::chrono::milliseconds(0));
+        if (status && *status != 0) {
+            demandRunning("the action " + action + " is taken");
+            throw RehearsalError("The action " + action + " was refused: " + lastLine(request.standardError()));
+        }
+        return status.has_value();
+    });
 }
 
 } // namespace talkledger::rehearsal

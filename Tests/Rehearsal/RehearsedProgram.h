@@ -54,6 +54,7 @@ public:
     std::string standardError() const { return process_->standardError(); }
 
 private:
+    void demandRunning(const std::string& purpose);
     void activateAction(const std::string& action);
 
     PrivateHome home_;
