@@ -406,7 +406,10 @@ TEST_F(LiveCapture, ReceiverMayDieInADeliveryAndTakeTheStreamWithIt) {
         std::shared_ptr<Owner> self;
         std::promise<void> died;
 
+        Owner() = default;
         ~Owner() override { died.set_value(); }
+        Owner(const Owner&) = delete;
+        Owner& operator=(const Owner&) = delete;
 
         void streamDidOutput(const CaptureSampleBuffer& /*sample*/) override { self.reset(); }
 
