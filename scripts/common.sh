@@ -14,7 +14,7 @@ build_packages=(
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-templates
   qml6-module-qtquick-window qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
   fonts-inter fonts-noto-cjk xdg-user-dirs
-  libgtest-dev libgmock-dev libbenchmark-dev
+  libgtest-dev libgmock-dev libbenchmark-dev libxcb1-dev
 )
 # A private sound session, a display and a speaker for the rehearsal and the tests.
 rehearsal_packages=(

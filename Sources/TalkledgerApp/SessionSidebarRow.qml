@@ -73,9 +73,12 @@ Rectangle {
                 visible: row.status === "interrupted"
             }
             Figures {
+                anchors.baseline: statusLabel.baseline
                 text: row.status === "transcribed" ? row.startTime + "  ·  " + row.duration + "  ·" : row.startTime + "  ·"
             }
             SmallWords {
+                id: statusLabel
+
                 color: row.isSelected ? Theme.text : row.status === "interrupted" ? Theme.attention : Theme.text2
                 font.bold: row.status !== "transcribed"
                 text: row.statusWords

@@ -20,12 +20,13 @@ Item {
     implicitHeight: bubble.height + 2 * Theme.gap1
 
     Figures {
-        anchors.top: bubble.top
-        anchors.topMargin: 7
+        anchors.baseline: speakerName.baseline
         text: line.timecode
         x: line.margin
     }
     SmallWords {
+        id: speakerName
+
         anchors.right: rule.left
         anchors.rightMargin: Theme.gap3
         anchors.top: bubble.top

@@ -42,9 +42,12 @@ Item {
             spacing: Theme.gap2
 
             Figures {
+                anchors.baseline: statusLabel.baseline
                 text: chosenRecording.status === "transcribed" ? chosenRecording.startTime + "  ·  " + chosenRecording.duration + "  ·" : chosenRecording.startTime + "  ·"
             }
             SmallWords {
+                id: statusLabel
+
                 color: chosenRecording.status === "recording" ? Theme.live : chosenRecording.status === "interrupted" ? Theme.attention : Theme.text2
                 font.bold: chosenRecording.status !== "transcribed"
                 text: chosenRecording.status === "transcribed" ? texts.transcribed : chosenRecording.status === "recording" ? texts.recording : texts.interrupted

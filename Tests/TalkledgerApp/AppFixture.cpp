@@ -49,7 +49,7 @@ void AppFixture::hearSomething() {
     const std::vector<float> samples(128, 0.25F);
     const AudioBuffer buffer = makeFloatBuffer(samples, 2, std::chrono::steady_clock::now());
     audioInput_.deliver(buffer);
-    systemAudio_.deliverWhileRunning({.type = CaptureOutputType::audio, .isDataReady = true, .audio = buffer});
+    systemAudio_.deliver({.type = CaptureOutputType::audio, .isDataReady = true, .audio = buffer});
     const RecordingArtifacts& artifacts = model().currentSession()->artifacts;
     fileSystem_.writeFileAtomically(artifacts.micAudio, "samples");
     fileSystem_.writeFileAtomically(artifacts.speakerAudio, "samples");

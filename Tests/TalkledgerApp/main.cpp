@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <QGuiApplication>
+#include <QQuickStyle>
 #include <QTemporaryDir>
 
 namespace {
@@ -22,5 +23,6 @@ int main(int argc, char** argv) {
     ::testing::InitGoogleMock(&argc, argv);
     qInstallMessageHandler(failOnWarning);
     const QGuiApplication application(argc, argv);
+    QQuickStyle::setStyle(QStringLiteral("Fusion"));
     return RUN_ALL_TESTS();
 }
