@@ -26,17 +26,22 @@ Task<void> Transcription::started() {
 }
 
 Task<std::optional<TranscriptionEvent>> Transcription::next() {
-    auto [ended, event] = co_await events_.async_receive(asio::as_tuple(asio::use_awaitable));
+    if (isCancelled() || hasEnded_) {
+        throwFailure();
+        co_return std::nullopt;
+    }
+    auto [end, event] = co_await events_.async_receive(asio::as_tuple(asio::use_awaitable));
     if (isCancelled()) {
         co_return std::nullopt;
     }
-    if (!ended) {
+    if (!end) {
         co_return std::move(event);
     }
-    if (ended != asio::experimental::error::channel_closed) {
+    if (end != asio::error::eof) {
         cancel();
         throw boost::system::system_error(asio::error::operation_aborted);
     }
+    hasEnded_ = true;
     delivered_.close();
     throwFailure();
     co_return std::nullopt;
@@ -64,7 +69,8 @@ void Transcription::tell(TranscriptionEvent event) {
 
 void Transcription::tellFinished() {
     started_.close();
-    events_.close();
+    // The end goes the way of the events: closing the channel would discard those that nobody has taken yet.
+    events_.try_send(asio::error::eof, TranscriptionEvent());
 }
 
 void Transcription::tellFailed(const WorkerError& error) {

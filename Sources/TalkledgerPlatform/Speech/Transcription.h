@@ -63,8 +63,9 @@ private:
     Gate delivered_;
     Channel<TranscriptionEvent> events_;
 
-    /// Written before the channels are closed, read after. No exception object: one that two threads share is shared
-    /// down to its reference count inside the C++ library, which the thread sanitizer cannot see.
+    /// Written before `started_` is closed and the end is put into `events_`, read after. No exception object: one that
+    /// two threads share is shared down to its reference count inside the C++ library, which the thread sanitizer
+    /// cannot see.
     struct Failure {
         WorkerError::Case failure;
         std::string description;
@@ -72,6 +73,7 @@ private:
 
     std::optional<Failure> failure_;
     std::atomic<bool> isCancelled_{false};
+    bool hasEnded_{false}; ///< `next` has delivered the end
 };
 
 } // namespace talkledger

@@ -203,7 +203,8 @@ TEST_F(WorkerSpeechRecognitionTest, AKilledWorkerFailsItsRequestOnly) {
 
 TEST_F(WorkerSpeechRecognitionTest, AHungWorkerIsFoundOutAndReplaced) {
     auto impatient = settings();
-    impatient.worker.pingInterval = std::chrono::milliseconds(200);
+    impatient.worker.pingInterval = std::chrono::milliseconds(100);
+    impatient.worker.unansweredPings = 60;
     WorkerSpeechRecognition recognition(impatient);
     const std::string failure = failureOf(recognition, longRecording(), [] {
         for (const pid_t child : children()) {
