@@ -39,7 +39,7 @@ void keepMemoryPrivate() {
 
 /// Capture and the desktop come first.
 void lowerPriority() {
-    constexpr int niceness = 10;
+    constexpr int niceness = 5; // more, and a busy machine would leave a transcript unfinished for minutes
     setpriority(PRIO_PROCESS, 0, niceness);
 }
 
