@@ -21,9 +21,7 @@ public:
         throw std::logic_error("Nothing is recorded here.");
     }
 
-    Task<std::optional<double>> duration(const std::filesystem::path& path) override {
-        co_return answer(path);
-    }
+    Task<std::optional<double>> duration(const std::filesystem::path& path) override { co_return answer(path); }
 };
 
 } // namespace talkledger::testing

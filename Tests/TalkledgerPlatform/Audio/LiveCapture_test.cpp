@@ -407,7 +407,9 @@ TEST_F(LiveCapture, ReceiverMayDieInADeliveryAndTakeTheStreamWithIt) {
         std::promise<void> died;
 
         Owner() = default;
+
         ~Owner() override { died.set_value(); }
+
         Owner(const Owner&) = delete;
         Owner& operator=(const Owner&) = delete;
 
