@@ -51,6 +51,7 @@ context.spa-libs = {
     support.* = support/libspa-support
 }
 context.modules = [
+    { name = libpipewire-module-rt args = { nice.level = -11 rt.prio = 88 } flags = [ ifexists nofail ] }
     { name = libpipewire-module-protocol-native }
     { name = libpipewire-module-profiler }
     { name = libpipewire-module-metadata }
@@ -74,6 +75,7 @@ context.spa-libs = {
     support.* = support/libspa-support
 }
 context.modules = [
+    { name = libpipewire-module-rt args = { nice.level = -11 rt.prio = 88 } flags = [ ifexists nofail ] }
     { name = libpipewire-module-protocol-native }
     { name = libpipewire-module-client-node }
     { name = libpipewire-module-client-device }
