@@ -1,7 +1,9 @@
 #include "TalkledgerCore/Presentation/AppLanguage.h"
 
 #include "TalkledgerCore/Capture/CapturePermissionInspector.h"
+#include "TalkledgerCore/Presentation/RecordingDisplayMetadataBuilder.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -27,6 +29,16 @@ constexpr std::array<Translation, 7> wholeMessages{{
     {"Empty transcript and summary generated.", "空の文字起こしと要約を生成しました。"},
 }};
 
+/// What `TrackHealth` tells of a track.
+constexpr std::array<Translation, 4> trackMessages{{
+    {"The microphone was not available for a time. Its track is silent there.",
+     "マイクが使えない時間がありました。その間は無音です。"},
+    {"Some of the microphone's sound could not be saved.", "マイクの音声の一部を保存できませんでした。"},
+    {"The system audio was not available for a time. Its track is silent there.",
+     "システム音声が使えない時間がありました。その間は無音です。"},
+    {"Some of the system audio could not be saved.", "システム音声の一部を保存できませんでした。"},
+}};
+
 /// Beginnings of messages that end in an error's own text, which stays.
 constexpr std::array<Translation, 5> failurePrefixes{{
     {"Microphone capture failed: ", "マイク録音の開始に失敗しました: "},
@@ -35,6 +47,17 @@ constexpr std::array<Translation, 5> failurePrefixes{{
     {"System audio capture stop failed: ", "システム音声録音の停止に失敗しました: "},
     {"Transcription failed: ", "文字起こしに失敗しました: "},
 }};
+
+/// The message in Japanese, if it stands in the table as it is.
+template <typename Table>
+std::optional<std::string> translated(const Table& table, const std::string& message) {
+    for (const auto& [english, japanese] : table) {
+        if (message == english) {
+            return std::string(japanese);
+        }
+    }
+    return std::nullopt;
+}
 
 std::string withPrefixReplaced(const std::string& text, std::string_view prefix, std::string_view replacement) {
     return text.starts_with(prefix) ? std::string(replacement) + text.substr(prefix.size()) : text;
@@ -90,6 +113,10 @@ std::string AppCopy::artifactStatusLabel(bool exists, bool isEmpty) const {
     return isEmpty ? text("Empty", "空ファイル") : saved();
 }
 
+std::string AppCopy::displayStatusLabel(RecordingDisplayStatus status) const {
+    return status == RecordingDisplayStatus::recording ? recording() : transcribed();
+}
+
 std::string AppCopy::sessionTitle(const std::string& title) const {
     const AppCopy other{language == DisplayLanguage::english ? DisplayLanguage::japanese : DisplayLanguage::english};
     return withPrefixReplaced(title, other.sessionTitlePrefix() + " ", sessionTitlePrefix() + " ");
@@ -99,10 +126,11 @@ std::string AppCopy::diagnosticMessage(const std::string& message) const {
     if (language == DisplayLanguage::english) {
         return message;
     }
-    for (const auto& [english, japanese] : wholeMessages) {
-        if (message == english) {
-            return std::string(japanese);
-        }
+    if (const auto whole = translated(wholeMessages, message)) {
+        return *whole;
+    }
+    if (const auto ofTrack = translated(trackMessages, message)) {
+        return *ofTrack;
     }
     for (const auto& [english, japanese] : failurePrefixes) {
         if (message.starts_with(english)) {
@@ -112,14 +140,18 @@ std::string AppCopy::diagnosticMessage(const std::string& message) const {
     return message;
 }
 
+bool AppCopy::tellsOfLoss(const std::string& message) {
+    return translated(trackMessages, message) || std::ranges::any_of(failurePrefixes, [&](const Translation& prefix) {
+               return message.starts_with(prefix.first);
+           });
+}
+
 std::string AppCopy::summaryOverview(const std::string& overview) const {
-    constexpr std::string_view fallback = "Customer discussion captured for review.";
-    return overview == fallback ? text(fallback, "商談内容を確認用に保存しました。") : overview;
+    return overview == SalesSummary::fallbackOverview ? text(overview, "商談内容を確認用に保存しました。") : overview;
 }
 
 std::string AppCopy::followUpEmailDraft(const std::string& draft) const {
-    constexpr std::string_view fallback = "Thanks for the call.";
-    return draft == fallback ? text(fallback, "本日はありがとうございました。") : draft;
+    return draft == SalesSummary::fallbackFollowUpEmailDraft ? text(draft, "本日はありがとうございました。") : draft;
 }
 
 } // namespace talkledger

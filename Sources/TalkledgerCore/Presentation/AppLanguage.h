@@ -11,6 +11,7 @@
 namespace talkledger {
 
 enum class CapturePermissionState;
+enum class RecordingDisplayStatus;
 
 enum class DisplayLanguage { japanese, english };
 
@@ -44,12 +45,16 @@ struct AppCopy {
     std::string permissionLabel(std::optional<CapturePermissionState> state) const;
     std::string roleLabel(SpeakerRole role) const;
     std::string artifactStatusLabel(bool exists, bool isEmpty) const;
+    std::string displayStatusLabel(RecordingDisplayStatus status) const;
 
     /// A stored title with its generated prefix in this language; titles of the user's own stay.
     std::string sessionTitle(const std::string& title) const;
 
     /// One English message of a recording's diagnostics.
     std::string diagnosticMessage(const std::string& message) const;
+
+    /// Whether such a message says that sound or its transcript is missing.
+    static bool tellsOfLoss(const std::string& message);
     std::string summaryOverview(const std::string& overview) const;
     std::string followUpEmailDraft(const std::string& draft) const;
 

@@ -1,11 +1,13 @@
 #include "TalkledgerCore/Capture/TrackHealth.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace talkledger {
 namespace {
 
 using enum TrackHealthEvent;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 TEST(TrackHealth, KeepsDeviceAndFileOfEachTrackApart) {
     TrackHealth health;
@@ -25,6 +27,21 @@ TEST(TrackHealth, KeepsDeviceAndFileOfEachTrackApart) {
     health.apply(AudioChannel::speaker, writeFailed);
     EXPECT_EQ(health.condition(AudioChannel::mic), TrackCondition::running);
     EXPECT_EQ(health.condition(AudioChannel::speaker), TrackCondition::writeFailed);
+}
+
+TEST(TrackHealth, RemembersWhatTheRecordingLacks) {
+    TrackHealth health;
+    health.apply(AudioChannel::mic, deviceRunning);
+    health.apply(AudioChannel::mic, fileWritten);
+    EXPECT_THAT(health.messages(AudioChannel::mic), IsEmpty());
+    health.apply(AudioChannel::mic, waitingForDevice);
+    health.apply(AudioChannel::mic, deviceRunning);
+    health.apply(AudioChannel::mic, waitingForDevice);
+    health.apply(AudioChannel::speaker, writeFailed);
+    health.apply(AudioChannel::speaker, fileWritten);
+    EXPECT_THAT(health.messages(AudioChannel::mic),
+                ElementsAre("The microphone was not available for a time. Its track is silent there."));
+    EXPECT_THAT(health.messages(AudioChannel::speaker), ElementsAre("Some of the system audio could not be saved."));
 }
 
 } // namespace

@@ -1,7 +1,10 @@
+#include "TalkledgerCore/Capture/TrackHealth.h"
 #include "TalkledgerCore/Presentation/AppLanguage.h"
+#include "TalkledgerCore/Presentation/RecordingDisplayMetadataBuilder.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 namespace talkledger {
@@ -18,6 +21,15 @@ TEST(AppCopy, HasEveryTextInBothLanguagesUnderOneKey) {
     }
     EXPECT_EQ(AppCopy::texts().front().key, "appTitle");
     EXPECT_NE(english, japanese);
+}
+
+TEST(AppCopy, KeepsTheLanguagesApart) {
+    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
+    for (const AppText& text : AppCopy::texts()) {
+        EXPECT_TRUE(std::all_of(text.english.begin(), text.english.end(), isAscii)) << text.key;
+        const bool isName = text.key == "appTitle";
+        EXPECT_EQ(std::all_of(text.japanese.begin(), text.japanese.end(), isAscii), isName) << text.key;
+    }
 }
 
 TEST(AppCopy, ShowsGeneratedTitlesInItsLanguage) {
@@ -37,6 +49,21 @@ TEST(AppCopy, TranslatesMessagesAndKeepsErrorTexts) {
     EXPECT_EQ(english.diagnosticMessage("Transcription failed: no speech"), "Transcription failed: no speech");
 }
 
+TEST(AppCopy, TellsLossFromWhatWentWell) {
+    TrackHealth health;
+    for (const AudioChannel channel : {AudioChannel::mic, AudioChannel::speaker}) {
+        health.apply(channel, TrackHealthEvent::waitingForDevice);
+        health.apply(channel, TrackHealthEvent::writeFailed);
+        for (const std::string& message : health.messages(channel)) {
+            EXPECT_TRUE(AppCopy::tellsOfLoss(message)) << message;
+            EXPECT_NE(japanese.diagnosticMessage(message), message);
+        }
+    }
+    EXPECT_TRUE(AppCopy::tellsOfLoss("System audio capture stop failed: x"));
+    EXPECT_FALSE(AppCopy::tellsOfLoss("Microphone capture stopped."));
+    EXPECT_FALSE(AppCopy::tellsOfLoss("Foundation Models summary failed: x"));
+}
+
 TEST(AppCopy, TranslatesTheFixedSentencesOnly) {
     EXPECT_EQ(japanese.summaryOverview("Customer discussion captured for review."), "商談内容を確認用に保存しました。");
     EXPECT_EQ(japanese.followUpEmailDraft("Thanks for the call."), "本日はありがとうございました。");
@@ -47,6 +74,8 @@ TEST(AppCopy, TranslatesTheFixedSentencesOnly) {
     EXPECT_EQ(japanese.artifactStatusLabel(true, true), "空ファイル");
     EXPECT_EQ(english.artifactStatusLabel(false, true), "Missing");
     EXPECT_EQ(english.artifactStatusLabel(true, false), "Saved");
+    EXPECT_EQ(english.displayStatusLabel(RecordingDisplayStatus::transcribed), "transcribed");
+    EXPECT_EQ(japanese.displayStatusLabel(RecordingDisplayStatus::recording), "録音中");
 }
 
 TEST(DisplayLanguage, IsReadFromItsExactWord) {
