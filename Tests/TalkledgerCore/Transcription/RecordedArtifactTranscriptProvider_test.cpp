@@ -36,6 +36,12 @@ bool isCancellation(const std::function<void()>& call) {
     return false;
 }
 
+TEST(EmptyTranscriptProvider, FindsNothingInARecordingThatIsNotEvenThere) {
+    RecordingSession session;
+    session.artifacts.micAudio = "/nowhere/mic.wav";
+    EXPECT_THAT(testing::runTask(EmptyTranscriptProvider().transcript(session)).segments, IsEmpty());
+}
+
 TEST(SpeechTranscriptionConfiguration, TriesEachLocaleOnceInOrder) {
     const auto locales = [](const std::string& locale, const std::string& currentLocale) {
         return SpeechTranscriptionConfiguration(locale, currentLocale, RecordedArtifactTranscriptMode::finalAccuracy)
