@@ -71,6 +71,10 @@ struct TranscriptDocument {
 
 /// The structured summary of a sales conversation.
 struct SalesSummary {
+    /// What a conversation without anything to tell is summed up as; the display has them in its own language.
+    static constexpr std::string_view fallbackOverview = "Customer discussion captured for review.";
+    static constexpr std::string_view fallbackFollowUpEmailDraft = "Thanks for the call.";
+
     std::string overview;
     std::vector<std::string> decisions;
     std::vector<std::string> customerPains;

@@ -107,6 +107,10 @@ bool isControl(char32_t scalar) {
     return (categoryMask(scalar) & U_GC_CC_MASK) != 0;
 }
 
+bool isDecimalDigit(char32_t scalar) {
+    return (categoryMask(scalar) & U_GC_ND_MASK) != 0;
+}
+
 std::string validated(std::string_view text) {
     return isValid(text) ? std::string(text) : fromScalars(scalars(text));
 }

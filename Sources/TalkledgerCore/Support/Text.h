@@ -15,10 +15,11 @@ bool isWhitespaceOrNewline(char32_t scalar);
 /// A line break of any kind: U+000A to U+000D, U+0085, U+2028, U+2029.
 bool isNewline(char32_t scalar);
 
-/// The general categories P*, S* and Cc.
+/// The general categories P*, S*, Cc and Nd.
 bool isPunctuation(char32_t scalar);
 bool isSymbol(char32_t scalar);
 bool isControl(char32_t scalar);
+bool isDecimalDigit(char32_t scalar);
 
 /// The same text in valid UTF-8.
 std::string validated(std::string_view text);

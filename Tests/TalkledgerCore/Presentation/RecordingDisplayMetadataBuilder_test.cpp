@@ -18,6 +18,10 @@ TEST(RecordingDisplayMetadataBuilder, CountsWholeSecondsUpToTheEndOrUntilNow) {
     EXPECT_EQ(built(session.startedAt + seconds(65)), running("01:05"));
     EXPECT_EQ(built(session.startedAt + milliseconds(59'999)), running("00:59"));
     EXPECT_EQ(built(session.startedAt - seconds(90)), running("00:00"));
+    EXPECT_EQ(built(session.startedAt + std::chrono::nanoseconds(999'999'999)), running("00:00"));
+    session.startedAt += std::chrono::microseconds(100);
+    EXPECT_EQ(built(Date(seconds(1'000'001))), running("00:00"));
+    EXPECT_EQ(built(Date(seconds(1'000'001)) + std::chrono::microseconds(100)), running("00:01"));
     session.endedAt = session.startedAt + seconds(75 * 60 + 3);
     EXPECT_EQ(built(session.startedAt + seconds(9)),
               (RecordingDisplayMetadata{.duration = "75:03", .status = RecordingDisplayStatus::transcribed}));
