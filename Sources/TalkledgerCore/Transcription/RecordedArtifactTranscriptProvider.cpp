@@ -21,11 +21,6 @@ namespace {
 
 constexpr const char* fallbackLocale = "en_US";
 
-/// With this tolerance, in seconds, and this similarity, microphone segments count as echoes; live transcripts use the
-/// same.
-constexpr double overlapTolerance = 1.0;
-constexpr double similarityThreshold = 0.82;
-
 std::vector<std::string> unique(const std::vector<std::string>& locales) {
     std::vector<std::string> kept;
     for (const std::string& locale : locales) {
@@ -180,7 +175,7 @@ RecordedArtifactTranscriptProvider::RecordedArtifactTranscriptProvider(
     : RecordedArtifactTranscriptProvider(std::make_unique<SpeechRecordingTrackTranscriptProvider>(
                                              SpeechTranscriptionConfiguration(locale, currentLocale, mode), recognition,
                                              fileSystem, std::move(progressHandler)),
-                                         TranscriptSourceSeparator(overlapTolerance, similarityThreshold)) {}
+                                         recordingSourceSeparator) {}
 
 Task<TranscriptDocument> RecordedArtifactTranscriptProvider::transcript(RecordingSession forSession) {
     const RecordingArtifacts& files = forSession.artifacts;

@@ -1,96 +1,70 @@
 #include "TalkledgerCore/Transcription/TranscriptSourceSeparator.h"
 
-#include "TalkledgerCore/Support/Text.h"
+#include "TalkledgerCore/Transcription/SpokenText.h"
+#include "TalkledgerCore/Transcription/TimeSpan.h"
 #include "TalkledgerCore/Transcription/TranscriptOrder.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
 
 namespace talkledger {
 
 namespace {
 
-struct TimeSpan {
-    double low;
-    double high;
-
-    TimeSpan(const TranscriptSegment& segment, double tolerance)
-        : low(segment.startTime - tolerance),
-          high(segment.startTime + (segment.duration > 0 ? segment.duration : 0) + tolerance) {}
-
-    bool overlaps(const TimeSpan& other) const { return low < other.high && other.low < high; }
-};
-
-/// A segment made ready for comparisons; its texts are worked out when the first comparison needs them.
-class ComparedSegment {
+/// The speaker segments of a transcript. Their texts are made ready when the first comparison needs them.
+class SpeakerSegments {
 public:
-    ComparedSegment(const TranscriptSegment& segment, double tolerance)
-        : segment_(&segment), span_(segment, tolerance) {}
-
-    const TimeSpan& span() const { return span_; }
-
-    const std::string& normalized() {
-        if (!normalized_) {
-            normalized_ = TranscriptSourceSeparator::normalizedText(segment_->text);
+    SpeakerSegments(const std::vector<TranscriptSegment>& segments, const TranscriptSourceSeparator& separator)
+        : separator_(separator) {
+        for (const TranscriptSegment& segment : segments) {
+            if (segment.channel == AudioChannel::speaker) {
+                speakers_.push_back({.segment = &segment, .text = std::nullopt});
+            }
         }
-        return *normalized_;
+        std::stable_sort(speakers_.begin(), speakers_.end(), [](const Speaker& first, const Speaker& second) {
+            return startsBefore(*first.segment, *second.segment);
+        });
+        for (std::size_t position = 0; position < speakers_.size(); ++position) {
+            index_.insert({*speakers_[position].segment, separator_.overlapTolerance}, position);
+        }
     }
 
-    const std::vector<std::string>& characters() {
-        if (!characters_) {
-            characters_ = text::characters(normalized());
-        }
-        return *characters_;
+    bool haveEcho(const TranscriptSegment& microphone) {
+        std::optional<SpokenText> text;
+        const TimeSpan span(microphone, separator_.overlapTolerance);
+        return index_.anyOverlapping(span, [&](std::size_t position) {
+            Speaker& speaker = speakers_[position];
+            return areSimilar(ready(text, microphone), ready(speaker.text, *speaker.segment),
+                              separator_.similarityThreshold);
+        });
     }
 
 private:
-    const TranscriptSegment* segment_;
-    TimeSpan span_;
-    std::optional<std::string> normalized_;
-    std::optional<std::vector<std::string>> characters_;
-};
+    struct Speaker {
+        const TranscriptSegment* segment;
+        std::optional<SpokenText> text;
+    };
 
-double similarity(ComparedSegment& first, ComparedSegment& second) {
-    constexpr std::size_t fewestComparableCharacters = 4;
-    if (first.normalized().empty() || second.normalized().empty()) {
-        return 0;
+    const SpokenText& ready(std::optional<SpokenText>& text, const TranscriptSegment& segment) {
+        return text ? *text : text.emplace(segment.text, numbering_);
     }
-    if (first.normalized().find(second.normalized()) != std::string::npos ||
-        second.normalized().find(first.normalized()) != std::string::npos) {
-        return 1;
-    }
-    const auto [shorter, longer] = std::minmax({first.characters().size(), second.characters().size()});
-    if (shorter < fewestComparableCharacters) {
-        return 0;
-    }
-    const std::size_t common =
-        TranscriptSourceSeparator::longestCommonSubsequenceLength(first.characters(), second.characters());
-    return static_cast<double>(common) / static_cast<double>(longer);
-}
+
+    TranscriptSourceSeparator separator_;
+    std::vector<Speaker> speakers_;
+    TimeSpanIndex<std::size_t> index_;
+    CharacterNumbering numbering_;
+};
 
 } // namespace
 
-TranscriptSourceSeparator::TranscriptSourceSeparator(double overlapTolerance, double similarityThreshold)
-    : overlapTolerance_(overlapTolerance), similarityThreshold_(similarityThreshold) {}
-
 std::vector<TranscriptSegment>
 TranscriptSourceSeparator::suppressMicrophoneEchoes(const std::vector<TranscriptSegment>& segments) const {
-    std::vector<ComparedSegment> speakerSegments;
-    for (const TranscriptSegment& segment : segments) {
-        if (segment.channel == AudioChannel::speaker) {
-            speakerSegments.emplace_back(segment, overlapTolerance_);
-        }
-    }
-    const auto isEcho = [&](const TranscriptSegment& segment) {
-        ComparedSegment candidate(segment, overlapTolerance_);
-        return std::any_of(speakerSegments.begin(), speakerSegments.end(), [&](ComparedSegment& speaker) {
-            return candidate.span().overlaps(speaker.span()) && similarity(candidate, speaker) >= similarityThreshold_;
-        });
-    };
+    SpeakerSegments speakers(segments, *this);
     std::vector<TranscriptSegment> kept;
     kept.reserve(segments.size());
     for (const TranscriptSegment& segment : segments) {
-        if (segment.channel == AudioChannel::speaker || !isEcho(segment)) {
+        if (segment.channel == AudioChannel::speaker || !speakers.haveEcho(segment)) {
             kept.push_back(segment);
         }
     }
@@ -100,28 +74,6 @@ TranscriptSourceSeparator::suppressMicrophoneEchoes(const std::vector<Transcript
 
 TranscriptDocument TranscriptSourceSeparator::suppressMicrophoneEchoes(const TranscriptDocument& document) const {
     return {.segments = suppressMicrophoneEchoes(document.segments)};
-}
-
-std::string TranscriptSourceSeparator::normalizedText(std::string_view text) {
-    std::u32string scalars = text::scalars(text::lowercased(text));
-    std::erase_if(scalars, [](char32_t scalar) {
-        return text::isWhitespaceOrNewline(scalar) || text::isPunctuation(scalar) || text::isSymbol(scalar);
-    });
-    return text::fromScalars(scalars);
-}
-
-std::size_t TranscriptSourceSeparator::longestCommonSubsequenceLength(const std::vector<std::string>& outer,
-                                                                      const std::vector<std::string>& inner) {
-    std::vector<std::size_t> previous(inner.size() + 1, 0);
-    std::vector<std::size_t> current(inner.size() + 1, 0);
-    for (const std::string& character : outer) {
-        for (std::size_t index = 0; index < inner.size(); ++index) {
-            current[index + 1] =
-                character == inner[index] ? previous[index] + 1 : std::max(current[index], previous[index + 1]);
-        }
-        std::swap(previous, current);
-    }
-    return previous.back();
 }
 
 } // namespace talkledger

@@ -1,17 +1,14 @@
-#include "TalkledgerCore/Support/Text.h"
 #include "TalkledgerCore/Transcription/TranscriptSourceSeparator.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
-#include <random>
 
 namespace talkledger {
 namespace {
 
-const TranscriptSourceSeparator separator{1.0, 0.82};
+constexpr TranscriptSourceSeparator separator = recordingSourceSeparator;
 
 TranscriptSegment segment(AudioChannel channel, double start, double duration, std::string text) {
     return {channel, SpeakerRole::me, start, duration, std::move(text), TranscriptSegmentStatus::final};
@@ -30,14 +27,6 @@ bool isDropped(double micStart, double micDuration, const std::string& mic, doub
 
 bool isDropped(const std::string& mic, const std::string& speaker) {
     return isDropped(0, 1, mic, 0, 1, speaker);
-}
-
-TEST(TranscriptSourceSeparator, NormalisesAwayWhatSpeechDoesNotTell) {
-    EXPECT_EQ(TranscriptSourceSeparator::normalizedText("Yes, that's\u3000right!"), "yesthatsright");
-    EXPECT_EQ(TranscriptSourceSeparator::normalizedText("はい、「予算」は ￥１００万＋税です。"),
-              "はい予算は１００万税です");
-    EXPECT_EQ(TranscriptSourceSeparator::normalizedText("... 🎉 $+"), "");
-    EXPECT_EQ(TranscriptSourceSeparator::normalizedText("が\u3099 ｶﾞ É"), "が\u3099ｶﾞé");
 }
 
 TEST(TranscriptSourceSeparator, ComparesSpansWidenedAtBothEnds) {
@@ -75,115 +64,6 @@ TEST(TranscriptSourceSeparator, SortsStablyWithUnknownTimesLast) {
     }
     EXPECT_EQ(order, "gdbecaf");
     EXPECT_TRUE(separator.suppressMicrophoneEchoes(TranscriptDocument()).segments.empty());
-}
-
-/// The definition of the length, without any of the algorithm's economy.
-std::size_t plainCommonLength(const std::vector<std::string>& x, const std::vector<std::string>& y) {
-    std::vector<std::vector<std::size_t>> table(x.size() + 1, std::vector<std::size_t>(y.size() + 1, 0));
-    for (std::size_t row = x.size(); row-- > 0;) {
-        for (std::size_t column = y.size(); column-- > 0;) {
-            table[row][column] = x[row] == y[column] ? table[row + 1][column + 1] + 1
-                                                     : std::max(table[row + 1][column], table[row][column + 1]);
-        }
-    }
-    return table[0][0];
-}
-
-double plainSimilarity(const std::string& first, const std::string& second) {
-    const std::string a = TranscriptSourceSeparator::normalizedText(first);
-    const std::string b = TranscriptSourceSeparator::normalizedText(second);
-    if (a.empty() || b.empty()) {
-        return 0;
-    }
-    if (a == b || a.find(b) != std::string::npos || b.find(a) != std::string::npos) {
-        return 1;
-    }
-    const auto x = text::characters(a);
-    const auto y = text::characters(b);
-    if (std::min(x.size(), y.size()) < 4) {
-        return 0;
-    }
-    return static_cast<double>(plainCommonLength(x, y)) / static_cast<double>(std::max(x.size(), y.size()));
-}
-
-std::vector<TranscriptSegment> plainlySeparated(const std::vector<TranscriptSegment>& segments) {
-    std::vector<TranscriptSegment> kept;
-    for (const TranscriptSegment& candidate : segments) {
-        bool isEcho = false;
-        for (const TranscriptSegment& other : segments) {
-            const auto end = [](const auto& each) { return each.startTime + (each.duration > 0 ? each.duration : 0); };
-            isEcho = isEcho ||
-                     (candidate.channel == AudioChannel::mic && other.channel == AudioChannel::speaker &&
-                      candidate.startTime - 1.0 < end(other) + 1.0 && other.startTime - 1.0 < end(candidate) + 1.0 &&
-                      plainSimilarity(candidate.text, other.text) >= 0.82);
-        }
-        if (!isEcho) {
-            kept.push_back(candidate);
-        }
-    }
-    std::stable_sort(kept.begin(), kept.end(), [](const auto& a, const auto& b) {
-        return a.startTime < b.startTime || (!std::isnan(a.startTime) && std::isnan(b.startTime));
-    });
-    return kept;
-}
-
-class RandomTexts {
-public:
-    int below(int bound) { return std::uniform_int_distribution<int>(0, bound - 1)(random_); }
-
-    std::string text(int longest) {
-        static constexpr const char* pieces[] = {
-            "a", "b", "A", " ", "。", "予", "か\u3099", "👨‍👩‍👧", "\u0301", "\xFF"};
-        std::string text;
-        for (int count = below(longest); count > 0; --count) {
-            text += pieces[below(static_cast<int>(std::size(pieces)))];
-        }
-        return text;
-    }
-
-    /// Nearly the same.
-    std::string misheard(std::string text) {
-        for (int count = below(3); count > 0 && !text.empty(); --count) {
-            text[static_cast<std::size_t>(below(static_cast<int>(text.size())))] = 'b';
-        }
-        return text;
-    }
-
-private:
-    std::mt19937 random_{17};
-};
-
-TEST(TranscriptSourceSeparator, FindsTheLengthThatThePlainTableFinds) {
-    RandomTexts random;
-    for (int round = 0; round < 2000; ++round) {
-        const auto x = text::characters(random.text(30));
-        const auto y = text::characters(random.text(30));
-        EXPECT_EQ(TranscriptSourceSeparator::longestCommonSubsequenceLength(x, y), plainCommonLength(x, y));
-    }
-}
-
-TEST(TranscriptSourceSeparator, KeepsWhatThePlainAlgorithmKeeps) {
-    RandomTexts random;
-    std::size_t dropped = 0;
-    for (int round = 0; round < 300; ++round) {
-        std::vector<TranscriptSegment> segments;
-        for (int index = 0; index < 20; ++index) {
-            const auto channel = random.below(2) == 0 ? AudioChannel::mic : AudioChannel::speaker;
-            const double start = random.below(20) == 0 ? std::nan("") : random.below(40) / 2.0;
-            std::string text =
-                !segments.empty() && random.below(2) == 0 ? random.misheard(segments.back().text) : random.text(25);
-            segments.push_back(segment(channel, start, random.below(6) - 2, std::move(text)));
-        }
-        const auto kept = separator.suppressMicrophoneEchoes(segments);
-        const auto expected = plainlySeparated(segments);
-        ASSERT_EQ(kept.size(), expected.size());
-        for (std::size_t index = 0; index < kept.size(); ++index) {
-            EXPECT_EQ(kept[index].text, expected[index].text);
-            EXPECT_EQ(kept[index].channel, expected[index].channel);
-        }
-        dropped += segments.size() - kept.size();
-    }
-    EXPECT_GT(dropped, 300U);
 }
 
 } // namespace

@@ -1,0 +1,196 @@
+#include "Reference/PlainConversation.h"
+
+#include "TalkledgerCore/Support/Text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace talkledger::reference {
+
+namespace {
+
+bool isEarlier(double first, double second) {
+    return std::isnan(first) ? false : std::isnan(second) || first < second;
+}
+
+bool startsBefore(const TranscriptSegment& first, const TranscriptSegment& second) {
+    return isEarlier(first.startTime, second.startTime);
+}
+
+bool precedes(const TranscriptSegment& first, const TranscriptSegment& second) {
+    if (isEarlier(first.startTime, second.startTime) || isEarlier(second.startTime, first.startTime)) {
+        return isEarlier(first.startTime, second.startTime);
+    }
+    return rawValue(first.channel) < rawValue(second.channel);
+}
+
+double similarity(const std::string& first, const std::string& second) {
+    const std::string a = normalizedText(first);
+    const std::string b = normalizedText(second);
+    if (a.empty() || b.empty()) {
+        return 0;
+    }
+    if (a == b || a.find(b) != std::string::npos || b.find(a) != std::string::npos) {
+        return 1;
+    }
+    const std::vector<std::string> charactersOfA = text::characters(a);
+    const std::vector<std::string> charactersOfB = text::characters(b);
+    const auto [fewer, more] = std::minmax({charactersOfA.size(), charactersOfB.size()});
+    if (fewer < 4) {
+        return 0;
+    }
+    return static_cast<double>(longestCommonSubsequenceLength(charactersOfA, charactersOfB)) /
+           static_cast<double>(more);
+}
+
+bool overlap(const TranscriptSegment& first, const TranscriptSegment& second, double tolerance) {
+    const auto low = [&](const TranscriptSegment& each) { return each.startTime - tolerance; };
+    const auto high = [&](const TranscriptSegment& each) {
+        return each.startTime + (each.duration > 0 ? each.duration : 0) + tolerance;
+    };
+    return low(first) < high(second) && low(second) < high(first);
+}
+
+std::string separator(const std::string& before, const std::string& after) {
+    const char32_t neighbours[] = {text::scalars(before).back(), text::scalars(after).front()};
+    for (const char32_t scalar : neighbours) {
+        if (text::isWhitespaceOrNewline(scalar) || (scalar >= 0x3040 && scalar <= 0x30FF) ||
+            (scalar >= 0x3400 && scalar <= 0x9FFF) || (scalar >= 0xF900 && scalar <= 0xFAFF) ||
+            (scalar >= 0xFF66 && scalar <= 0xFF9D)) {
+            return "";
+        }
+    }
+    return " ";
+}
+
+std::string timecode(double seconds) {
+    const double total = std::floor(std::isfinite(seconds) && seconds >= 0 ? std::min(seconds, 9e18) : 0);
+    const auto whole = static_cast<long long>(total);
+    char text[64];
+    if (whole < 3600) {
+        std::snprintf(text, sizeof text, "%02lld:%02lld", whole / 60, whole % 60);
+    } else {
+        std::snprintf(text, sizeof text, "%02lld:%02lld:%02lld", whole / 3600, whole % 3600 / 60, whole % 60);
+    }
+    return text;
+}
+
+struct Group {
+    TranscriptSegment first;
+    double startTime;
+    double endTime;
+};
+
+} // namespace
+
+void PlainConversation::apply(TranscriptSegment segment) {
+    segment.text = text::trimmed(segment.text);
+    if (segment.text.empty()) {
+        return;
+    }
+    if (segment.status == TranscriptSegmentStatus::partial) {
+        partialSegments[{segment.channel, segment.role}] = segment;
+        return;
+    }
+    partialSegments.erase({segment.channel, segment.role});
+    for (TranscriptSegment& known : finalSegments) {
+        if (known.channel == segment.channel && known.role == segment.role && known.startTime == segment.startTime) {
+            known = segment;
+            return;
+        }
+    }
+    finalSegments.push_back(segment);
+}
+
+TranscriptDocument PlainConversation::liveTranscript() const {
+    TranscriptDocument transcript{finalSegments};
+    for (const auto& [key, segment] : partialSegments) {
+        transcript.segments.push_back(segment);
+    }
+    std::stable_sort(transcript.segments.begin(), transcript.segments.end(), precedes);
+    return transcript;
+}
+
+std::string normalizedText(std::string_view text) {
+    std::u32string kept;
+    for (const char32_t scalar : text::scalars(text::lowercased(text))) {
+        if (!text::isWhitespaceOrNewline(scalar) && !text::isPunctuation(scalar) && !text::isSymbol(scalar)) {
+            kept += scalar;
+        }
+    }
+    return text::fromScalars(kept);
+}
+
+std::size_t longestCommonSubsequenceLength(const std::vector<std::string>& outer,
+                                           const std::vector<std::string>& inner) {
+    std::vector<std::size_t> previous(inner.size() + 1, 0);
+    std::vector<std::size_t> current(inner.size() + 1, 0);
+    for (const std::string& character : outer) {
+        for (std::size_t index = 0; index < inner.size(); ++index) {
+            current[index + 1] =
+                character == inner[index] ? previous[index] + 1 : std::max(current[index], previous[index + 1]);
+        }
+        std::swap(previous, current);
+    }
+    return previous.back();
+}
+
+TranscriptDocument suppressMicrophoneEchoes(const TranscriptDocument& document, double overlapTolerance,
+                                            double similarityThreshold) {
+    std::vector<TranscriptSegment> speakers;
+    for (const TranscriptSegment& segment : document.segments) {
+        if (segment.channel == AudioChannel::speaker) {
+            speakers.push_back(segment);
+        }
+    }
+    TranscriptDocument kept;
+    for (const TranscriptSegment& segment : document.segments) {
+        const bool isEcho = segment.channel != AudioChannel::speaker &&
+                            std::any_of(speakers.begin(), speakers.end(), [&](const TranscriptSegment& speaker) {
+                                return overlap(segment, speaker, overlapTolerance) &&
+                                       similarity(segment.text, speaker.text) >= similarityThreshold;
+                            });
+        if (!isEcho) {
+            kept.segments.push_back(segment);
+        }
+    }
+    std::stable_sort(kept.segments.begin(), kept.segments.end(), startsBefore);
+    return kept;
+}
+
+std::vector<TranscriptTimelineLine> buildLines(const TranscriptDocument& document) {
+    std::vector<TranscriptSegment> segments = document.segments;
+    std::stable_sort(segments.begin(), segments.end(), precedes);
+    std::vector<Group> groups;
+    for (TranscriptSegment& segment : segments) {
+        segment.text = text::trimmed(segment.text);
+        if (segment.text.empty()) {
+            continue;
+        }
+        const double start = std::isfinite(segment.startTime) ? segment.startTime : 0;
+        const double end = std::isfinite(segment.duration) && segment.duration >= 0 ? start + segment.duration : start;
+        Group* const last = groups.empty() ? nullptr : &groups.back();
+        if (last != nullptr && segment.channel == last->first.channel && segment.role == last->first.role &&
+            start - last->endTime <= 4.0 && end - last->startTime <= 45.0 &&
+            text::characterCount(last->first.text) + text::characterCount(segment.text) <= 360) {
+            last->first.status = segment.status;
+            last->endTime = std::max(last->endTime, end);
+            last->first.text += separator(last->first.text, segment.text) + segment.text;
+        } else {
+            groups.push_back({segment, start, end});
+        }
+    }
+    std::vector<TranscriptTimelineLine> lines;
+    for (const Group& group : groups) {
+        lines.push_back({.id = lines.size(),
+                         .channel = group.first.channel,
+                         .role = group.first.role,
+                         .status = group.first.status,
+                         .timecode = timecode(group.startTime),
+                         .text = group.first.text});
+    }
+    return lines;
+}
+
+} // namespace talkledger::reference
