@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,13 +31,60 @@ std::string fromScalars(std::u32string_view scalars);
 /// Without white space and line breaks at both ends.
 std::string trimmed(std::string_view text);
 
-/// Full Unicode lower-casing that depends on no language.
+/// Without characters of the set `unwanted` at both ends.
+std::string trimmed(std::string_view text, std::string_view unwanted);
+
+/// Full Unicode lower-casing and upper-casing that depend on no language.
 std::string lowercased(std::string_view text);
+std::string uppercased(std::string_view text);
+
+/// Whether the phrase stands in the text, whatever the case of both: as the language of `locale` has it (an I is no i
+/// in "tr"), or the user's own when none is given.
+bool containsIgnoringCase(std::string_view text, std::string_view phrase, const char* locale = nullptr);
 
 std::vector<std::string> characters(std::string_view text);
 std::size_t characterCount(std::string_view text);
 
 /// The first `count` characters, or all of them.
 std::string prefix(std::string_view text, std::size_t count);
+
+/// What follows the first `count` characters.
+std::string withoutPrefix(std::string_view text, std::size_t count);
+
+/// The last `count` characters, or all of them. Takes no longer for a longer text, but to see that it is valid.
+std::string suffix(std::string_view text, std::size_t count);
+
+/// What stands before the first character of the set `ends`, or all of it.
+std::string prefixBefore(std::string_view text, std::string_view ends);
+
+/// The pieces between characters of the set `separators`, without empty ones.
+std::vector<std::string> split(std::string_view text, std::string_view separators);
+
+/// The offsets in characters of the bytes of a text, for those who search in bytes and count in characters. The
+/// characters are looked for when the first offset is asked for.
+class CharacterOffsets {
+public:
+    explicit CharacterOffsets(std::string_view text);
+
+    /// How many whole characters end at or before this byte of the valid text.
+    std::size_t ofByte(std::size_t byte);
+
+private:
+    std::string text_;
+    std::vector<std::size_t> ends_;
+};
+
+/// A text in which phrases are found whatever their case, by Unicode's full case folding that depends on no language.
+class CaselessText {
+public:
+    explicit CaselessText(std::string_view text);
+
+    /// What follows the first place of a phrase, which has to be in lower case.
+    std::optional<std::string> textAfter(std::string_view phrase) const;
+
+private:
+    std::string text_;
+    std::string folded_;
+};
 
 } // namespace talkledger::text

@@ -23,6 +23,51 @@ TEST(Text, CutsBetweenCharactersOnly) {
     EXPECT_EQ(text::prefix("日本語", 0), "");
     EXPECT_EQ(text::prefix("日本語", 3), "日本語");
     EXPECT_EQ(text::prefix("日本語", 99), "日本語");
+    EXPECT_EQ(text::withoutPrefix("e\u0301a", 1), "a");
+    EXPECT_EQ(text::withoutPrefix("ab", 3), "");
+    EXPECT_EQ(text::suffix("🇯🇵🇫🇷🇯🇵", 2), "🇫🇷🇯🇵");
+    EXPECT_EQ(text::suffix("a\r\n", 1), "\r\n");
+    EXPECT_EQ(text::suffix("\xFF日本語", 0), "");
+    EXPECT_EQ(text::suffix("\xFF日本語", 9), "\uFFFD日本語");
+}
+
+TEST(Text, FindsTheSameCharactersFromBothEnds) {
+    const std::vector<std::string> fragments{"a",      ".",      "\r",     "\n",     "カ",     "漢",     "。",
+                                             "ﾞ",      "Ａ",     "🇯",      "👨",     "👍",     "🏽",     "©",
+                                             "é",      "\u0301", "\u3099", "\u200D", "\uFE0F", "\u0600", "\u1100",
+                                             "\u1161", "\u0915", "\u094D", "\u3030", "\u00AD", "\xE3",   "\x80"};
+    std::mt19937 random(3);
+    for (int round = 0; round < 1000; ++round) {
+        std::string text;
+        for (auto count = random() % 12; count > 0; --count) {
+            text += fragments[random() % fragments.size()];
+        }
+        const std::vector<std::string> characters = text::characters(text);
+        std::string last;
+        for (std::size_t count = 0; count <= characters.size(); ++count) {
+            EXPECT_EQ(text::suffix(text, count), last) << text;
+            EXPECT_EQ(text::prefix(text, characters.size() - count) + last, text::validated(text));
+            if (count < characters.size()) {
+                last.insert(0, characters[characters.size() - 1 - count]);
+            }
+        }
+        text::CharacterOffsets offsets(text::validated(text));
+        EXPECT_EQ(offsets.ofByte(0), 0U);
+        EXPECT_EQ(offsets.ofByte(text::validated(text).size()), characters.size());
+    }
+}
+
+TEST(Text, SeparatesAtWholeCharacters) {
+    EXPECT_THAT(text::split("。.a.\u0301b。。c!", ".。!"), ElementsAre("a.\u0301b", "c"));
+    EXPECT_THAT(text::split("", "."), ElementsAre());
+    EXPECT_EQ(text::trimmed("。.\u0301a。 b。.", "。."), ".\u0301a。 b");
+    EXPECT_EQ(text::trimmed("。。", "。"), "");
+    EXPECT_EQ(text::prefixBefore("a!\uFE0Fb!c", "!?"), "a!\uFE0Fb");
+    EXPECT_EQ(text::prefixBefore("ab", "!"), "ab");
+    text::CharacterOffsets offsets("e\u0301が.");
+    EXPECT_EQ(offsets.ofByte(1), 0U); // within the first character
+    EXPECT_EQ(offsets.ofByte(3), 1U);
+    EXPECT_EQ(offsets.ofByte(6), 2U);
 }
 
 TEST(Text, TrimsEveryKindOfWhiteSpaceAtBothEndsOnly) {
@@ -33,6 +78,24 @@ TEST(Text, TrimsEveryKindOfWhiteSpaceAtBothEndsOnly) {
 
 TEST(Text, LowersCaseAsUnicodeDoesInNoLanguage) {
     EXPECT_EQ(text::lowercased("ÄÖÜ ΑΣ ΑΣΑ Ｑ３ İI 予算 \u212A"), "äöü ας ασα ｑ３ i\u0307i 予算 k");
+}
+
+TEST(Text, RaisesCaseInFull) {
+    EXPECT_EQ(text::uppercased("straße ﬁ ǆ ŉ \xFFк"), "STRASSE FI Ǆ ʼN \uFFFDК");
+}
+
+TEST(Text, FindsWhateverTheCase) {
+    const text::CaselessText text("İ ẞ \u212A QUEſTION ﬁne \xFFé");
+    EXPECT_EQ(text.textAfter("question "), "ﬁne \uFFFDé");
+    EXPECT_EQ(text.textAfter("ss k "), "QUEſTION ﬁne \uFFFDé");
+    EXPECT_EQ(text.textAfter("fi"), "ne \uFFFDé");
+    EXPECT_EQ(text.textAfter("answer"), std::nullopt);
+
+    EXPECT_TRUE(text::containsIgnoringCase("a SECURITY Review", "security review", "en_US"));
+    EXPECT_TRUE(text::containsIgnoringCase("a security review", "SECURITY REVIEW", "ja"));
+    EXPECT_FALSE(text::containsIgnoringCase("a SECURITY Review", "security review", "tr_TR"));
+    EXPECT_TRUE(text::containsIgnoringCase("a SECURİTY Review", "security review", "az"));
+    EXPECT_FALSE(text::containsIgnoringCase("securité", "security"));
 }
 
 TEST(Text, TellsClassesByGeneralCategory) {
