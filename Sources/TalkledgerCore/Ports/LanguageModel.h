@@ -40,7 +40,7 @@ struct GenerationOptions {
     int maximumResponseTokens{900};
 };
 
-/// One conversation; requests of different sessions share nothing.
+/// One conversation, without tools; different ones share nothing.
 class LanguageModelSession {
 public:
     LanguageModelSession() = default;
@@ -53,6 +53,7 @@ public:
                                       bool includeSchemaInPrompt, const GenerationOptions& options) = 0;
 };
 
+/// A model for general use. What was said in a meeting is only to be put into another form, so it refuses no content.
 class SystemLanguageModel {
 public:
     SystemLanguageModel() = default;

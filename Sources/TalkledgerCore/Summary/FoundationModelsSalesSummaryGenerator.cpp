@@ -70,20 +70,6 @@ std::string promptLine(const TranscriptSegment& segment) {
            ": " + spoken;
 }
 
-std::string lastCharacters(const std::string& lines, std::size_t count) {
-    // A text is never shorter in bytes than in characters.
-    if (lines.size() <= count) {
-        return lines;
-    }
-    const std::vector<std::string> characters = text::characters(lines);
-    std::string kept;
-    for (std::size_t index = characters.size() - std::min(count, characters.size()); index < characters.size();
-         ++index) {
-        kept += characters[index];
-    }
-    return kept;
-}
-
 } // namespace
 
 FoundationSummaryGeneratorError::FoundationSummaryGeneratorError(Case failure, std::string reason)
@@ -127,12 +113,12 @@ std::string FoundationModelsSalesSummaryGenerator::prompt(const TranscriptDocume
     if (lines.empty()) {
         return {};
     }
-    return promptHead + lastCharacters(lines, maximumTranscriptCharacters);
+    return promptHead + text::suffix(lines, maximumTranscriptCharacters);
 }
 
 std::string FoundationModelsSalesSummaryGenerator::timestamp(double startTime) {
-    // Far beyond any recording, and what is not a number would be no integer at all.
-    constexpr double latest = 1e15;
+    // The greatest number that whole seconds in 64 bits hold.
+    constexpr double latest = 9'223'372'036'854'774'784.0;
     const double seconds = std::isnan(startTime) ? 0 : std::clamp(startTime, 0.0, latest);
     const auto wholeSeconds = static_cast<std::int64_t>(seconds);
     std::array<char, 32> printed{};

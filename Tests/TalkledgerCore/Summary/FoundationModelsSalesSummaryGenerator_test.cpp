@@ -63,6 +63,7 @@ TEST(SalesSummaryPrompt, StampsMinutesWithoutHours) {
     EXPECT_EQ(Generator::timestamp(3600), "60:00");
     EXPECT_EQ(Generator::timestamp(3725), "62:05");
     EXPECT_EQ(Generator::timestamp(360'000), "6000:00");
+    EXPECT_EQ(Generator::timestamp(1e17), "1666666666666666:40");
     EXPECT_EQ(Generator::timestamp(-75), "00:00");
     EXPECT_EQ(Generator::timestamp(std::nan("")), "00:00");
     EXPECT_EQ(Generator::timestamp(std::numeric_limits<double>::infinity()), Generator::timestamp(1e300));
