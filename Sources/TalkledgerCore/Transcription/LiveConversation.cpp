@@ -36,7 +36,7 @@ std::vector<TranscriptLineChange> LiveConversation::reset() {
     partials_.clear();
     microphone_ = {};
     speaker_ = {};
-    numbering_ = {};
+    alphabet_ = {};
     return timeline_.clear();
 }
 
@@ -133,7 +133,7 @@ bool LiveConversation::isEcho(Utterance& microphone, Utterance& speaker) {
 }
 
 const SpokenText& LiveConversation::textOf(Utterance& utterance) {
-    return utterance.text ? *utterance.text : utterance.text.emplace(segmentAt(utterance.place).text, numbering_);
+    return utterance.text ? *utterance.text : utterance.text.emplace(alphabet_.read(segmentAt(utterance.place).text));
 }
 
 } // namespace talkledger

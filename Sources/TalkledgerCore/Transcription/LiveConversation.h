@@ -64,7 +64,7 @@ private:
     std::map<ConversationState::PartialSegmentKey, Utterance> partials_;
     TimeSpanIndex<Utterance*> microphone_;
     TimeSpanIndex<Utterance*> speaker_;
-    CharacterNumbering numbering_;
+    SpeechAlphabet alphabet_;
     LiveTimeline timeline_;
 };
 

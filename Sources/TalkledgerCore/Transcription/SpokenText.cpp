@@ -5,12 +5,43 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <limits>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 namespace talkledger {
 
 namespace {
+
+/// Forms of scalars that are none of their own: nothing is known yet; the text is without it; it depends on the
+/// neighbours or is several scalars in lower case.
+constexpr char32_t unknownForm = 0;
+constexpr char32_t noForm = 0x110000;
+constexpr char32_t dependentForm = 0x110001;
+
+constexpr char32_t firstClusterNumber = 0x110000;
+
+bool isSpoken(char32_t scalar) {
+    return !text::isWhitespaceOrNewline(scalar) && !text::isPunctuation(scalar) && !text::isSymbol(scalar);
+}
+
+/// Whether it is one between any others of which this is true.
+bool isCharacterByItself(char32_t scalar) {
+    return text::characterCount(text::fromScalars(std::u32string{U'a', scalar, scalar, U'a'})) == 4;
+}
+
+char32_t newForm(char32_t scalar) {
+    constexpr char32_t sigma = U'\u03A3'; // in lower case another one at the end of a word
+    const std::u32string lowered = text::scalars(text::lowercased(text::fromScalars({&scalar, 1})));
+    if (scalar == unknownForm || scalar == sigma || lowered.size() != 1) {
+        return dependentForm;
+    }
+    if (!isSpoken(lowered.front())) {
+        return noForm;
+    }
+    return isCharacterByItself(lowered.front()) ? lowered.front() : dependentForm;
+}
 
 constexpr std::size_t bitsPerWord = 64;
 
@@ -60,45 +91,109 @@ private:
 
 std::string normalizedText(std::string_view text) {
     std::u32string scalars = text::scalars(text::lowercased(text));
-    std::erase_if(scalars, [](char32_t scalar) {
-        return text::isWhitespaceOrNewline(scalar) || text::isPunctuation(scalar) || text::isSymbol(scalar);
-    });
+    std::erase_if(scalars, [](char32_t scalar) { return !isSpoken(scalar); });
     return text::fromScalars(scalars);
 }
 
-std::u32string CharacterNumbering::numbers(std::string_view text) {
-    constexpr char32_t firstBeyondScalars = 0x110000;
+SpokenText::SpokenText(std::u32string scalars, std::u32string numbers)
+    : scalars_(std::move(scalars)), numbers_(std::move(numbers)) {
+    for (const char32_t character : characters()) {
+        std::uint8_t& count = counts_[character % counts_.size()];
+        count = std::max<std::uint8_t>(count, static_cast<std::uint8_t>(count + 1));
+    }
+}
+
+std::size_t SpokenText::mostInCommon(const SpokenText& other) const {
+    constexpr std::size_t greatest = std::numeric_limits<std::uint8_t>::max();
+    const std::size_t shorter = std::min(characters().size(), other.characters().size());
+    if (shorter >= greatest) {
+        return shorter;
+    }
+    std::size_t common = 0;
+    for (std::size_t kind = 0; kind < counts_.size(); ++kind) {
+        common += std::min(counts_[kind], other.counts_[kind]);
+    }
+    return common;
+}
+
+SpokenText SpeechAlphabet::read(std::string_view text) {
+    forms_.resize(text.size()); // there are at most as many scalars as bytes
+    const std::optional<std::size_t> count = readForms(text);
+    return count ? SpokenText(forms_.substr(0, *count), {}) : readClusters(text);
+}
+
+/// Absent when the text cannot be read scalar by scalar.
+std::optional<std::size_t> SpeechAlphabet::readForms(std::string_view text) {
+    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
+    std::size_t count = 0;
+    const auto append = [&](char32_t scalar) {
+        const char32_t form = formOf(scalar);
+        forms_[count] = form;
+        count += form == noForm ? 0 : 1;
+        return form != dependentForm;
+    };
+    for (auto byte = text.begin(); byte != text.end();) {
+        if (isAscii(*byte)) {
+            if (!append(static_cast<unsigned char>(*byte++))) {
+                return std::nullopt;
+            }
+            continue;
+        }
+        const auto end = std::find_if(byte, text.end(), isAscii);
+        const std::u32string scalars = text::scalars({byte, end});
+        if (!std::all_of(scalars.begin(), scalars.end(), append)) {
+            return std::nullopt;
+        }
+        byte = end;
+    }
+    return count;
+}
+
+char32_t SpeechAlphabet::formOf(char32_t scalar) {
+    const std::unique_ptr<Page>& page = pages_[scalar / std::tuple_size_v<Page>];
+    const char32_t form = page ? (*page)[scalar % std::tuple_size_v<Page>] : unknownForm;
+    return form == unknownForm ? learn(scalar) : form;
+}
+
+char32_t SpeechAlphabet::learn(char32_t scalar) {
+    std::unique_ptr<Page>& page = pages_[scalar / std::tuple_size_v<Page>];
+    if (!page) {
+        page = std::make_unique<Page>();
+    }
+    return (*page)[scalar % std::tuple_size_v<Page>] = newForm(scalar);
+}
+
+SpokenText SpeechAlphabet::readClusters(std::string_view text) {
+    const std::string normalized = normalizedText(text);
     std::u32string numbers;
-    for (std::string& character : text::characters(text)) {
+    for (std::string& character : text::characters(normalized)) {
         const std::u32string scalars = text::scalars(character);
-        const auto next = static_cast<char32_t>(firstBeyondScalars + numbersOfClusters_.size());
+        const auto next = static_cast<char32_t>(firstClusterNumber + numbersOfClusters_.size());
         numbers += scalars.size() == 1 ? scalars.front()
                                        : numbersOfClusters_.try_emplace(std::move(character), next).first->second;
     }
-    return numbers;
+    return {text::scalars(normalized), std::move(numbers)};
 }
-
-SpokenText::SpokenText(std::string_view text, CharacterNumbering& numbering)
-    : normalized(normalizedText(text)), characters(numbering.numbers(normalized)) {}
 
 bool areSimilar(const SpokenText& first, const SpokenText& second, double threshold) {
     constexpr std::size_t fewestComparableCharacters = 4;
-    if (first.normalized.empty() || second.normalized.empty()) {
+    const auto [fewerScalars, moreScalars] = std::minmax(
+        first.scalars(), second.scalars(), [](const auto& a, const auto& b) { return a.size() < b.size(); });
+    if (fewerScalars.empty()) {
         return 0 >= threshold;
     }
-    if (first.normalized.find(second.normalized) != std::string::npos ||
-        second.normalized.find(first.normalized) != std::string::npos) {
+    if (moreScalars.find(fewerScalars) != std::u32string_view::npos) {
         return 1 >= threshold;
     }
-    const auto [shorter, longer] = std::minmax({first.characters.size(), second.characters.size()});
+    const auto [shorter, longer] = std::minmax({first.characters().size(), second.characters().size()});
     if (shorter < fewestComparableCharacters) {
         return 0 >= threshold;
     }
     const auto share = [longer = static_cast<double>(longer)](std::size_t count) {
         return static_cast<double>(count) / longer;
     };
-    return share(shorter) >= threshold && // the most that they can have in common
-           share(longestCommonSubsequenceLength(first.characters, second.characters)) >= threshold;
+    return share(first.mostInCommon(second)) >= threshold &&
+           share(longestCommonSubsequenceLength(first.characters(), second.characters())) >= threshold;
 }
 
 /// Each bit of `unmatched` stands for a character of the shorter text; one that has become 0 is one more in common.

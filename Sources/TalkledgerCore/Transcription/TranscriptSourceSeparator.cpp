@@ -17,16 +17,18 @@ class SpeakerSegments {
 public:
     SpeakerSegments(const std::vector<TranscriptSegment>& segments, const TranscriptSourceSeparator& separator)
         : separator_(separator) {
+        std::vector<const TranscriptSegment*> sorted;
         for (const TranscriptSegment& segment : segments) {
             if (segment.channel == AudioChannel::speaker) {
-                speakers_.push_back({.segment = &segment, .text = std::nullopt});
+                sorted.push_back(&segment);
             }
         }
-        std::stable_sort(speakers_.begin(), speakers_.end(), [](const Speaker& first, const Speaker& second) {
-            return startsBefore(*first.segment, *second.segment);
-        });
-        for (std::size_t position = 0; position < speakers_.size(); ++position) {
-            index_.insert({*speakers_[position].segment, separator_.overlapTolerance}, position);
+        std::stable_sort(sorted.begin(), sorted.end(),
+                         [](const auto* first, const auto* second) { return startsBefore(*first, *second); });
+        speakers_.reserve(sorted.size());
+        for (const TranscriptSegment* const segment : sorted) {
+            index_.insert({*segment, separator_.overlapTolerance}, speakers_.size());
+            speakers_.push_back({.segment = segment, .text = std::nullopt});
         }
     }
 
@@ -47,13 +49,13 @@ private:
     };
 
     const SpokenText& ready(std::optional<SpokenText>& text, const TranscriptSegment& segment) {
-        return text ? *text : text.emplace(segment.text, numbering_);
+        return text ? *text : text.emplace(alphabet_.read(segment.text));
     }
 
     TranscriptSourceSeparator separator_;
     std::vector<Speaker> speakers_;
     TimeSpanIndex<std::size_t> index_;
-    CharacterNumbering numbering_;
+    SpeechAlphabet alphabet_;
 };
 
 } // namespace

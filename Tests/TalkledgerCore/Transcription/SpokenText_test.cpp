@@ -16,29 +16,49 @@ TEST(SpokenText, NormalisesAwayWhatSpeechDoesNotTell) {
     EXPECT_EQ(normalizedText("ΟΔΟΣ, ΣΑΣ\xFF İ"), "οδοςσαςi\u0307");
 }
 
-TEST(SpokenText, NormalisesAsThePlainRuleDoes) {
+/// What the alphabet makes of a text, back as text.
+std::string readBack(SpeechAlphabet& alphabet, const std::string& text) {
+    return text::fromScalars(alphabet.read(text).scalars());
+}
+
+TEST(SpokenText, ReadsWhatThePlainRuleLeaves) {
     reference::RandomConversation random(3);
+    SpeechAlphabet alphabet;
     for (int round = 0; round < 5000; ++round) {
-        const std::string text = random.text(40);
-        ASSERT_EQ(normalizedText(text), reference::normalizedText(text)) << text;
+        const std::string text = random.text(round % 4 == 0 ? 40 : 3);
+        const std::string expected = reference::normalizedText(text);
+        ASSERT_EQ(normalizedText(text), expected) << text;
+        ASSERT_EQ(readBack(alphabet, text), expected) << text;
+        ASSERT_EQ(alphabet.read(text).characters().size(), text::characterCount(expected)) << text;
     }
-    for (char32_t scalar = 1; scalar < 0x30000; ++scalar) {
-        const std::string text = text::fromScalars(std::u32string{U'a', scalar, U'b'});
-        ASSERT_EQ(normalizedText(text), reference::normalizedText(text)) << text;
+}
+
+TEST(SpokenText, ReadsEveryScalarBetweenOthers) {
+    SpeechAlphabet alphabet;
+    for (char32_t scalar = 0; scalar < 0x110000; scalar += scalar < 0x20000 ? 1 : 97) {
+        const std::string text = text::fromScalars(std::u32string{U'a', scalar, scalar, U'B', scalar});
+        const std::string expected = reference::normalizedText(text);
+        ASSERT_EQ(readBack(alphabet, text), expected) << static_cast<unsigned>(scalar);
+        ASSERT_EQ(alphabet.read(text).characters().size(), text::characterCount(expected))
+            << static_cast<unsigned>(scalar);
     }
 }
 
 TEST(SpokenText, FindsTheLengthThatThePlainTableFinds) {
     reference::RandomConversation random(5);
-    CharacterNumbering numbering;
+    SpeechAlphabet alphabet;
     for (int round = 0; round < 3000; ++round) {
         const int mostPieces = random.isOneIn(20) ? 400 : 30;
-        const std::string first = random.text(mostPieces);
-        const std::string second = random.isOneIn(2) ? random.misheard(first) : random.text(mostPieces);
-        ASSERT_EQ(longestCommonSubsequenceLength(numbering.numbers(first), numbering.numbers(second)),
-                  reference::longestCommonSubsequenceLength(text::characters(first), text::characters(second)))
+        const std::string first = normalizedText(random.text(mostPieces));
+        const std::string second = normalizedText(random.isOneIn(2) ? random.misheard(first) : random.text(mostPieces));
+        const SpokenText spokenFirst = alphabet.read(first);
+        const SpokenText spokenSecond = alphabet.read(second);
+        const std::size_t expected =
+            reference::longestCommonSubsequenceLength(text::characters(first), text::characters(second));
+        ASSERT_EQ(longestCommonSubsequenceLength(spokenFirst.characters(), spokenSecond.characters()), expected)
             << first << "\n"
             << second;
+        ASSERT_GE(spokenFirst.mostInCommon(spokenSecond), expected);
     }
 }
 
