@@ -147,12 +147,16 @@ void SoundSession::writeConfiguration(const SoundSessionOptions& options) const 
     const auto addObject = [&](const std::string& properties) {
         text += "{ factory = adapter args = " + properties + " }\n";
     };
-    const std::string group = options.sharesClock ? "node.group = card" : "";
+    const auto clock = [&](SharedClock own) -> std::string {
+        return options.sharedClock == SharedClock::none ? ""
+               : options.sharedClock == own             ? "node.group = card priority.driver = 3000"
+                                                        : "node.group = card priority.driver = 2000";
+    };
     if (options.hasOutput) {
-        addObject(nodeProperties(kOutput, "Audio/Sink", "FL FR", 2000, group));
+        addObject(nodeProperties(kOutput, "Audio/Sink", "FL FR", 2000, clock(SharedClock::outputs)));
     }
     if (options.hasMicrophone) {
-        addObject(nodeProperties(kMicrophone, "Audio/Source/Virtual", "MONO", 2000, group));
+        addObject(nodeProperties(kMicrophone, "Audio/Source/Virtual", "MONO", 2000, clock(SharedClock::microphones)));
     }
     text += "]\n";
     writeFile(folder_ / "server.conf", text);

@@ -12,11 +12,14 @@
 
 namespace talkledger::testing {
 
+/// Whether both devices are in one cycle from the start, as those of one card, and which of them gives the beat.
+enum class SharedClock { none, outputs, microphones };
+
 struct SoundSessionOptions {
     bool hasMicrophone{true};    ///< a mono virtual microphone called `SoundSession::kMicrophone`
     bool hasOutput{true};        ///< a stereo output called `SoundSession::kOutput`, that nobody hears
     std::uint32_t quantum{1024}; ///< frames per cycle
-    bool sharesClock{false};     ///< both devices in one cycle from the start, as those of one card
+    SharedClock sharedClock{SharedClock::none};
 };
 
 /// A private sound session: a sound server and a session manager of our own in a folder of their own, without a sound

@@ -83,17 +83,42 @@ std::uint64_t ringFrames(const AudioFormat& format) {
 
 } // namespace
 
+/// A cycle of the sound graph.
+struct PipeWireCapture::Cycle {
+    std::int64_t time{0};            ///< CLOCK_MONOTONIC ns
+    std::uint64_t ticks{0};          ///< the graph's own position
+    std::uint32_t ticksPerSecond{0}; ///< 0: unknown
+    std::uint64_t length{0};         ///< in ticks
+    std::uint32_t driver{0};         ///< the node that gives the beat
+
+    std::int64_t nanoseconds(std::int64_t ticksCount) const {
+        return ticksPerSecond != 0 ? ticksCount * kNanosecondsPerSecond / ticksPerSecond : 0;
+    }
+
+    /// The cycle before: `known`, unless others came in between.
+    Cycle before(const Cycle& known) const {
+        if (known.driver == driver && known.ticks + known.length == ticks) {
+            return known;
+        }
+        Cycle cycle = *this;
+        cycle.ticks -= length;
+        cycle.time -= nanoseconds(static_cast<std::int64_t>(length));
+        return cycle;
+    }
+};
+
 /// One linked stream; it lives from `openStream` to `closeStream`.
 struct PipeWireCapture::Stream {
     PipeWireCapture& capture;
-    std::string target;
+    CaptureDevice device;
     std::uint32_t number;
     MonotonicTime changed{Clock::now()}; ///< when `state` was entered
     pw_stream_state state{PW_STREAM_STATE_UNCONNECTED};
     bool hasFailed{false};
     std::atomic<bool> hasTrackFormat{false};
     std::atomic<std::uint32_t> channelCount{0};
-    std::atomic<std::uint32_t> sampleRate{0};
+    std::atomic<const spa_io_position*> position{nullptr}; ///< of the graph; the server's memory
+    Cycle lastCycle;                                       ///< the realtime thread's own
     pw_stream* handle{nullptr};
     spa_hook listener{};
 };
@@ -102,6 +127,12 @@ const pw_stream_events PipeWireCapture::streamEvents = {
     .version = PW_VERSION_STREAM_EVENTS,
     .state_changed = [](void* context, pw_stream_state, pw_stream_state state,
                         const char* error) { static_cast<Stream*>(context)->capture.streamStateChanged(state, error); },
+    .io_changed =
+        [](void* context, std::uint32_t id, void* area, std::uint32_t) {
+            if (id == SPA_IO_Position) {
+                static_cast<Stream*>(context)->position = static_cast<const spa_io_position*>(area);
+            }
+        },
     .param_changed =
         [](void* context, std::uint32_t id, const spa_pod* parameter) {
             if (id == SPA_PARAM_Format && parameter != nullptr) {
@@ -256,7 +287,7 @@ void PipeWireCapture::supervise() {
             connection_.askForDefaults();
         }
         if (now - targetChanged_ >= kTargetSettling) {
-            if (stream_ && target != stream_->target) {
+            if (stream_ && target != stream_->device.name) {
                 closeStream();
             }
             if (device && !stream_ && now >= nextAttempt_) {
@@ -296,17 +327,18 @@ bool PipeWireCapture::isStalled() const {
 }
 
 void PipeWireCapture::openStream(const CaptureDevice& device) {
+    // No latency is asked for: the length of the graph's cycles stays as the players want it.
     const bool isMicrophone = source_ == CaptureSource::microphone;
     const char* name = isMicrophone ? "talkledger-microphone" : "talkledger-system-audio";
     // The session manager would move a stream without a target to an output's monitor when the microphone goes: it is
     // bound to its device, and we move it ourselves.
-    pw_properties* properties = pw_properties_new(
-        PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_APP_NAME, "Talkledger", PW_KEY_NODE_NAME,
-        name, PW_KEY_NODE_LATENCY, "2048/48000", PW_KEY_TARGET_OBJECT, device.name.c_str(), nullptr);
+    pw_properties* properties =
+        pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_APP_NAME, "Talkledger",
+                          PW_KEY_NODE_NAME, name, PW_KEY_TARGET_OBJECT, device.name.c_str(), nullptr);
     if (!isMicrophone) {
         pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
     }
-    stream_ = std::make_unique<Stream>(*this, device.name, ++streamCount_);
+    stream_ = std::make_unique<Stream>(*this, device, ++streamCount_);
     lastCallback_ = 0;
     stream_->handle = pw_stream_new(connection_.core(), name, properties);
     if (stream_->handle == nullptr) {
@@ -362,15 +394,38 @@ void PipeWireCapture::streamFormatChanged(const spa_pod* parameter) {
         format_ = negotiated;
     }
     stream_->channelCount = negotiated.channels;
-    stream_->sampleRate = negotiated.rate;
     stream_->hasTrackFormat = isSameLayout(negotiated, *format_);
     stream_->hasFailed = !stream_->hasTrackFormat; // opened again with the track's format
     connection_.signalChange();
 }
 
-void PipeWireCapture::capture(const Stream& stream, pw_buffer& buffer) noexcept {
-    const std::int64_t now = nanosecondsNow();
-    lastCallback_.store(now, std::memory_order_relaxed);
+/// When and where the first frame of what has just arrived was captured.
+PipeWireCapture::Cycle PipeWireCapture::originOfArrival(Stream& stream) const noexcept {
+    pw_time time{};
+    pw_stream_get_time_n(stream.handle, &time, sizeof(time));
+    Cycle cycle;
+    cycle.time = time.now != 0 ? time.now : nanosecondsNow();
+    if (time.rate.denom != 0) {
+        cycle.ticks = time.ticks * time.rate.num;
+        cycle.ticksPerSecond = time.rate.denom;
+    }
+    if (const spa_io_position* position = stream.position) {
+        cycle.length = position->clock.duration;
+        cycle.driver = position->clock.id;
+    }
+    const Cycle last = std::exchange(stream.lastCycle, cycle);
+    if (source_ == CaptureSource::microphone) {
+        cycle.time -= cycle.nanoseconds(time.delay * time.rate.num); // said a little earlier
+        return cycle;
+    }
+    // The monitor of the output that gives the graph its beat hands out what was played in the cycle before; that of
+    // any other output, what is being played.
+    return cycle.driver == stream.device.node ? cycle.before(last) : cycle;
+}
+
+void PipeWireCapture::capture(Stream& stream, pw_buffer& buffer) noexcept {
+    lastCallback_.store(nanosecondsNow(), std::memory_order_relaxed);
+    const Cycle origin = originOfArrival(stream);
     const spa_data& plane = buffer.buffer->datas[0];
     const auto chunkFlags = static_cast<std::uint32_t>(plane.chunk->flags);
     if (!isCapturing_.load(std::memory_order_acquire) || !stream.hasTrackFormat || plane.data == nullptr ||
@@ -384,21 +439,10 @@ void PipeWireCapture::capture(const Stream& stream, pw_buffer& buffer) noexcept 
     if (packet.frames == 0) {
         return;
     }
-    pw_time time{};
-    pw_stream_get_time_n(stream.handle, &time, sizeof(time));
     packet.streamNumber = stream.number;
-    packet.cycleTime = time.now != 0 ? time.now : now;
-    if (time.rate.num != 0 && time.rate.denom != 0) {
-        packet.ticks = time.ticks * time.rate.num;
-        packet.ticksPerSecond = time.rate.denom;
-    }
-    // A microphone's samples were said a little earlier. An output's monitor, whose device gives the graph its beat,
-    // hands out what was played in the cycle before.
-    const std::int64_t age =
-        source_ == CaptureSource::systemAudio ? packet.frames * kNanosecondsPerSecond / stream.sampleRate
-        : packet.ticksPerSecond != 0 ? time.delay * time.rate.num * kNanosecondsPerSecond / packet.ticksPerSecond
-                                     : 0;
-    packet.firstFrameTime = packet.cycleTime - age;
+    packet.firstFrameTime = origin.time;
+    packet.ticks = origin.ticks;
+    packet.ticksPerSecond = origin.ticksPerSecond;
     const bool isEmpty = (chunkFlags & SPA_CHUNK_FLAG_EMPTY) != 0;
     const auto* samples =
         reinterpret_cast<const float*>(static_cast<const std::byte*>(plane.data) + offset); // aligned by the server

@@ -56,6 +56,7 @@ public:
     static void release(std::shared_ptr<PipeWireCapture> capture, const Executor& executor);
 
 private:
+    struct Cycle;
     struct Stream;
 
     /// Closes, and throws what the server said last.
@@ -71,7 +72,8 @@ private:
 
     void streamStateChanged(pw_stream_state state, const char* error);
     void streamFormatChanged(const spa_pod* parameter);
-    void capture(const Stream& stream, pw_buffer& buffer) noexcept;
+    Cycle originOfArrival(Stream& stream) const noexcept;
+    void capture(Stream& stream, pw_buffer& buffer) noexcept;
 
     void deliver(std::uint32_t bufferSize);
     void drain(CaptureTimeline& timeline, MonotonicTime& lastArrival);

@@ -142,7 +142,7 @@ void PipeWireConnection::globalAdded(std::uint32_t id, const char* type, const s
     if (typeName == PW_TYPE_INTERFACE_Node && lookUp(properties, PW_KEY_MEDIA_CLASS).starts_with("Audio/")) {
         const std::string name(lookUp(properties, PW_KEY_NODE_NAME));
         const std::string description(lookUp(properties, PW_KEY_NODE_DESCRIPTION));
-        nodes_[id] = {.device = {.name = name, .description = description.empty() ? name : description},
+        nodes_[id] = {.device = {.name = name, .description = description.empty() ? name : description, .node = id},
                       .mediaClass = std::string(lookUp(properties, PW_KEY_MEDIA_CLASS))};
         signalChange();
     } else if (typeName == PW_TYPE_INTERFACE_Metadata && lookUp(properties, PW_KEY_METADATA_NAME) == "default") {

@@ -17,8 +17,9 @@ enum class CaptureSource { microphone, systemAudio };
 
 /// A device that can be captured: a microphone, or an output.
 struct CaptureDevice {
-    std::string name;        ///< the node's name, by which a stream is aimed at it
-    std::string description; ///< for the user
+    std::string name;                   ///< the node's name, by which a stream is aimed at it
+    std::string description;            ///< for the user
+    std::uint32_t node{SPA_ID_INVALID}; ///< the server's number for it, as long as it is there
 };
 
 /// A connection to the sound server with a loop thread of its own. It knows the audio devices and which are the

@@ -9,9 +9,8 @@ namespace talkledger {
 
 /// What one realtime callback captured, without its samples.
 struct CapturePacket {
-    std::int64_t cycleTime{0};       ///< CLOCK_MONOTONIC ns of the graph cycle
     std::int64_t firstFrameTime{0};  ///< CLOCK_MONOTONIC ns at which the first frame was captured
-    std::uint64_t ticks{0};          ///< the graph's own position of the cycle
+    std::uint64_t ticks{0};          ///< the graph's own position of the first frame
     std::uint32_t ticksPerSecond{0}; ///< 0: unknown
     std::uint32_t streamNumber{0};   ///< positions are comparable only within one stream
     std::uint32_t frames{0};

@@ -18,7 +18,6 @@ protected:
     void add(std::uint64_t frame, std::uint64_t ticks, std::uint32_t frames, std::uint32_t streamNumber = 1) {
         CapturePacket packet;
         packet.firstFrameTime = std::chrono::nanoseconds(timeOfFrame(frame).time_since_epoch()).count();
-        packet.cycleTime = packet.firstFrameTime;
         packet.ticks = ticks;
         packet.ticksPerSecond = kTestRate;
         packet.streamNumber = streamNumber;

@@ -53,8 +53,8 @@ public:
         return waitUntil([&] { return health_.size() >= events.size(); }) && health() == events;
     }
 
-    /// The frame at which `passage` (samples of all channels) stands whole; absent when it does not yet.
-    std::optional<std::size_t> find(std::span<const float> passage, float tolerance = 0) {
+    /// The time at which `passage` (samples of all channels) stands whole; absent when it does not yet.
+    std::optional<MonotonicTime> find(std::span<const float> passage, float tolerance = 0) {
         const std::lock_guard lock(mutex_);
         const auto place =
             std::search(samples_.begin(), samples_.end(), passage.begin(), passage.end(),
@@ -62,7 +62,7 @@ public:
         if (place == samples_.end()) {
             return std::nullopt;
         }
-        return static_cast<std::size_t>(place - samples_.begin()) / format_.channelCount;
+        return timeOf(static_cast<std::size_t>(place - samples_.begin()) / format_.channelCount);
     }
 
     /// The length in seconds.
@@ -89,8 +89,7 @@ public:
 
     MonotonicTime end() {
         const std::lock_guard lock(mutex_);
-        const std::chrono::duration<double> length(static_cast<double>(frameCount()) / format_.sampleRate);
-        return begin_ + std::chrono::duration_cast<MonotonicTime::duration>(length);
+        return timeOf(frameCount());
     }
 
     /// How far, in seconds, a buffer's time was from where the frames before it end.
@@ -101,6 +100,11 @@ public:
 
 private:
     std::size_t frameCount() const { return format_.channelCount == 0 ? 0 : samples_.size() / format_.channelCount; }
+
+    MonotonicTime timeOf(std::size_t frame) const {
+        const std::chrono::duration<double> place(static_cast<double>(frame) / format_.sampleRate);
+        return begin_ + std::chrono::duration_cast<MonotonicTime::duration>(place);
+    }
 
     std::mutex mutex_;
     std::condition_variable changed_;

@@ -1,3 +1,4 @@
+#include "Support/CyclePlayer.h"
 #include "Support/RunTask.h"
 #include "Support/SoundSession.h"
 #include "TalkledgerPlatform/Audio/CapturedTrack.h"
@@ -22,7 +23,10 @@ namespace {
 
 using testing::CapturedTrack;
 using testing::ChildProcess;
+using testing::CyclePlayer;
+using testing::PlayedChannel;
 using testing::runTask;
+using testing::SharedClock;
 using testing::SoundSession;
 using testing::SoundSessionOptions;
 using enum TrackHealthEvent;
@@ -53,21 +57,55 @@ void writeWave(const std::filesystem::path& path, std::vector<float> samples, in
     sf_close(file);
 }
 
-/// Plays with `play` until `passage` has been recorded whole, and returns its place. A player that is not scheduled in
-/// time leaves a hole in what it plays, and beside other work that happens; a fault of the capture would be there each
-/// time.
-std::optional<std::size_t> recordWhole(CapturedTrack& track, std::span<const float> passage,
-                                       const std::function<std::unique_ptr<ChildProcess>()>& play,
-                                       float tolerance = 0) {
+/// A player that is not scheduled in time leaves a hole in what it plays, and beside other work that happens; a fault
+/// of the capture is there each time.
+bool holdsWhilePlayersAreLate(const std::function<bool()>& holds) {
     for (int attempt = 0; attempt < 6; ++attempt) {
+        if (holds()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Plays with `play` until `passage` has been recorded whole.
+bool recordWhole(CapturedTrack& track, std::span<const float> passage,
+                 const std::function<std::unique_ptr<ChildProcess>()>& play, float tolerance = 0) {
+    return holdsWhilePlayersAreLate([&] {
         const auto player = play();
         player->wait(std::chrono::seconds(15)); // it ends with the file; earlier attempts may not even have been linked
         EXPECT_TRUE(track.waitForSeconds(track.seconds() + 1)); // what is on its way
-        if (const auto place = track.find(passage, tolerance)) {
-            return place;
-        }
+        return track.find(passage, tolerance).has_value();
+    });
+}
+
+/// One channel as both of two, interleaved.
+std::vector<float> onBothSides(std::span<const float> samples) {
+    std::vector<float> both;
+    both.reserve(2 * samples.size());
+    for (const float sample : samples) {
+        both.insert(both.end(), {sample, sample});
     }
-    return std::nullopt;
+    return both;
+}
+
+constexpr const char* kPlayer = "talkledger-test-player";
+const std::string kLeft = std::string(SoundSession::kOutput) + ":playback_FL";
+const std::string kRight = std::string(SoundSession::kOutput) + ":playback_FR";
+
+void playWhole(CyclePlayer& player, const std::vector<CapturedTrack*>& tracks) {
+    player.play();
+    player.waitUntilPlayed(std::chrono::seconds(20));
+    for (CapturedTrack* track : tracks) {
+        EXPECT_TRUE(track->waitForSeconds(track->seconds() + 1)); // what is on its way
+    }
+}
+
+/// `passage` (samples of all channels) stands in the track at the time at which it was played.
+bool isInTime(CapturedTrack& track, std::span<const float> passage, const CyclePlayer& player) {
+    const auto time = track.find(passage);
+    return time && !player.hasMissedACycle() &&
+           std::abs(std::chrono::duration<double>(*time - player.beginning()).count()) < 0.001;
 }
 
 /// A sound session in which a microphone is recorded.
@@ -154,11 +192,11 @@ private:
 
 class LiveCapture : public ::testing::Test {
 protected:
-    SoundSession& enterSession(const SoundSessionOptions& options = {}) {
-        // Long cycles: beside other work and without realtime priority, short ones are missed upstream of the capture.
-        SoundSessionOptions longCycles = options;
-        longCycles.quantum = 4096;
-        session_ = std::make_unique<SoundSession>(longCycles);
+    /// Long cycles: beside other work and without realtime priority, short ones are missed upstream of the capture.
+    SoundSession& enterSession(SoundSessionOptions options = {}, std::uint32_t quantum = 4096) {
+        options.quantum = quantum;
+        session_.reset();
+        session_ = std::make_unique<SoundSession>(options);
         session_->enter();
         return *session_;
     }
@@ -217,13 +255,11 @@ TEST_F(LiveCapture, ConvertsAnotherMicrophoneToTheTracksFormat) {
     MicrophoneRecording recording(session);
     recording.start();
     const auto passage = noise(1, 1, 12);
-    std::vector<float> stereo;
-    std::vector<float> mixed;
-    for (const float sample : passage) {
-        stereo.insert(stereo.end(), {sample, sample});
-        mixed.push_back(sample * std::sqrt(2.0F)); // equal power: (left + right) / sqrt(2)
+    std::vector<float> mixed = passage;
+    for (float& sample : mixed) {
+        sample *= std::sqrt(2.0F); // equal power: (left + right) / sqrt(2)
     }
-    const auto file = wave(stereo, 2);
+    const auto file = wave(onBothSides(passage), 2);
     EXPECT_TRUE(recordWhole(
         recording.track(), mixed, [&] { return session.playIntoMicrophone(file); }, 1e-5F));
     recording.stop();
@@ -326,46 +362,63 @@ TEST_F(LiveCapture, OutputPassageIsWholeAndAQuietOutputIsSilence) {
     expectTrueTimeline(output.track(), stopped);
 }
 
-TEST_F(LiveCapture, OneSoundInBothTracksHasOneTime) {
-    SoundSession& session = enterSession({.sharesClock = true});
-    MicrophoneRecording microphone(session);
-    OutputRecording output;
-    microphone.start();
-    output.start();
-    const auto passage = noise(4, 1, 13);
-    // One player, linked by hand to the output and to the microphone's capture.
-    const auto player = session.start(
-        {"pw-play", "--target", "0", "-P", "{ node.name = both node.autoconnect = false }", wave(passage, 1).string()});
-    const auto link = [&](const std::string& port) {
-        // The player's port appears a moment after its start; the second of the two links may already have started it.
-        EXPECT_TRUE(session.start({"sh", "-c", "until pw-link both:output_MONO " + port + "; do sleep 0.02; done"})
-                        ->wait(std::chrono::seconds(20)));
-    };
-    link(std::string(SoundSession::kOutput) + ":playback_FL");
-    link(std::string(SoundSession::kOutput) + ":playback_FR");
-    link("talkledger-microphone:input_MONO");
-    EXPECT_TRUE(player->wait(std::chrono::seconds(40)));
-    EXPECT_TRUE(microphone.track().waitForSeconds(microphone.track().seconds() + 1));
-    EXPECT_TRUE(output.track().waitForSeconds(output.track().seconds() + 1));
-    const auto time = [](CapturedTrack& track, std::size_t frame) {
-        return std::chrono::duration<double>(track.begin().time_since_epoch()).count() +
-               static_cast<double>(frame) / kRate;
-    };
-    // Any part that came through whole on both ways, late enough for both links.
-    double apart = 1;
-    for (std::size_t begin = passage.size() - kRate; begin + kRate / 10 <= passage.size(); begin += kRate / 10) {
-        const auto part = std::span(passage).subspan(begin, kRate / 10);
-        std::vector<float> both;
-        for (const float sample : part) {
-            both.insert(both.end(), {sample, sample});
-        }
-        const auto spoken = microphone.track().find(part);
-        const auto played = output.track().find(both);
-        if (spoken && played) {
-            apart = time(microphone.track(), *spoken) - time(output.track(), *played);
+TEST_F(LiveCapture, OneSoundInBothTracksHasTheTimeOfItsCycle) {
+    const auto passage = noise(0.5, 1, 13);
+    for (const auto clock : {SharedClock::outputs, SharedClock::microphones}) {
+        const SoundSession& session = enterSession({.sharedClock = clock});
+        EXPECT_TRUE(holdsWhilePlayersAreLate([&] {
+            MicrophoneRecording microphone(session);
+            OutputRecording output;
+            microphone.start();
+            output.start();
+            CyclePlayer player(kPlayer, {{passage, {kLeft, kRight, "talkledger-microphone:input_MONO"}}});
+            playWhole(player, {&microphone.track(), &output.track()});
+            return isInTime(microphone.track(), passage, player) &&
+                   isInTime(output.track(), onBothSides(passage), player);
+        })) << "the clock is that of the "
+            << (clock == SharedClock::outputs ? "output" : "microphone");
+    }
+}
+
+TEST_F(LiveCapture, CyclesOfAnyLengthLeaveTheTimeRight) {
+    const auto passage = noise(0.3, 1, 14);
+    const std::vector<PlayedChannel> channels{{passage, {kLeft, kRight}}};
+    for (const std::uint32_t quantum : {256U, 512U, 1024U, 2048U}) {
+        for (const bool isPlayingBefore : {false, true}) {
+            enterSession({}, quantum);
+            EXPECT_TRUE(holdsWhilePlayersAreLate([&] {
+                OutputRecording output;
+                std::optional<CyclePlayer> player;
+                if (isPlayingBefore) {
+                    player.emplace(kPlayer, channels);
+                }
+                output.start();
+                if (!player) {
+                    player.emplace(kPlayer, channels);
+                }
+                playWhole(*player, {&output.track()});
+                return isInTime(output.track(), onBothSides(passage), *player);
+            })) << quantum
+                << " frames, played " << (isPlayingBefore ? "before" : "after") << " the start";
         }
     }
-    EXPECT_NEAR(apart, 0, 0.001);
+}
+
+TEST_F(LiveCapture, LongerCyclesInTheMiddleLoseNothing) {
+    const SoundSession& session = enterSession({}, 1024);
+    const auto passage = noise(2, 1, 15);
+    EXPECT_TRUE(holdsWhilePlayersAreLate([&] {
+        OutputRecording output;
+        output.start();
+        CyclePlayer player(kPlayer, {{passage, {kLeft, kRight}}});
+        player.play();
+        const double before = output.track().seconds();
+        EXPECT_TRUE(output.track().waitForSeconds(before + 0.5));
+        session.run({"pw-metadata", "-n", "settings", "0", "clock.force-quantum", "2048"});
+        playWhole(player, {&output.track()});
+        session.run({"pw-metadata", "-n", "settings", "0", "clock.force-quantum", "0"});
+        return isInTime(output.track(), onBothSides(passage), player);
+    }));
 }
 
 TEST_F(LiveCapture, FollowsTheDefaultOutput) {
