@@ -4,6 +4,7 @@
 #include "TalkledgerCore/Capture/CapturePermissionInspector.h"
 
 #include <exception>
+#include <new>
 #include <utility>
 
 namespace talkledger {
@@ -22,9 +23,13 @@ void removeExistingFile(FileSystem& fileSystem, const std::filesystem::path& fil
     }
 }
 
-/// A receiver's own copy: the capture reuses its buffer after the call.
+/// A receiver's own copy: the capture reuses its buffer after the call. None when there is no memory for it.
 SharedAudioBuffer copyOf(const AudioBuffer& buffer) {
-    return std::make_shared<const AudioBuffer>(buffer);
+    try {
+        return std::make_shared<const AudioBuffer>(buffer);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 } // namespace
@@ -82,8 +87,11 @@ void MicrophoneWAVRecorder::receive(const AudioBuffer& buffer) {
     if (levelHandler_) {
         levelHandler_(AudioLevelMeter::normalizedLevel(buffer));
     }
-    if (liveTranscriptBufferHandler_) {
-        liveTranscriptBufferHandler_(copyOf(buffer));
+    if (!liveTranscriptBufferHandler_) {
+        return;
+    }
+    if (const SharedAudioBuffer liveCopy = copyOf(buffer)) {
+        liveTranscriptBufferHandler_(liveCopy);
     }
 }
 

@@ -93,20 +93,22 @@ Task<> RecordingTimelineRecorder::flush() {
 }
 
 void RecordingTimelineRecorder::write() noexcept {
-    std::optional<State> pending;
-    {
-        const std::lock_guard guard(lock_);
-        if (!state_ || state_->isWritten) {
-            return;
-        }
-        state_->isWritten = true;
-        pending = state_;
-    }
+    std::filesystem::path folder;
     try {
-        fileSystem_->writeFileAtomically(timelineFile(pending->folder), encodeJson(toJson(pending->timeline)));
+        RecordingTimeline timeline;
+        {
+            const std::lock_guard guard(lock_);
+            if (!state_ || state_->isWritten) {
+                return;
+            }
+            folder = state_->folder;
+            timeline = state_->timeline;
+            state_->isWritten = true;
+        }
+        fileSystem_->writeFileAtomically(timelineFile(folder), encodeJson(toJson(timeline)));
     } catch (const std::exception&) {
         const std::lock_guard guard(lock_);
-        if (state_->folder == pending->folder) {
+        if (state_->folder == folder) {
             state_->isWritten = false;
         }
     }

@@ -55,7 +55,8 @@ enum class TrackHealthEvent {
 /// Called on any thread; must not block.
 using TrackHealthHandler = std::function<void(AudioChannel, TrackHealthEvent)>;
 
-/// Called on the capture's delivery thread (never a realtime thread), one buffer at a time and in order.
+/// Called on the capture's delivery thread (never a realtime thread), one buffer at a time and in order. A tap that
+/// throws misses that buffer and gets the next one.
 using AudioTap = std::function<void(const AudioBuffer&)>;
 
 /// One microphone capture. Called on the main executor.

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <exception>
+#include <new>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -208,13 +210,15 @@ void PipeWireCapture::start(const AudioFormat& format, std::uint32_t bufferSize,
     startTime_ = Clock::now();
     trackFormat_ = format;
     deliver_ = std::move(deliver);
+    CaptureTimeline timeline(format, bufferSize, [this](const AudioBuffer& buffer) { handOver(buffer); });
     ring_ = std::make_unique<SampleRing>(format.channelCount, ringFrames(format));
     hasArrived_ = false;
     publishedHealth_.reset();
     isStopping_ = false;
     wakeFrames_ = 1; // the first samples at once
     isCapturing_.store(true, std::memory_order_release);
-    deliveryThread_ = std::thread([this, bufferSize] { this->deliver(bufferSize); });
+    deliveryThread_ = std::thread(
+        [this, bufferSize, timeline = std::move(timeline)]() mutable { this->deliver(timeline, bufferSize); });
     pthread_setname_np(deliveryThread_.native_handle(), threadName.substr(0, kLongestThreadName).c_str());
     if (!waitForArrival()) {
         fail();
@@ -458,9 +462,8 @@ void PipeWireCapture::wakeDelivery() noexcept {
     [[maybe_unused]] const ssize_t written = write(wakeDescriptor_, &one, sizeof(one));
 }
 
-void PipeWireCapture::deliver(std::uint32_t bufferSize) {
+void PipeWireCapture::deliver(CaptureTimeline& timeline, std::uint32_t bufferSize) {
     deliveryThreadId_ = std::this_thread::get_id();
-    CaptureTimeline timeline(trackFormat_, bufferSize, [this](const AudioBuffer& buffer) { deliver_(buffer); });
     MonotonicTime lastArrival = startTime_;
     bool isStopping = false;
     while (!isStopping) {
@@ -469,26 +472,41 @@ void PipeWireCapture::deliver(std::uint32_t bufferSize) {
         std::uint64_t count = 0;
         [[maybe_unused]] const ssize_t taken = read(wakeDescriptor_, &count, sizeof(count));
         isStopping = isStopping_.load(std::memory_order_acquire); // before draining: all that was captured until then
-
-        drain(timeline, lastArrival);
+        try {
+            deliverArrived(timeline, lastArrival);
+        } catch (const std::bad_alloc&) {
+            // What has been captured waits in the ring for the next turn.
+        }
         wakeFrames_.store(timeline.hasBegun() ? bufferSize : 1, std::memory_order_relaxed);
-        const MonotonicTime now = Clock::now();
-        const bool isSilent = now - lastArrival > kSilentAfter;
-        if (!timeline.hasBegun() && source_ == CaptureSource::systemAudio && now - startTime_ > kStartPatience) {
-            timeline.begin(startTime_);
-        }
-        if (timeline.hasBegun() && isSilent) {
-            timeline.fillTo(now - kSilentAfter);
-        }
-        if (isAway_ || (isSilent && source_ == CaptureSource::microphone)) {
-            publishHealth(TrackHealthEvent::waitingForDevice);
-        } else if (timeline.hasBegun()) {
-            publishHealth(TrackHealthEvent::deviceRunning);
-        }
     }
     if (timeline.hasBegun()) {
         timeline.fillTo(stopTime_);
         timeline.flush();
+    }
+}
+
+void PipeWireCapture::deliverArrived(CaptureTimeline& timeline, MonotonicTime& lastArrival) {
+    drain(timeline, lastArrival);
+    const MonotonicTime now = Clock::now();
+    const bool isSilent = now - lastArrival > kSilentAfter;
+    if (!timeline.hasBegun() && source_ == CaptureSource::systemAudio && now - startTime_ > kStartPatience) {
+        timeline.begin(startTime_);
+    }
+    if (timeline.hasBegun() && isSilent) {
+        timeline.fillTo(now - kSilentAfter);
+    }
+    if (isAway_ || (isSilent && source_ == CaptureSource::microphone)) {
+        publishHealth(TrackHealthEvent::waitingForDevice);
+    } else if (timeline.hasBegun()) {
+        publishHealth(TrackHealthEvent::deviceRunning);
+    }
+}
+
+void PipeWireCapture::handOver(const AudioBuffer& buffer) noexcept {
+    try {
+        deliver_(buffer);
+    } catch (const std::exception&) {
+        // Whoever could not take it, for lack of memory as a rule, gets the next one.
     }
 }
 
@@ -509,10 +527,10 @@ void PipeWireCapture::drain(CaptureTimeline& timeline, MonotonicTime& lastArriva
 
 void PipeWireCapture::publishHealth(TrackHealthEvent event) {
     if (publishedHealth_ != event) {
-        publishedHealth_ = event;
         if (health_) {
             health_(source_ == CaptureSource::microphone ? AudioChannel::mic : AudioChannel::speaker, event);
         }
+        publishedHealth_ = event;
     }
 }
 

@@ -42,7 +42,8 @@ public:
     AudioFormat open(const std::optional<AudioFormat>& format = std::nullopt);
 
     /// Captures from now on; opens first unless it is open with that format. Returns when the first samples have
-    /// arrived; an output may be silent. Throws SoundServerError otherwise, after five seconds at most.
+    /// arrived; an output may be silent. An exception of `deliver` loses it that buffer, and no more. Throws
+    /// SoundServerError otherwise, after five seconds at most.
     void start(const AudioFormat& format, std::uint32_t bufferSize, const std::string& threadName, Delivery deliver);
 
     /// Delivers what has been captured up to now; nothing is delivered after it returns.
@@ -75,7 +76,9 @@ private:
     Cycle originOfArrival(Stream& stream) const noexcept;
     void capture(Stream& stream, pw_buffer& buffer) noexcept;
 
-    void deliver(std::uint32_t bufferSize);
+    void deliver(CaptureTimeline& timeline, std::uint32_t bufferSize);
+    void deliverArrived(CaptureTimeline& timeline, MonotonicTime& lastArrival);
+    void handOver(const AudioBuffer& buffer) noexcept;
     void drain(CaptureTimeline& timeline, MonotonicTime& lastArrival);
     void publishHealth(TrackHealthEvent event);
     void wakeDelivery() noexcept;

@@ -15,6 +15,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <new>
 #include <random>
 #include <span>
 
@@ -121,9 +122,15 @@ public:
 
     AudioFormat inputFormat() { return runTask(context_, engine_->inputFormat()); }
 
-    void start() {
+    /// `next` receives each buffer after the track.
+    void start(const AudioTap& next = {}) {
         const AudioFormat format = inputFormat();
-        engine_->installTap(4096, format, [track = track_](const AudioBuffer& buffer) { track->append(buffer); });
+        engine_->installTap(4096, format, [track = track_, next](const AudioBuffer& buffer) {
+            track->append(buffer);
+            if (next) {
+                next(buffer);
+            }
+        });
         runTask(context_, engine_->start());
     }
 
@@ -484,6 +491,22 @@ TEST_F(LiveCapture, ReceiverMayDieInADeliveryAndTakeTheStreamWithIt) {
     runTask(context, std::move(start));
     EXPECT_EQ(died.wait_for(std::chrono::seconds(40)), std::future_status::ready);
     pool.join();
+}
+
+TEST_F(LiveCapture, ReceiverThatFailsMissesOneBufferOnly) {
+    const SoundSession& session = enterSession();
+    MicrophoneRecording recording(session);
+    int failures = 0;
+    recording.start([&failures](const AudioBuffer&) {
+        if (++failures % 2 == 0) {
+            throw std::bad_alloc();
+        }
+    });
+    EXPECT_TRUE(recording.track().waitForSeconds(1));
+    const MonotonicTime stopped = std::chrono::steady_clock::now();
+    recording.stop();
+    EXPECT_GT(failures, 2);
+    expectTrueTimeline(recording.track(), stopped);
 }
 
 TEST_F(LiveCapture, WithoutAnOutputThereIsNothingToShare) {
