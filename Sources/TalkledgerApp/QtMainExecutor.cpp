@@ -12,19 +12,13 @@ thread_local const QtMainContext* runningContext = nullptr;
 
 } // namespace
 
-/// Receives one event for each burst of posts. A plain event is posted rather than a functor: it is made, handed over
-/// and freed inside Qt, and carries nothing that would be shared between threads.
+/// Receives one event for each burst of posts. A plain event is posted rather than a functor, and only Qt looks at it:
+/// it carries nothing that would be shared between threads.
 class QtMainContext::Drain final : public QObject {
 public:
     explicit Drain(QtMainContext& context) : context_(context) {}
 
-    bool event(QEvent* event) override {
-        if (event->type() != QEvent::User) {
-            return QObject::event(event);
-        }
-        context_.runPending();
-        return true;
-    }
+    void customEvent(QEvent* /*event*/) override { context_.runPending(); }
 
 private:
     QtMainContext& context_;
@@ -34,8 +28,7 @@ QtMainContext::QtMainContext() : drain_(std::make_unique<Drain>(*this)) {}
 
 QtMainContext::~QtMainContext() {
     close();
-    drain_.reset();
-    shutdown();
+    shutdown(); // ends the timers' thread, which may still be posting
     destroy();
 }
 
