@@ -19,7 +19,7 @@ WorkerSpeechRecognition::Settings speechSettings() {
 
 } // namespace
 
-AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance)
+AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, TerminationSignals& terminationSignals)
     : settings_(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Talkledger"), QStringLiteral("Talkledger")),
       background_(backgroundThreads),
       captureReports_(std::make_shared<CaptureReports>(QtMainExecutor(mainContext_))),
@@ -37,7 +37,7 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance)
              captureReports_, QtMainExecutor(mainContext_), background_.get_executor(), settings_),
       appearance_(QDBusConnection::sessionBus()),
       windows_(model_, appearance_),
-      delegate_(model_, windows_, singleInstance) {}
+      delegate_(model_, windows_, singleInstance, terminationSignals) {}
 
 AppBootstrap::~AppBootstrap() {
     background_.join();

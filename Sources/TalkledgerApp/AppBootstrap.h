@@ -7,6 +7,7 @@
 #include "TalkledgerApp/CaptureReports.h"
 #include "TalkledgerApp/DesktopAppearance.h"
 #include "TalkledgerApp/QtMainExecutor.h"
+#include "TalkledgerApp/TerminationSignals.h"
 #include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
 #include "TalkledgerPlatform/Audio/PipeWireSystemAudio.h"
 #include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
@@ -26,8 +27,8 @@ namespace talkledger {
 /// and takes everything down in the order that each needs. Main thread.
 class AppBootstrap {
 public:
-    /// For the first copy of the program. `singleInstance` has to outlive it.
-    explicit AppBootstrap(AppSingleInstanceCoordinator& singleInstance);
+    /// For the first copy of the program. Both have to outlive it.
+    AppBootstrap(AppSingleInstanceCoordinator& singleInstance, TerminationSignals& terminationSignals);
     ~AppBootstrap();
     AppBootstrap(const AppBootstrap&) = delete;
     AppBootstrap& operator=(const AppBootstrap&) = delete;

@@ -5,7 +5,8 @@
 
 namespace talkledger {
 
-AppDelegate::AppDelegate(AppModel& model, AppWindowController& windows, AppSingleInstanceCoordinator& singleInstance)
+AppDelegate::AppDelegate(AppModel& model, AppWindowController& windows, AppSingleInstanceCoordinator& singleInstance,
+                         TerminationSignals& terminationSignals)
     : model_(model), windows_(windows) {
     // Ending the program is decided here alone: Qt would drop a recording with the last window.
     QGuiApplication::setQuitOnLastWindowClosed(false);
@@ -14,7 +15,7 @@ AppDelegate::AppDelegate(AppModel& model, AppWindowController& windows, AppSingl
     connect(&singleInstance, &AppSingleInstanceCoordinator::actionActivated, this, &AppDelegate::performAction);
     connect(&windows, &AppWindowController::closeRequested, this, &AppDelegate::closeWindow);
     connect(&windows, &AppWindowController::quitRequested, this, &AppDelegate::quit);
-    connect(&terminationSignals_, &TerminationSignals::terminationRequested, this, &AppDelegate::quit);
+    connect(&terminationSignals, &TerminationSignals::terminationRequested, this, &AppDelegate::quit);
     connect(&model, &AppModel::isBusyChanged, this, &AppDelegate::continueQuitting);
     connect(
         qGuiApp, &QGuiApplication::commitDataRequest, this,

@@ -17,7 +17,8 @@ class AppDelegate : public QObject {
 
 public:
     /// All of them have to outlive it.
-    AppDelegate(AppModel& model, AppWindowController& windows, AppSingleInstanceCoordinator& singleInstance);
+    AppDelegate(AppModel& model, AppWindowController& windows, AppSingleInstanceCoordinator& singleInstance,
+                TerminationSignals& terminationSignals);
 
     /// This is the first copy: its window opens.
     void applicationDidFinishLaunching();
@@ -35,7 +36,6 @@ private:
 
     AppModel& model_;
     AppWindowController& windows_;
-    TerminationSignals terminationSignals_;
     bool isQuitting_{false};
 };
 

@@ -1,5 +1,6 @@
 #include "TalkledgerApp/AppBootstrap.h"
 #include "TalkledgerApp/AppSingleInstanceCoordinator.h"
+#include "TalkledgerApp/TerminationSignals.h"
 
 #include <QDBusConnection>
 #include <QGuiApplication>
@@ -22,11 +23,13 @@ int main(int argc, char** argv) {
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/talkledger/Icons/app-icon.svg")));
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     try {
+        // Before anyone can know that this copy is there: an end that comes while it starts is a clean one too.
+        TerminationSignals terminationSignals;
         AppSingleInstanceCoordinator singleInstance(QDBusConnection::sessionBus());
         if (singleInstance.activateExistingInstanceIfNeeded(platformData)) {
             return 0;
         }
-        AppBootstrap bootstrap(singleInstance);
+        AppBootstrap bootstrap(singleInstance, terminationSignals);
         return bootstrap.run();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "talkledger: %s\n", error.what());
