@@ -1,4 +1,5 @@
 #include "TalkledgerApp/QtMainExecutor.h"
+#include "TalkledgerCore/Support/RunOn.h"
 #include "TalkledgerCore/Support/Task.h"
 
 #include <boost/asio/bind_cancellation_slot.hpp>
@@ -17,6 +18,7 @@
 #include <QCoreApplication>
 #include <QThread>
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -51,12 +53,12 @@ protected:
     QtMainContext context_;
 };
 
-Task<int> answerOnPool(bool fails) {
+int answerOnPool(bool fails) {
     EXPECT_NE(QThread::currentThread(), QCoreApplication::instance()->thread());
     if (fails) {
         throw std::runtime_error("The pool failed.");
     }
-    co_return 42;
+    return 42;
 }
 
 Task<void> sleepForever() {
@@ -68,7 +70,8 @@ TEST_F(QtMainExecutorTest, PoolsTimersAndExceptionsComeBackToTheMainThread) {
     asio::thread_pool pool(2);
     const auto story = [&]() -> Task<void> {
         EXPECT_TRUE(isMainThread());
-        const int answer = co_await asio::co_spawn(pool, answerOnPool(false), asio::use_awaitable);
+        const std::function<int()> succeed = [] { return answerOnPool(false); };
+        const int answer = co_await runOn(pool.get_executor(), succeed);
         EXPECT_EQ(answer, 42);
         EXPECT_TRUE(isMainThread());
         asio::steady_timer onPool(pool, std::chrono::milliseconds(1));
@@ -79,7 +82,8 @@ TEST_F(QtMainExecutorTest, PoolsTimersAndExceptionsComeBackToTheMainThread) {
         EXPECT_TRUE(isMainThread());
         std::string failure;
         try {
-            co_await asio::co_spawn(pool, answerOnPool(true), asio::use_awaitable);
+            const std::function<int()> fail = [] { return answerOnPool(true); };
+            co_await runOn(pool.get_executor(), fail);
         } catch (const std::runtime_error& error) {
             failure = error.what();
         }

@@ -1,15 +1,16 @@
 #include "TalkledgerCore/Capture/RecordingTimeline.h"
 
-#include <boost/asio/co_spawn.hpp>
+#include "TalkledgerCore/Support/RunOn.h"
+
 #include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
-#include <boost/asio/use_awaitable.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <utility>
 
 namespace talkledger {
@@ -85,11 +86,8 @@ void RecordingTimelineRecorder::trackBegan(AudioChannel channel, MonotonicTime t
 }
 
 Task<> RecordingTimelineRecorder::flush() {
-    const auto writeOnce = [](std::shared_ptr<RecordingTimelineRecorder> self) -> Task<> {
-        self->write();
-        co_return;
-    };
-    co_await boost::asio::co_spawn(writes_, writeOnce(shared_from_this()), boost::asio::use_awaitable);
+    std::function<void()> writeOnce = [self = shared_from_this()] { self->write(); };
+    return runOn(writes_, std::move(writeOnce));
 }
 
 void RecordingTimelineRecorder::write() noexcept {

@@ -1,9 +1,9 @@
 #include "TalkledgerPlatform/Audio/M4AAssetWriter.h"
 
+#include "TalkledgerCore/Support/RunOn.h"
 #include "TalkledgerPlatform/Audio/AudioFileError.h"
 #include "TalkledgerPlatform/Audio/Ffmpeg.h"
 #include "TalkledgerPlatform/Audio/PlainM4A.h"
-#include "TalkledgerPlatform/Audio/RunOn.h"
 
 #include <algorithm>
 #include <chrono>

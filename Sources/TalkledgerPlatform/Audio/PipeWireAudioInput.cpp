@@ -1,7 +1,7 @@
 #include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
 
+#include "TalkledgerCore/Support/RunOn.h"
 #include "TalkledgerPlatform/Audio/PipeWireCapture.h"
-#include "TalkledgerPlatform/Audio/RunOn.h"
 #include "TalkledgerPlatform/Audio/SoundServerError.h"
 
 #include <functional>

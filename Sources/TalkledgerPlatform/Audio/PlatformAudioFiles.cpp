@@ -1,8 +1,8 @@
 #include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
 
+#include "TalkledgerCore/Support/RunOn.h"
 #include "TalkledgerPlatform/Audio/Ffmpeg.h"
 #include "TalkledgerPlatform/Audio/M4AAssetWriter.h"
-#include "TalkledgerPlatform/Audio/RunOn.h"
 #include "TalkledgerPlatform/Audio/WaveFile.h"
 
 #include <algorithm>
