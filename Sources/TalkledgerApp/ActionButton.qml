@@ -7,6 +7,7 @@ Button {
 
     property string iconName
     property string shortcutText
+    property string tip
     property color fill: Theme.surface
     property color ink: Theme.text
     property color outline: Theme.line
@@ -15,6 +16,9 @@ Button {
     Accessible.onPressAction: if (enabled) {
         clicked()
     }
+    ToolTip.delay: 600
+    ToolTip.text: tip
+    ToolTip.visible: hovered && tip !== ""
     font.pixelSize: Theme.controlSize
     implicitHeight: Theme.buttonHeight
     leftPadding: Theme.gap3

@@ -29,6 +29,8 @@ QtObject {
     readonly property color liveTint: isDark ? "#331D17" : "#FCEDE8"
     readonly property color liveLine: isDark ? "#6E3A2C" : "#EBB9AC"
     readonly property color attention: isDark ? "#E4B75F" : "#7A5200"
+    readonly property color attentionTint: isDark ? "#322814" : "#FBF0D4"
+    readonly property color attentionLine: isDark ? "#6B5424" : "#DDBE74"
     readonly property color fail: isDark ? "#FF8FA6" : "#A3163F"
     readonly property color failTint: isDark ? "#371A22" : "#FAE7EC"
     readonly property color failLine: isDark ? "#743445" : "#E0A5B6"
@@ -37,6 +39,9 @@ QtObject {
     /// All of its digits are equally wide, so a running clock stands still.
     readonly property string figures: "Noto Sans CJK JP"
     readonly property string fixedPitch: "Noto Sans Mono CJK JP"
+
+    /// Of the Latin font, from its highest to its lowest stroke, as a share of the size.
+    readonly property real latinHeight: 1.21
 
     readonly property int clockSize: 24
     readonly property int clockLine: 32
@@ -65,6 +70,10 @@ QtObject {
     readonly property int footHeight: 36
     readonly property int mainButtonHeight: 40
     readonly property int buttonHeight: 32
+
+    readonly property int dayHeight: 28
+    readonly property int widestTranscript: 840
+    readonly property int widestBubble: 560
 
     readonly property int wideFrom: 1180
     readonly property int narrowBelow: 720
