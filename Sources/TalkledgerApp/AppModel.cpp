@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <iterator>
 #include <utility>
 
 namespace talkledger {
@@ -36,20 +37,6 @@ std::optional<std::filesystem::path> storedFolder(const QSettings& settings) {
     return folder.isEmpty() ? std::nullopt : std::optional<std::filesystem::path>(folder.toStdString());
 }
 
-QString trackName(TrackState state) {
-    switch (state) {
-    case TrackState::notStarted:
-        return QStringLiteral("notStarted");
-    case TrackState::running:
-        return QStringLiteral("running");
-    case TrackState::waitingForDevice:
-        return QStringLiteral("waitingForDevice");
-    case TrackState::writeFailed:
-        return QStringLiteral("writeFailed");
-    }
-    return {};
-}
-
 } // namespace
 
 AppModel::AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captureReports, Executor main,
@@ -59,7 +46,9 @@ AppModel::AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captur
       main_(std::move(main)),
       settings_(settings),
       captureReports_(std::move(captureReports)),
+      tracks_(captureReports_),
       markdownExporter_(ports.fileSystem) {
+    connect(&tracks_, &RecordingTracks::microphoneLevelChanged, this, &AppModel::microphoneLevelChanged);
     markdownExportDirectory_ = storedFolder(settings_);
     createStore(ports.fileSystem);
     if (store_) {
@@ -76,7 +65,7 @@ void AppModel::createStore(FileSystem& fileSystem) {
         store_.emplace(RecordingStore::defaultRootDirectory(fileSystem), fileSystem);
         rootDirectory_ = store_->rootDirectory();
     } catch (const std::exception& error) {
-        setStatusText(copy().storageUnavailable());
+        setFailedStatusText(copy().storageUnavailable());
         setLastError(error.what());
     }
 }
@@ -94,8 +83,11 @@ void AppModel::createCoordinator(const AppPorts& ports, const Executor& backgrou
                                                                 timeline, relayTo(AudioChannel::speaker));
     auto transcripts = std::make_unique<RecordedArtifactTranscriptProvider>(
         speechLocale, QLocale::system().name().toStdString(), RecordedArtifactTranscriptMode::finalAccuracy,
-        ports.speechRecognition, ports.fileSystem,
-        [this](AudioChannel channel, double share) { setTranscriptionProgress(channel, share); });
+        ports.speechRecognition, ports.fileSystem, [this](AudioChannel channel, double share) {
+            if (currentSession_) { // the one that has been stopped, until it is saved
+                tracks_.setTranscribedShare(channel, share);
+            }
+        });
     coordinator_ = std::make_unique<RecordingCoordinator>(
         *store_, std::move(microphone), std::move(systemAudio), std::move(transcripts),
         std::make_unique<FoundationModelsSalesSummaryGenerator>(ports.languageModel),
@@ -112,24 +104,30 @@ void AppModel::startRecording() {
 
 Task<void> AppModel::startRecordingNow() {
     if (!coordinator_) {
-        setStatusText(copy().recorderUnavailable());
+        setFailedStatusText(copy().recorderUnavailable());
         setIsBusy(false);
         co_return;
     }
     setLastError(std::nullopt);
     setStatusText(copy().startingCapture());
-    beginReports();
+    if (!isRecording_) { // or the start fails, and the recording in progress goes on
+        tracks_.begin();
+    }
     std::optional<std::string> failure;
+    bool noTrackStarted = false;
     try {
         const std::string title = defaultRecordingTitle();
         co_await coordinator_->start(title);
+    } catch (const RecordingCoordinatorError& error) {
+        failure = error.what();
+        noTrackStarted = error.failure() == RecordingCoordinatorError::Case::noCaptureTrackStarted;
     } catch (const std::exception& error) {
         failure = error.what();
     }
     followCoordinator();
     if (failure) {
-        setStatusText(copy().startFailed());
-        setLastError(std::move(failure));
+        setFailedStatusText(copy().startFailed());
+        setLastError(std::move(failure), noTrackStarted);
     } else {
         setStatusText(copy().recordingMicAndSystemAudio());
     }
@@ -147,12 +145,13 @@ void AppModel::stopRecording() {
 
 Task<void> AppModel::stopRecordingNow() {
     if (!coordinator_) {
-        setStatusText(copy().recorderUnavailable());
+        setFailedStatusText(copy().recorderUnavailable());
         setIsBusy(false);
         co_return;
     }
     setLastError(std::nullopt);
     setStatusText(copy().stoppingAndTranscribing());
+    tracks_.endCapture();
     std::optional<RecordingSession> finished;
     std::optional<std::string> failure;
     try {
@@ -160,13 +159,15 @@ Task<void> AppModel::stopRecordingNow() {
     } catch (const std::exception& error) {
         failure = error.what();
     }
+    const std::vector<std::string> trackMessages = tracks_.messages();
     followCoordinator();
     if (failure) {
-        setStatusText(copy().stopFailed());
+        setFailedStatusText(copy().stopFailed());
         setLastError(std::move(failure));
         refreshSessions();
     } else if (finished) {
         setStatusText(copy().recordingSaved());
+        keepMessages(trackMessages, *finished);
         refreshSessions();
         exportMarkdown(*finished);
     }
@@ -177,80 +178,30 @@ std::string AppModel::defaultRecordingTitle() const {
     return copy().sessionTitlePrefix() + " " + formatLocalDateTime(std::chrono::system_clock::now());
 }
 
-void AppModel::beginReports() {
-    trackHealth_ = {};
-    startedTracks_.clear();
-    transcriptionProgress_.clear();
-    captureReports_->beginRecording([this](double level) { setMicrophoneLevel(level); },
-                                    [this](AudioChannel channel, TrackHealthEvent event) {
-                                        trackHealth_.apply(channel, event);
-                                        Q_EMIT trackStatesChanged();
-                                    });
-    Q_EMIT trackStatesChanged();
-    Q_EMIT transcriptionProgressChanged();
-}
-
-void AppModel::endReports() {
-    captureReports_->endRecording();
-    trackHealth_ = {};
-    startedTracks_.clear();
-    transcriptionProgress_.clear();
-    setMicrophoneLevel(0);
-    Q_EMIT trackStatesChanged();
-    Q_EMIT transcriptionProgressChanged();
-}
-
 /// The coordinator knows what is captured, also after a failure: a start that failed to write its diagnostics has
 /// tracks that run, and a stop that failed has none.
 void AppModel::followCoordinator() {
     setCurrentSession(coordinator_->currentSession());
     setIsRecording(coordinator_->isRecording());
-    if (isRecording_) {
-        readStartedTracks();
-    } else {
-        endReports();
+    if (!isRecording_) {
+        tracks_.end();
+    } else if (const auto begun = diagnostics(*currentSession_)) {
+        tracks_.setStarted(*begun);
     }
 }
 
-void AppModel::readStartedTracks() {
-    try {
-        const RecordingDiagnostics diagnostics = store_->loadDiagnostics(*currentSession_);
-        startedTracks_[AudioChannel::mic] = diagnostics.microphoneStarted;
-        startedTracks_[AudioChannel::speaker] = diagnostics.systemAudioStarted;
-    } catch (const std::exception&) {
-        startedTracks_.clear();
-    }
-    Q_EMIT trackStatesChanged();
-}
-
-TrackState AppModel::trackState(AudioChannel channel) const {
-    const auto started = startedTracks_.find(channel);
-    if (started != startedTracks_.end() && !started->second) {
-        return TrackState::notStarted;
-    }
-    switch (trackHealth_.condition(channel)) {
-    case TrackCondition::waitingForDevice:
-        return TrackState::waitingForDevice;
-    case TrackCondition::writeFailed:
-        return TrackState::writeFailed;
-    case TrackCondition::running:
-        break;
-    }
-    return TrackState::running;
-}
-
-/// Only a stop transcribes, and the recording that it stops is the current one until it ends.
-void AppModel::setTranscriptionProgress(AudioChannel channel, double share) {
-    if (!currentSession_) {
+/// The coordinator does not see what the tracks went through: that joins its messages here.
+void AppModel::keepMessages(const std::vector<std::string>& messages, const RecordingSession& session) {
+    if (messages.empty()) {
         return;
     }
-    transcriptionProgress_[channel] = std::clamp(share, 0.0, 1.0);
-    Q_EMIT transcriptionProgressChanged();
-}
-
-double AppModel::transcriptionProgress(AudioChannel channel) const {
-    const auto progress = transcriptionProgress_.find(channel);
-    return progress == transcriptionProgress_.end() ? 0 : progress->second;
+    try {
+        RecordingDiagnostics diagnostics = store_->loadDiagnostics(session);
+        std::ranges::copy(messages, std::back_inserter(diagnostics.messages));
+        store_->saveDiagnostics(diagnostics, session);
+    } catch (const std::exception& error) {
+        setLastError(error.what());
+    }
 }
 
 void AppModel::refreshSessions() {
@@ -267,6 +218,10 @@ void AppModel::refreshSessions() {
     } catch (const std::exception& error) {
         setLastError(error.what());
     }
+}
+
+void AppModel::dismissLastError() {
+    setLastError(std::nullopt);
 }
 
 void AppModel::setDisplayLanguage(DisplayLanguage language) {
@@ -317,7 +272,7 @@ void AppModel::exportTranscriptMarkdown(const RecordingSession& session) {
 
 void AppModel::exportMarkdown(const RecordingSession& session) {
     if (!store_) {
-        setStatusText(copy().transcriptExportFailed());
+        setFailedStatusText(copy().transcriptExportFailed());
         setLastError(copy().storageUnavailable());
         return;
     }
@@ -330,28 +285,31 @@ void AppModel::exportMarkdown(const RecordingSession& session) {
         Q_EMIT lastMarkdownExportURLChanged();
         setStatusText(copy().transcriptExported());
     } catch (const std::exception& error) {
-        setStatusText(copy().transcriptExportFailed());
+        setFailedStatusText(copy().transcriptExportFailed());
         setLastError(error.what());
     }
 }
 
 std::optional<TranscriptDocument> AppModel::transcript(const RecordingSession& session) const {
-    if (!store_) {
-        return std::nullopt;
-    }
-    try {
-        return store_->loadTranscript(session);
-    } catch (const std::exception&) {
-        return std::nullopt;
-    }
+    return loaded([&] { return store_->loadTranscript(session); });
 }
 
 std::optional<SalesSummary> AppModel::listSummary(const RecordingSession& session) const {
+    return loaded([&] { return store_->loadSummary(session); });
+}
+
+std::optional<RecordingDiagnostics> AppModel::diagnostics(const RecordingSession& session) const {
+    return loaded([&] { return store_->loadDiagnostics(session); });
+}
+
+/// What there is of it: a recording that lacks a file is shown without.
+template <typename Load>
+auto AppModel::loaded(Load load) const -> std::optional<decltype(load())> {
     if (!store_) {
         return std::nullopt;
     }
     try {
-        return store_->loadSummary(session);
+        return load();
     } catch (const std::exception&) {
         return std::nullopt;
     }
@@ -395,18 +353,6 @@ double AppModel::currentRecordingStart() const {
     return std::chrono::duration<double, std::milli>(currentSession_->startedAt.time_since_epoch()).count();
 }
 
-QString AppModel::microphoneTrackName() const {
-    return trackName(trackState(AudioChannel::mic));
-}
-
-QString AppModel::systemAudioTrackName() const {
-    return trackName(trackState(AudioChannel::speaker));
-}
-
-double AppModel::transcriptionProgressOfBoth() const {
-    return (transcriptionProgress(AudioChannel::mic) + transcriptionProgress(AudioChannel::speaker)) / 2;
-}
-
 void AppModel::copyTranscriptMarkdown(const QString& recordingID) {
     if (const RecordingSession* const found = session(recordingID)) {
         copyTranscriptMarkdown(RecordingSession(*found));
@@ -427,11 +373,19 @@ void AppModel::setIsRecording(bool isRecording) {
 
 void AppModel::setStatusText(std::string text) {
     statusText_ = std::move(text);
+    statusIsFailure_ = false;
     Q_EMIT statusTextChanged();
 }
 
-void AppModel::setLastError(std::optional<std::string> description) {
+void AppModel::setFailedStatusText(std::string text) {
+    statusText_ = std::move(text);
+    statusIsFailure_ = true;
+    Q_EMIT statusTextChanged();
+}
+
+void AppModel::setLastError(std::optional<std::string> description, bool noTrackStarted) {
     lastError_ = std::move(description);
+    noTrackStarted_ = noTrackStarted;
     Q_EMIT lastErrorChanged();
 }
 
@@ -444,11 +398,6 @@ void AppModel::setIsBusy(bool isBusy) {
     if (std::exchange(isBusy_, isBusy) != isBusy) {
         Q_EMIT isBusyChanged();
     }
-}
-
-void AppModel::setMicrophoneLevel(double level) {
-    microphoneLevel_ = level;
-    Q_EMIT microphoneLevelChanged();
 }
 
 } // namespace talkledger

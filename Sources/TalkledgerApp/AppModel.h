@@ -1,10 +1,11 @@
 #pragma once
 
 #include "TalkledgerApp/CaptureReports.h"
+#include "TalkledgerApp/RecordingTracks.h"
 #include "TalkledgerCore/Capture/CapturePermissionInspector.h"
 #include "TalkledgerCore/Capture/LiveAudioBufferRelay.h"
 #include "TalkledgerCore/Capture/RecordingCoordinator.h"
-#include "TalkledgerCore/Capture/TrackHealth.h"
+#include "TalkledgerCore/Export/RecordingDiagnostics.h"
 #include "TalkledgerCore/Export/RecordingMarkdownExporter.h"
 #include "TalkledgerCore/Model/Models.h"
 #include "TalkledgerCore/Ports/Audio.h"
@@ -20,7 +21,6 @@
 #include <QSettings>
 #include <QString>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,14 +39,6 @@ struct AppPorts {
     SystemLanguageModel& languageModel;
 };
 
-/// How one track of the recording in progress does.
-enum class TrackState {
-    notStarted, ///< it could not be started; the recording goes on without it
-    running,
-    waitingForDevice,
-    writeFailed,
-};
-
 /// The one controller that the user interface observes: it turns what the user asks for into calls of the core, and
 /// shows how they went. A failure becomes a status text and `lastError`, never an exception.
 ///
@@ -58,14 +50,14 @@ class AppModel : public QObject {
     Q_PROPERTY(
         QString displayLanguage READ displayLanguageName WRITE setDisplayLanguageName NOTIFY displayLanguageChanged)
     Q_PROPERTY(QString statusText READ statusTextForScreen NOTIFY statusTextChanged)
+    Q_PROPERTY(bool statusIsFailure READ statusIsFailure NOTIFY statusTextChanged)
     Q_PROPERTY(QString lastError READ lastErrorForScreen NOTIFY lastErrorChanged)
+    Q_PROPERTY(bool noTrackStarted READ noTrackStarted NOTIFY lastErrorChanged)
     Q_PROPERTY(QString currentRecordingID READ currentRecordingID NOTIFY currentSessionChanged)
     Q_PROPERTY(double currentRecordingStart READ currentRecordingStart NOTIFY currentSessionChanged)
     Q_PROPERTY(bool isBusy READ isBusy NOTIFY isBusyChanged)
     Q_PROPERTY(double microphoneLevel READ microphoneLevel NOTIFY microphoneLevelChanged)
-    Q_PROPERTY(QString microphoneTrack READ microphoneTrackName NOTIFY trackStatesChanged)
-    Q_PROPERTY(QString systemAudioTrack READ systemAudioTrackName NOTIFY trackStatesChanged)
-    Q_PROPERTY(double transcriptionProgress READ transcriptionProgressOfBoth NOTIFY transcriptionProgressChanged)
+    Q_PROPERTY(RecordingTracks* tracks READ tracks CONSTANT)
 
 public:
     /// `captureReports` is what the capture ports report to; `background` may block.
@@ -79,7 +71,13 @@ public:
 
     const std::string& statusText() const { return statusText_; }
 
+    /// The status text says that something the user asked for failed.
+    bool statusIsFailure() const { return statusIsFailure_; }
+
     const std::optional<std::string>& lastError() const { return lastError_; }
+
+    /// The last error is that neither track could be started.
+    bool noTrackStarted() const { return noTrackStarted_; }
 
     /// Newest first.
     const std::vector<RecordingSession>& sessions() const { return sessions_; }
@@ -93,17 +91,16 @@ public:
     bool isBusy() const { return isBusy_; }
 
     /// 0 to 1.
-    double microphoneLevel() const { return microphoneLevel_; }
+    double microphoneLevel() const { return tracks_.microphoneLevel(); }
+
+    /// Of the recording in progress.
+    RecordingTracks* tracks() { return &tracks_; }
+
+    const RecordingTracks& tracks() const { return tracks_; }
 
     const std::optional<std::filesystem::path>& markdownExportDirectory() const { return markdownExportDirectory_; }
 
     const std::optional<std::filesystem::path>& lastMarkdownExportURL() const { return lastMarkdownExportURL_; }
-
-    /// Of the recording in progress; both running without one.
-    TrackState trackState(AudioChannel channel) const;
-
-    /// 0 to 1, while the recording that has been stopped is transcribed.
-    double transcriptionProgress(AudioChannel channel) const;
 
     /// The store's folder; absent without a store.
     const std::optional<std::filesystem::path>& rootDirectory() const { return rootDirectory_; }
@@ -114,6 +111,9 @@ public:
     Q_INVOKABLE void startRecording();
     Q_INVOKABLE void stopRecording();
     Q_INVOKABLE void refreshSessions();
+
+    /// The user has read it.
+    Q_INVOKABLE void dismissLastError();
     void setDisplayLanguage(DisplayLanguage language);
     void rename(const RecordingSession& session, const std::string& title);
     void copyTranscriptMarkdown(const RecordingSession& session);
@@ -122,6 +122,7 @@ public:
     /// What there is to show of a recording; absent when there is nothing.
     std::optional<TranscriptDocument> transcript(const RecordingSession& session) const;
     std::optional<SalesSummary> listSummary(const RecordingSession& session) const;
+    std::optional<RecordingDiagnostics> diagnostics(const RecordingSession& session) const;
 
     /// The recording of the list with that identifier.
     const RecordingSession* session(const QString& recordingID) const;
@@ -133,9 +134,6 @@ public:
     QString lastErrorForScreen() const;
     QString currentRecordingID() const;
     double currentRecordingStart() const; ///< milliseconds since 1970
-    QString microphoneTrackName() const;
-    QString systemAudioTrackName() const;
-    double transcriptionProgressOfBoth() const;
     Q_INVOKABLE void copyTranscriptMarkdown(const QString& recordingID);
     Q_INVOKABLE void exportTranscriptMarkdown(const QString& recordingID);
 
@@ -148,8 +146,6 @@ Q_SIGNALS:
     void currentSessionChanged();
     void isBusyChanged();
     void microphoneLevelChanged();
-    void trackStatesChanged();
-    void transcriptionProgressChanged();
     void lastMarkdownExportURLChanged();
 
 private:
@@ -158,38 +154,36 @@ private:
     Task<void> startRecordingNow();
     Task<void> stopRecordingNow();
     std::string defaultRecordingTitle() const;
-    void beginReports();
-    void endReports();
     void followCoordinator();
-    void readStartedTracks();
-    void setTranscriptionProgress(AudioChannel channel, double share);
+    void keepMessages(const std::vector<std::string>& messages, const RecordingSession& session);
     void exportMarkdown(const RecordingSession& session);
+    template <typename Load>
+    auto loaded(Load load) const -> std::optional<decltype(load())>;
 
     void setIsRecording(bool isRecording);
     void setStatusText(std::string text);
-    void setLastError(std::optional<std::string> description);
+    void setFailedStatusText(std::string text);
+    void setLastError(std::optional<std::string> description, bool noTrackStarted = false);
     void setCurrentSession(std::optional<RecordingSession> session);
     void setIsBusy(bool isBusy);
-    void setMicrophoneLevel(double level);
 
     bool isRecording_{false};
     DisplayLanguage displayLanguage_{DisplayLanguage::japanese};
     std::string statusText_;
+    bool statusIsFailure_{false};
     std::optional<std::string> lastError_;
+    bool noTrackStarted_{false};
     std::vector<RecordingSession> sessions_;
     std::optional<RecordingSession> currentSession_;
     std::optional<CapturePermissionSnapshot> permissions_;
     bool isBusy_{false};
-    double microphoneLevel_{0};
     std::optional<std::filesystem::path> markdownExportDirectory_;
     std::optional<std::filesystem::path> lastMarkdownExportURL_;
-    TrackHealth trackHealth_;
-    std::map<AudioChannel, bool> startedTracks_;
-    std::map<AudioChannel, double> transcriptionProgress_;
 
     Executor main_;
     QSettings& settings_;
     std::shared_ptr<CaptureReports> captureReports_;
+    RecordingTracks tracks_;
     LiveAudioBufferRelay liveAudioBufferRelay_;
     RecordingMarkdownDocumentBuilder markdownDocumentBuilder_;
     RecordingMarkdownExporter markdownExporter_;

@@ -10,7 +10,7 @@ Rectangle {
 
     readonly property bool isLive: appModel.isRecording && !appModel.isBusy
     readonly property bool isFinishing: appModel.isRecording && appModel.isBusy
-    readonly property bool hasFailed: !appModel.isRecording && !appModel.isBusy && appModel.statusText === texts.startFailed
+    readonly property bool hasFailed: appModel.statusIsFailure
 
     function switchLanguage() {
         appModel.displayLanguage = appModel.displayLanguage === "japanese" ? "english" : "japanese"
@@ -122,6 +122,7 @@ Rectangle {
             line: Theme.clockLine
             objectName: "elapsedTime"
             text: formatted()
+            topPadding: -3 // digits reach nothing below the line that they stand on
 
             Timer {
                 interval: 250
@@ -160,6 +161,7 @@ Rectangle {
         font.bold: true
         objectName: "statusText"
         text: appModel.statusText
+        visible: !(bar.isLive && bar.isNarrow) // what the tracks do matters more then
     }
     SmallWords {
         id: detail
@@ -169,6 +171,7 @@ Rectangle {
         anchors.top: status.bottom
         elide: Text.ElideRight
         text: bar.detailText()
+        visible: status.visible
     }
 
     Row {
@@ -181,7 +184,8 @@ Rectangle {
 
         RecordingLevelBanner {
             anchors.verticalCenter: parent.verticalCenter
-            visible: bar.isLive && !bar.isNarrow
+            visible: bar.isLive
+            width: bar.isNarrow ? bar.width - clock.x - clock.width - Theme.gap4 - Theme.gap3 : 260
         }
         Column {
             anchors.verticalCenter: parent.verticalCenter
@@ -199,11 +203,11 @@ Rectangle {
                 Figures {
                     anchors.right: parent.right
                     objectName: "transcriptionShare"
-                    text: Math.round(appModel.transcriptionProgress * 100) + "%"
+                    text: Math.round(appModel.tracks.transcribedShare * 100) + "%"
                 }
             }
             Progress {
-                share: appModel.transcriptionProgress
+                share: appModel.tracks.transcribedShare
                 width: parent.width
             }
         }

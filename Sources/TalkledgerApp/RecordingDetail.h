@@ -6,6 +6,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 namespace talkledger {
 
@@ -14,9 +15,12 @@ class RecordingDetail : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString recordingID READ recordingID WRITE setRecordingID NOTIFY changed)
     Q_PROPERTY(QString title READ title NOTIFY changed)
-    Q_PROPERTY(QString startTime READ startTime NOTIFY changed)
+    Q_PROPERTY(QString date READ date NOTIFY changed)
+    Q_PROPERTY(QString time READ time NOTIFY changed)
     Q_PROPERTY(QString duration READ duration NOTIFY changed)
     Q_PROPERTY(QString status READ status NOTIFY changed)
+    Q_PROPERTY(QString statusText READ statusText NOTIFY changed)
+    Q_PROPERTY(QStringList problems READ problems NOTIFY problemsChanged)
     Q_PROPERTY(QAbstractItemModel* lines READ lines CONSTANT)
 
 public:
@@ -29,22 +33,33 @@ public:
 
     QString title() const { return field(RecordingListModel::title); }
 
-    QString startTime() const { return field(RecordingListModel::startTime); }
+    QString date() const { return field(RecordingListModel::date); }
+
+    QString time() const { return field(RecordingListModel::time); }
 
     QString duration() const { return field(RecordingListModel::duration); }
 
     QString status() const { return field(RecordingListModel::status); }
 
+    QString statusText() const { return field(RecordingListModel::statusText); }
+
+    /// What the recording lacks, or is lacking just now.
+    const QStringList& problems() const { return problems_; }
+
     TranscriptLinesModel* lines() { return &lines_; }
 
 Q_SIGNALS:
     void changed();
+    void problemsChanged();
 
 private:
     QString field(RecordingListModel::Role role) const;
+    void findProblems();
 
+    const AppModel& model_;
     const RecordingListModel& recordings_;
     QString recordingID_;
+    QStringList problems_;
     TranscriptLinesModel lines_;
 };
 

@@ -17,7 +17,10 @@ Column {
         }
     }
 
+    readonly property real labelWidth: Math.max(microphone.labelWidth, systemAudio.labelWidth)
+
     spacing: 2
+    width: 260
 
     component TrackRow: Item {
         id: row
@@ -28,11 +31,12 @@ Column {
         property double level: -1
 
         readonly property string trouble: meters.problem(track)
+        readonly property alias labelWidth: name.implicitWidth
 
         Accessible.name: label + " " + (trouble === "" ? texts.recording : trouble)
         Accessible.role: Accessible.ProgressBar
         height: Theme.smallLine
-        width: 260
+        width: meters.width
 
         Icon {
             id: icon
@@ -48,7 +52,7 @@ Column {
             anchors.leftMargin: Theme.gap2
             elide: Text.ElideRight
             text: row.label
-            width: 78
+            width: meters.labelWidth
         }
         SmallWords {
             anchors.left: name.right
@@ -94,16 +98,20 @@ Column {
     }
 
     TrackRow {
+        id: microphone
+
         iconName: "mic"
         label: texts.microphone
-        level: appModel.microphoneLevel
+        level: appModel.tracks.microphoneLevel
         objectName: "microphoneTrack"
-        track: appModel.microphoneTrack
+        track: appModel.tracks.microphone
     }
     TrackRow {
+        id: systemAudio
+
         iconName: "system"
         label: texts.systemAudio
         objectName: "systemAudioTrack"
-        track: appModel.systemAudioTrack
+        track: appModel.tracks.systemAudio
     }
 }

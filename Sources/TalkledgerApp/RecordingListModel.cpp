@@ -10,11 +10,29 @@
 #include <set>
 
 namespace talkledger {
+namespace {
 
-RecordingListModel::RecordingListModel(const AppModel& model) : model_(model), sessions_(model.sessions()) {
+/// How often it is seen whether another day has begun.
+constexpr std::chrono::minutes dayCheckInterval{1};
+
+QString screenText(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+QDateTime startOf(const RecordingSession& session) {
+    const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(session.startedAt.time_since_epoch());
+    return QDateTime::fromMSecsSinceEpoch(sinceEpoch.count());
+}
+
+} // namespace
+
+RecordingListModel::RecordingListModel(const AppModel& model)
+    : model_(model), sessions_(model.sessions()), today_(QDate::currentDate()) {
     connect(&model, &AppModel::sessionsChanged, this, &RecordingListModel::follow);
     connect(&model, &AppModel::displayLanguageChanged, this, &RecordingListModel::redrawAll);
     connect(&model, &AppModel::currentSessionChanged, this, &RecordingListModel::redrawAll);
+    connect(&model, &AppModel::isBusyChanged, this, &RecordingListModel::redrawAll);
+    startTimer(dayCheckInterval);
 }
 
 int RecordingListModel::rowCount(const QModelIndex& parent) const {
@@ -28,16 +46,22 @@ QVariant RecordingListModel::data(const QModelIndex& index, int role) const {
     const RecordingSession& session = sessions_[static_cast<std::size_t>(index.row())];
     switch (role) {
     case recordingID:
-        return QString::fromStdString(uuidText(session.id));
+        return screenText(uuidText(session.id));
     case title:
-        return QString::fromStdString(model_.copy().sessionTitle(session.title));
-    case startTime:
-        return startTimeOf(session);
+        return screenText(model_.copy().sessionTitle(session.title));
+    case day:
+        return dayOf(session);
+    case date:
+        return dateOf(session);
+    case time:
+        return startOf(session).toString(QStringLiteral("HH:mm"));
     case duration:
-        return QString::fromStdString(
-            RecordingDisplayMetadataBuilder().build(session, std::chrono::system_clock::now()).duration);
+        return session.endedAt ? screenText(RecordingDisplayMetadataBuilder().build(session, *session.endedAt).duration)
+                               : QString();
     case status:
-        return statusOf(session);
+        return statusOf(session).name;
+    case statusText:
+        return screenText(statusOf(session).words);
     default:
         return {};
     }
@@ -46,9 +70,12 @@ QVariant RecordingListModel::data(const QModelIndex& index, int role) const {
 QHash<int, QByteArray> RecordingListModel::roleNames() const {
     return {{recordingID, "recordingID"},
             {title, "title"},
-            {startTime, "startTime"},
+            {day, "day"},
+            {date, "date"},
+            {time, "time"},
             {duration, "duration"},
-            {status, "status"}};
+            {status, "status"},
+            {statusText, "statusText"}};
 }
 
 int RecordingListModel::rowOf(const QString& recordingID) const {
@@ -97,21 +124,48 @@ void RecordingListModel::redrawAll() {
     }
 }
 
-/// A recording without an end that is not in progress was cut off by the end of the program.
-QString RecordingListModel::statusOf(const RecordingSession& session) const {
-    if (session.endedAt) {
-        return QStringLiteral("transcribed");
+void RecordingListModel::timerEvent(QTimerEvent* /*event*/) {
+    if (std::exchange(today_, QDate::currentDate()) != today_) {
+        redrawAll();
     }
-    const bool isCurrent = model_.currentSession() && model_.currentSession()->id == session.id;
-    return isCurrent ? QStringLiteral("recording") : QStringLiteral("interrupted");
 }
 
-QString RecordingListModel::startTimeOf(const RecordingSession& session) const {
-    const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(session.startedAt.time_since_epoch());
-    const QDateTime start = QDateTime::fromMSecsSinceEpoch(sinceEpoch.count());
+/// A recording without an end that is not in progress was cut off by the end of the program.
+RecordingListModel::Status RecordingListModel::statusOf(const RecordingSession& session) const {
+    const AppCopy copy = model_.copy();
+    if (session.endedAt) {
+        return {QStringLiteral("transcribed"), copy.transcribed()};
+    }
+    if (!model_.currentSession() || model_.currentSession()->id != session.id) {
+        return {QStringLiteral("interrupted"), copy.interrupted()};
+    }
+    if (model_.isBusy()) {
+        return {QStringLiteral("transcribing"), copy.transcribing()};
+    }
+    return {QStringLiteral("recording"), copy.recording()};
+}
+
+QString RecordingListModel::dayOf(const RecordingSession& session) const {
+    const QDate day = startOf(session).date();
+    if (day == today_) {
+        return screenText(model_.copy().today());
+    }
+    if (day == today_.addDays(-1)) {
+        return screenText(model_.copy().yesterday());
+    }
+    if (day.year() != today_.year()) {
+        return dateOf(session);
+    }
     return model_.displayLanguage() == DisplayLanguage::japanese
-               ? QLocale(QLocale::Japanese).toString(start, QStringLiteral("M月d日（ddd） HH:mm"))
-               : QLocale(QLocale::English).toString(start, QStringLiteral("ddd d MMM HH:mm"));
+               ? QLocale(QLocale::Japanese).toString(day, QStringLiteral("M月d日（ddd）"))
+               : QLocale(QLocale::English).toString(day, QStringLiteral("ddd d MMM"));
+}
+
+QString RecordingListModel::dateOf(const RecordingSession& session) const {
+    const QDate day = startOf(session).date();
+    return model_.displayLanguage() == DisplayLanguage::japanese
+               ? QLocale(QLocale::Japanese).toString(day, QStringLiteral("yyyy年M月d日（ddd）"))
+               : QLocale(QLocale::English).toString(day, QStringLiteral("ddd d MMM yyyy"));
 }
 
 } // namespace talkledger

@@ -4,6 +4,9 @@
 #include "TalkledgerCore/Model/Models.h"
 
 #include <QAbstractListModel>
+#include <QDate>
+#include <QString>
+#include <string>
 #include <vector>
 
 namespace talkledger {
@@ -15,7 +18,16 @@ class RecordingListModel : public QAbstractListModel {
     Q_PROPERTY(int count READ count NOTIFY countChanged)
 
 public:
-    enum Role { recordingID = Qt::UserRole, title, startTime, duration, status };
+    enum Role {
+        recordingID = Qt::UserRole,
+        title,
+        day,        ///< when it began, as a heading over the day's recordings
+        date,       ///< the same in full
+        time,       ///< of that day
+        duration,   ///< empty as long as it has no end
+        status,     ///< "recording", "transcribing", "transcribed" or "interrupted"
+        statusText, ///< that in words
+    };
 
     /// `model` has to outlive it.
     explicit RecordingListModel(const AppModel& model);
@@ -33,14 +45,24 @@ public:
 Q_SIGNALS:
     void countChanged();
 
+protected:
+    void timerEvent(QTimerEvent* event) override;
+
 private:
+    struct Status {
+        QString name;
+        std::string words;
+    };
+
     void follow();
     void redrawAll();
-    QString statusOf(const RecordingSession& session) const;
-    QString startTimeOf(const RecordingSession& session) const;
+    Status statusOf(const RecordingSession& session) const;
+    QString dayOf(const RecordingSession& session) const;
+    QString dateOf(const RecordingSession& session) const;
 
     const AppModel& model_;
     std::vector<RecordingSession> sessions_;
+    QDate today_;
 };
 
 } // namespace talkledger

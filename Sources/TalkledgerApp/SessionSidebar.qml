@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 
-/// The list of recordings, newest first.
+/// The list of recordings by day, newest first.
 Rectangle {
     id: sidebar
 
@@ -35,8 +35,24 @@ Rectangle {
         keyNavigationEnabled: false
         model: recordings
         objectName: "recordingList"
+        section.delegate: Item {
+            id: head
+
+            required property string section
+
+            height: Theme.dayHeight
+
+            SmallWords {
+                anchors.bottom: parent.bottom
+                anchors.bottomMargin: 2
+                font.bold: true
+                text: head.section
+                x: 20
+            }
+        }
+        section.property: "day"
         spacing: 1
-        topMargin: Theme.gap2
+        topMargin: Theme.gap1
 
         ScrollBar.vertical: ScrollBar {}
         delegate: SessionSidebarRow {
@@ -103,7 +119,7 @@ Rectangle {
             anchors.left: parent.left
             anchors.leftMargin: 20
             anchors.verticalCenter: parent.verticalCenter
-            text: texts.recordingCount.replace("{n}", recordings.count)
+            text: recordings.count === 1 ? texts.oneRecording : texts.recordingCount.replace("{n}", recordings.count)
         }
         IconButton {
             anchors.right: parent.right

@@ -1,20 +1,19 @@
 import QtQuick
 
-/// One recording of the list: its title, and below it when it began, how long it is and how far it is.
+/// One recording of the list: its title, and below it when it began, how long it is and how far it has come.
 Rectangle {
     id: row
 
     required property string recordingID
     required property string title
-    required property string startTime
+    required property string time
     required property string duration
     required property string status
+    required property string statusText
     required property bool isSelected
     signal chosen
 
-    readonly property string statusWords: status === "transcribed" ? texts.transcribed : status === "recording" ? texts.recording : texts.interrupted
-
-    Accessible.name: title + ", " + startTime + ", " + (status === "transcribed" ? duration + ", " : "") + statusWords
+    Accessible.name: [title, time, duration, statusText].filter(part => part !== "").join(", ")
     Accessible.onPressAction: chosen()
     Accessible.role: Accessible.ListItem
     Accessible.selected: isSelected
@@ -54,35 +53,13 @@ Rectangle {
             width: parent.width
             wrapMode: Text.Wrap
         }
-        Row {
-            spacing: 6
-
-            Rectangle {
-                anchors.verticalCenter: parent.verticalCenter
-                color: Theme.live
-                height: 8
-                radius: 4
-                visible: row.status === "recording"
-                width: 8
-            }
-            Icon {
-                anchors.verticalCenter: parent.verticalCenter
-                extent: 12
-                name: "warn"
-                tint: Theme.attention
-                visible: row.status === "interrupted"
-            }
-            Figures {
-                anchors.baseline: statusLabel.baseline
-                text: row.status === "transcribed" ? row.startTime + "  ·  " + row.duration + "  ·" : row.startTime + "  ·"
-            }
-            SmallWords {
-                id: statusLabel
-
-                color: row.isSelected ? Theme.text : row.status === "interrupted" ? Theme.attention : Theme.text2
-                font.bold: row.status !== "transcribed"
-                text: row.statusWords
-            }
+        RecordingMeta {
+            duration: row.duration
+            isOnSelection: row.isSelected
+            status: row.status
+            statusText: row.statusText
+            time: row.time
+            width: parent.width
         }
     }
 }

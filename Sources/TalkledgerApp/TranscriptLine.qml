@@ -1,6 +1,6 @@
 import QtQuick
 
-/// One line of a transcript: time and speaker in the gutter, the speech beyond the rule on its speaker's side.
+/// One line of a transcript: time and speaker in the gutter, the speech beyond the gutter on its speaker's side.
 Item {
     id: line
 
@@ -13,7 +13,7 @@ Item {
     required property bool isWide
 
     readonly property int textLeft: gutter + 13
-    readonly property int available: width - textLeft - 24
+    readonly property int available: Math.min(width - textLeft - Theme.gap6, Theme.widestTranscript)
 
     Accessible.name: timecode + " " + speaker + " " + text
     Accessible.role: Accessible.ListItem
@@ -27,21 +27,12 @@ Item {
     SmallWords {
         id: speakerName
 
-        anchors.right: rule.left
-        anchors.rightMargin: Theme.gap3
         anchors.top: bubble.top
-        anchors.topMargin: 7
+        anchors.topMargin: 6
         color: line.isTrailing ? Theme.me : Theme.customer
         font.bold: true
         text: line.speaker
-    }
-    Rectangle {
-        id: rule
-
-        color: Theme.line
-        height: parent.height
-        width: 1
-        x: line.gutter
+        x: line.gutter - Theme.gap3 - width
     }
     Rectangle {
         id: bubble
@@ -52,21 +43,30 @@ Item {
         height: words.height + 11
         radius: Theme.cardRadius
         width: words.width + 2 * Theme.gap3 + 2
-        x: line.isTrailing ? line.width - 24 - width : line.textLeft
+        x: line.isTrailing ? line.textLeft + line.available - width : line.textLeft
         y: Theme.gap1
 
         Words {
             id: words
 
-            readonly property int widest: Math.min(line.available * (line.isWide ? 0.86 : 0.92), 560) - 2 * Theme.gap3 - 2
+            readonly property int widest: Math.min(line.available * (line.isWide ? 0.86 : 0.92), Theme.widestBubble) - 2 * Theme.gap3 - 2
 
             font.pixelSize: Theme.bodySize
             line: Theme.bodyLine
+            objectName: "speech"
             text: line.text
-            width: Math.min(implicitWidth, widest)
+            width: Math.min(Math.ceil(unwrapped.advanceWidth) + 1, widest)
             wrapMode: Text.Wrap
             x: Theme.gap3 + 1
             y: 5
+
+            // The text's own implicit width depends on its width when it is wrapped.
+            TextMetrics {
+                id: unwrapped
+
+                font: words.font
+                text: line.text
+            }
         }
     }
 }

@@ -38,6 +38,10 @@ QHash<int, QByteArray> TranscriptLinesModel::roleNames() const {
     return {{timecode, "timecode"}, {speaker, "speaker"}, {isTrailing, "isTrailing"}, {text, "text"}};
 }
 
+QString TranscriptLinesModel::lastTimecode() const {
+    return lines_.empty() ? QString() : QString::fromStdString(lines_.back().timecode);
+}
+
 void TranscriptLinesModel::setRecordingID(const QString& recordingID) {
     if (std::exchange(recordingID_, recordingID) != recordingID) {
         load();
@@ -55,7 +59,7 @@ void TranscriptLinesModel::load() {
     beginResetModel();
     lines_ = std::move(lines);
     endResetModel();
-    Q_EMIT countChanged();
+    Q_EMIT linesChanged();
 }
 
 void TranscriptLinesModel::redrawAll() {

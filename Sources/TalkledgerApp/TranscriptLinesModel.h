@@ -11,7 +11,8 @@ namespace talkledger {
 /// The lines of one recording's transcript, loaded when the recording is chosen and when its state changes.
 class TranscriptLinesModel : public QAbstractListModel {
     Q_OBJECT
-    Q_PROPERTY(int count READ count NOTIFY countChanged)
+    Q_PROPERTY(int count READ count NOTIFY linesChanged)
+    Q_PROPERTY(QString lastTimecode READ lastTimecode NOTIFY linesChanged)
 
 public:
     enum Role { timecode = Qt::UserRole, speaker, isTrailing, text };
@@ -25,10 +26,13 @@ public:
 
     int count() const { return rowCount(); }
 
+    /// The longest one; empty without lines.
+    QString lastTimecode() const;
+
     void setRecordingID(const QString& recordingID);
 
 Q_SIGNALS:
-    void countChanged();
+    void linesChanged();
 
 private:
     void load();

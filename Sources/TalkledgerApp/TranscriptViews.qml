@@ -1,14 +1,15 @@
 import QtQuick
 import QtQuick.Controls
 
-/// The chosen recording: its title and actions, and its transcript as time-coded bubbles along one rule.
+/// The chosen recording: its title and actions, what it lacks, and its transcript as time-coded bubbles along one rule.
 Item {
     id: detail
 
     required property bool isWide
 
     readonly property bool isTight: width < 560
-    readonly property int gutter: appModel.displayLanguage === "japanese" ? 112 : 134
+    readonly property bool hasHours: chosenRecording.lines.lastTimecode.length > 5
+    readonly property int gutter: margin + (appModel.displayLanguage === "japanese" ? 88 : 110) + (hasHours ? 21 : 0)
     readonly property int margin: isTight ? Theme.gap3 : Theme.gap6
 
     Rectangle {
@@ -36,22 +37,15 @@ Item {
             objectName: "recordingTitle"
             text: chosenRecording.title
         }
-        Row {
+        RecordingMeta {
             anchors.left: title.left
+            anchors.right: title.right
             anchors.top: title.bottom
-            spacing: Theme.gap2
-
-            Figures {
-                anchors.baseline: statusLabel.baseline
-                text: chosenRecording.status === "transcribed" ? chosenRecording.startTime + "  ·  " + chosenRecording.duration + "  ·" : chosenRecording.startTime + "  ·"
-            }
-            SmallWords {
-                id: statusLabel
-
-                color: chosenRecording.status === "recording" ? Theme.live : chosenRecording.status === "interrupted" ? Theme.attention : Theme.text2
-                font.bold: chosenRecording.status !== "transcribed"
-                text: chosenRecording.status === "transcribed" ? texts.transcribed : chosenRecording.status === "recording" ? texts.recording : texts.interrupted
-            }
+            date: detail.isTight ? "" : chosenRecording.date
+            duration: chosenRecording.duration
+            status: chosenRecording.status
+            statusText: chosenRecording.statusText
+            time: chosenRecording.time
         }
         Row {
             id: actions
@@ -65,6 +59,7 @@ Item {
 
             ActionButton {
                 Accessible.name: texts.copyMarkdown
+                tip: texts.copyMarkdown + "  Ctrl+Shift+C"
                 iconName: "copy"
                 objectName: "copyButton"
                 text: detail.isTight ? "" : texts.copyMarkdown
@@ -72,6 +67,7 @@ Item {
             }
             ActionButton {
                 Accessible.name: texts.exportMarkdown
+                tip: texts.exportMarkdown + "  Ctrl+S"
                 iconName: "save"
                 objectName: "exportButton"
                 text: detail.isTight ? "" : texts.exportMarkdown
@@ -86,6 +82,24 @@ Item {
         }
     }
 
+    RecordingProblems {
+        id: problems
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: head.bottom
+        margin: detail.margin
+    }
+
+    Rectangle {
+        anchors.bottom: parent.bottom
+        anchors.top: problems.bottom
+        color: Theme.line
+        visible: lines.count > 0
+        width: 1
+        x: detail.gutter
+    }
+
     ListView {
         id: lines
 
@@ -95,7 +109,7 @@ Item {
         anchors.bottom: parent.bottom
         anchors.left: parent.left
         anchors.right: parent.right
-        anchors.top: head.bottom
+        anchors.top: problems.bottom
         bottomMargin: Theme.gap2
         boundsBehavior: Flickable.StopAtBounds
         clip: true
@@ -122,12 +136,13 @@ Item {
 
     Words {
         anchors.horizontalCenter: parent.horizontalCenter
-        anchors.top: head.bottom
+        anchors.top: problems.bottom
         anchors.topMargin: 64
         color: Theme.text2
         horizontalAlignment: Text.AlignHCenter
         objectName: "transcriptNote"
-        text: chosenRecording.status === "recording" ? texts.transcriptAfterStop : texts.noTranscriptSegments
+        text: chosenRecording.status === "recording" ? texts.transcriptAfterStop
+            : chosenRecording.status === "transcribing" ? texts.transcriptInTheMaking : texts.noTranscriptSegments
         visible: lines.count === 0
         width: Math.min(parent.width - 2 * detail.margin, 480)
         wrapMode: Text.Wrap

@@ -121,6 +121,9 @@ TEST_F(AppModelTest, AFailedStartLeavesTheModelIdleWithTheReason) {
     EXPECT_EQ(model().currentSession(), std::nullopt);
     EXPECT_EQ(model().statusText(), "Start failed");
     EXPECT_THAT(model().lastError().value_or(""), HasSubstr("No capture track could be started: "));
+    EXPECT_TRUE(model().statusIsFailure() && model().noTrackStarted());
+    model().dismissLastError();
+    EXPECT_FALSE(model().lastError() || model().noTrackStarted());
     EXPECT_THAT(model().sessions(), SizeIs(1)) << "the attempt stays in the list with its diagnostics";
     audioInput_.startFailure.reset();
     record();
@@ -134,10 +137,10 @@ TEST_F(AppModelTest, OneTrackIsEnoughAndTheOtherIsShownAsNotStarted) {
     makeModel();
     record();
     EXPECT_TRUE(model().isRecording());
-    EXPECT_EQ(model().trackState(AudioChannel::mic), TrackState::notStarted);
-    EXPECT_EQ(model().trackState(AudioChannel::speaker), TrackState::running);
+    EXPECT_EQ(model().tracks()->state(AudioChannel::mic), TrackState::notStarted);
+    EXPECT_EQ(model().tracks()->state(AudioChannel::speaker), TrackState::running);
     stop();
-    EXPECT_EQ(model().trackState(AudioChannel::mic), TrackState::running);
+    EXPECT_EQ(model().tracks()->state(AudioChannel::mic), TrackState::running);
 }
 
 TEST_F(AppModelTest, CapturingThatGoesOnAfterAFailedStartCanBeStopped) {
@@ -188,15 +191,15 @@ TEST_F(AppModelTest, ASecondRequestIsIgnoredWhileOneIsInProgress) {
     EXPECT_TRUE(model().isBusy() && model().isRecording())
         << "until it is transcribed the recording is the current one";
     EXPECT_EQ(model().statusText(), "停止して文字起こし中...");
-    EXPECT_EQ(model().transcriptionProgress(AudioChannel::mic), 0.5);
-    EXPECT_EQ(model().transcriptionProgressOfBoth(), 0.5);
+    EXPECT_EQ(model().tracks()->transcribedShare(AudioChannel::mic), 0.5);
+    EXPECT_EQ(model().tracks()->transcribedShareOfBoth(), 0.5);
     model().stopRecording();
     model().startRecording();
     speech_.results.open();
     waitUntilIdle();
     EXPECT_FALSE(model().isRecording());
     EXPECT_THAT(model().sessions(), SizeIs(1));
-    EXPECT_EQ(model().transcriptionProgress(AudioChannel::mic), 0);
+    EXPECT_EQ(model().tracks()->transcribedShare(AudioChannel::mic), 0);
 }
 
 TEST_F(AppModelTest, WithoutAStoreThereIsNoRecorderAndTheRestWorks) {
@@ -281,7 +284,7 @@ TEST_F(AppModelTest, LevelsReachTheModelWithoutAFloodAndNotAfterTheEnd) {
     reports_->reportTrackHealth(AudioChannel::mic, TrackHealthEvent::writeFailed);
     QCoreApplication::processEvents();
     EXPECT_EQ(model().microphoneLevel(), 0);
-    EXPECT_EQ(model().trackState(AudioChannel::mic), TrackState::running);
+    EXPECT_EQ(model().tracks()->state(AudioChannel::mic), TrackState::running);
 }
 
 TEST_F(AppModelTest, TrackHealthIsShownForTheRecordingItBelongsTo) {
@@ -290,11 +293,11 @@ TEST_F(AppModelTest, TrackHealthIsShownForTheRecordingItBelongsTo) {
     reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::waitingForDevice);
     reports_->reportTrackHealth(AudioChannel::mic, TrackHealthEvent::writeFailed);
     QCoreApplication::processEvents();
-    EXPECT_EQ(model().trackState(AudioChannel::speaker), TrackState::waitingForDevice);
-    EXPECT_EQ(model().trackState(AudioChannel::mic), TrackState::writeFailed);
+    EXPECT_EQ(model().tracks()->state(AudioChannel::speaker), TrackState::waitingForDevice);
+    EXPECT_EQ(model().tracks()->state(AudioChannel::mic), TrackState::writeFailed);
     reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::deviceRunning);
     QCoreApplication::processEvents();
-    EXPECT_EQ(model().trackState(AudioChannel::speaker), TrackState::running);
+    EXPECT_EQ(model().tracks()->state(AudioChannel::speaker), TrackState::running);
     // This one is on its way while the recording ends and the next begins.
     reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::waitingForDevice);
     reports_->endRecording();
@@ -302,6 +305,27 @@ TEST_F(AppModelTest, TrackHealthIsShownForTheRecordingItBelongsTo) {
                              [](AudioChannel, TrackHealthEvent) { FAIL() << "of the earlier recording"; });
     QCoreApplication::processEvents();
     stop();
+}
+
+TEST_F(AppModelTest, WhatATrackWentThroughStaysInTheRecordingsMessages) {
+    makeModel();
+    record();
+    reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::writeFailed);
+    reports_->reportTrackHealth(AudioChannel::mic, TrackHealthEvent::waitingForDevice);
+    reports_->reportTrackHealth(AudioChannel::mic, TrackHealthEvent::deviceRunning);
+    stop();
+    const auto diagnostics = model().diagnostics(model().sessions().front());
+    ASSERT_TRUE(diagnostics);
+    EXPECT_THAT(diagnostics->messages,
+                ElementsAre("Microphone capture stopped.", "System audio capture stopped.",
+                            "Transcript and summary generated.",
+                            "The microphone was not available for a time. Its track is silent there.",
+                            "Some of the system audio could not be saved."));
+    EXPECT_EQ(model().lastError(), std::nullopt);
+
+    record();
+    stop();
+    EXPECT_THAT(model().diagnostics(model().sessions().front())->messages, SizeIs(3)) << "a new recording, a new tale";
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "TalkledgerApp/AppFixture.h"
 #include "TalkledgerApp/AppWindowController.h"
+#include "TalkledgerCore/Storage/RecordingStore.h"
 
+#include <QDateTime>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <algorithm>
@@ -14,6 +16,7 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::HasSubstr;
+using ::testing::IsSupersetOf;
 
 /// The window over the model, on no real screen.
 class AppWindowControllerTest : public testing::AppFixture {
@@ -55,21 +58,41 @@ protected:
     /// Every text that a person sees.
     std::vector<std::string> shownTexts() {
         std::vector<std::string> texts;
-        collectTexts(*window().contentItem(), texts);
+        for (const QQuickItem* const item : shownItems()) {
+            texts.push_back(item->property("text").toString().toStdString());
+        }
         return texts;
     }
 
+    /// Null when nothing shows the text.
+    const QQuickItem* shownItem(const std::string& text) {
+        const std::vector<const QQuickItem*> items = shownItems();
+        const auto found = std::ranges::find_if(
+            items, [&](const QQuickItem* item) { return item->property("text").toString().toStdString() == text; });
+        return found == items.end() ? nullptr : *found;
+    }
+
+    /// Waits for it; false if it does not come.
+    bool shows(const std::string& text) {
+        return QTest::qWaitFor([&] { return shownItem(text) != nullptr; }, 60'000);
+    }
+
 private:
-    static void collectTexts(const QQuickItem& item, std::vector<std::string>& texts) {
+    std::vector<const QQuickItem*> shownItems() {
+        std::vector<const QQuickItem*> items;
+        collectTexts(*window().contentItem(), items);
+        return items;
+    }
+
+    static void collectTexts(const QQuickItem& item, std::vector<const QQuickItem*>& items) {
         if (!item.isVisible()) {
             return;
         }
-        const QString text = item.property("text").toString();
-        if (!text.isEmpty()) {
-            texts.push_back(text.toStdString());
+        if (!item.property("text").toString().isEmpty()) {
+            items.push_back(&item);
         }
         for (const QQuickItem* const child : item.childItems()) {
-            collectTexts(*child, texts);
+            collectTexts(*child, items);
         }
     }
 
@@ -96,10 +119,7 @@ TEST_F(AppWindowControllerTest, OneButtonStartsAndStopsARecordingWhoseTranscript
     QTest::keyClick(&window(), Qt::Key_R, Qt::ControlModifier);
     EXPECT_TRUE(QTest::qWaitFor([this] { return !model().isRecording() && !model().isBusy(); }, 60'000));
     EXPECT_EQ(textOf("statusText"), QStringLiteral("Markdown saved"));
-    EXPECT_TRUE(QTest::qWaitFor([this] {
-        const auto texts = shownTexts();
-        return std::ranges::find(texts, "The budget is approved.") != texts.end();
-    }));
+    EXPECT_TRUE(shows("The budget is approved."));
     EXPECT_THAT(shownTexts(), Contains("Customer"));
 }
 
@@ -115,6 +135,68 @@ TEST_F(AppWindowControllerTest, ShowsWhatFailed) {
     EXPECT_THAT(textOf("lastError").toStdString(),
                 HasSubstr("Microphone capture failed: The default microphone audio format is unavailable. System audio "
                           "capture failed: No display is available for system audio capture."));
+    EXPECT_THAT(shownTexts(), Contains("Neither the microphone nor the system audio is available"));
+    click("dismissError");
+    EXPECT_EQ(model().lastError(), std::nullopt);
+    EXPECT_EQ(shownItem("Neither the microphone nor the system audio is available"), nullptr);
+}
+
+TEST_F(AppWindowControllerTest, TellsWhatATrackLacksWhileAndAfterItIsRecorded) {
+    settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
+    audioInput_.format.channelCount = 0;
+    show();
+    record();
+    EXPECT_THAT(shownTexts(), Contains("Microphone capture failed: The default microphone audio format is "
+                                       "unavailable."));
+    EXPECT_EQ(textOf("microphoneTrackState"), QStringLiteral("not available"));
+    hearSomething();
+    reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::writeFailed);
+    EXPECT_TRUE(shows("The system audio is not being saved. Check the free space on the disk."));
+    EXPECT_EQ(textOf("systemAudioTrackState"), QStringLiteral("not being saved"));
+    reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::fileWritten);
+    EXPECT_TRUE(shows("Some of the system audio could not be saved."));
+    speech_.results.close();
+    model().stopRecording();
+    EXPECT_TRUE(shows("The recording is being transcribed."));
+    EXPECT_THAT(shownTexts(), Contains("Some of the system audio could not be saved."));
+    EXPECT_THAT(shownTexts(), Contains("Transcribing"));
+    speech_.results.open();
+    waitUntilIdle();
+    EXPECT_TRUE(shows("Microphone not started"));
+    EXPECT_THAT(shownTexts(), Contains("Some of the system audio could not be saved."));
+}
+
+TEST_F(AppWindowControllerTest, GroupsTheRecordingsByDay) {
+    settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
+    const std::int64_t now = QDateTime::currentSecsSinceEpoch();
+    RecordingStore(recordingsFolder(), fileSystem_).createSession("cut off", Date(std::chrono::seconds(now)));
+    addFinishedRecording("yesterday's", QDateTime::currentDateTime().addDays(-1).toSecsSinceEpoch(), {});
+    addFinishedRecording("of another year", 1'000'000'000, {});
+    show();
+    EXPECT_THAT(shownTexts(), IsSupersetOf({"Today", "Interrupted", "Yesterday", "Sun 9 Sep 2001", "transcribed"}));
+    model().setDisplayLanguage(DisplayLanguage::japanese);
+    EXPECT_TRUE(shows("2001年9月9日（日）"));
+    EXPECT_THAT(shownTexts(), IsSupersetOf({"今日", "昨日", "中断"}));
+}
+
+TEST_F(AppWindowControllerTest, HoldsLongWordsAndLongMeetingsInANarrowWindow) {
+    const std::string longWord(200, 'w');
+    const TranscriptDocument transcript{{TranscriptSegment(AudioChannel::mic, SpeakerRole::me, 0, 1,
+                                                           "予算は" + longWord, TranscriptSegmentStatus::final),
+                                         TranscriptSegment(AudioChannel::speaker, SpeakerRole::customer, 36'000, 1,
+                                                           "Good-bye.", TranscriptSegmentStatus::final)}};
+    addFinishedRecording(longWord, 1'000, transcript);
+    show();
+    window().resize(480, 480);
+    ASSERT_TRUE(shows("10:00:00"));
+    const QQuickItem* const timecode = shownItem("10:00:00");
+    const QQuickItem* const speaker = shownItem("相手");
+    ASSERT_TRUE(timecode && speaker);
+    EXPECT_LT(timecode->mapToScene({timecode->width(), 0}).x(), speaker->mapToScene({0, 0}).x());
+    const QQuickItem* const speech = itemBelow(*window().contentItem(), QStringLiteral("speech"));
+    ASSERT_TRUE(speech);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return speech->mapToScene({speech->width(), 0}).x() < 480; }, 60'000));
+    EXPECT_EQ(speech->property("truncated"), false);
 }
 
 TEST_F(AppWindowControllerTest, SpeaksNoEnglishInJapanese) {
