@@ -64,7 +64,7 @@ public:
 
     std::size_t words() const { return words_; }
 
-    const std::uint64_t* row(char32_t character) const { return &rows_[slots_[slotOf(character)].row]; }
+    const std::uint64_t* row(char32_t character) const { return rows_.data() + slots_[slotOf(character)].row; }
 
 private:
     struct Slot {
@@ -177,12 +177,13 @@ SpokenText SpeechAlphabet::readClusters(std::string_view text) {
 
 bool areSimilar(const SpokenText& first, const SpokenText& second, double threshold) {
     constexpr std::size_t fewestComparableCharacters = 4;
-    const auto [fewerScalars, moreScalars] = std::minmax(
-        first.scalars(), second.scalars(), [](const auto& a, const auto& b) { return a.size() < b.size(); });
-    if (fewerScalars.empty()) {
+    if (first.scalars().size() > second.scalars().size()) {
+        return areSimilar(second, first, threshold);
+    }
+    if (first.scalars().empty()) {
         return 0 >= threshold;
     }
-    if (moreScalars.find(fewerScalars) != std::u32string_view::npos) {
+    if (second.scalars().find(first.scalars()) != std::u32string_view::npos) {
         return 1 >= threshold;
     }
     const auto [shorter, longer] = std::minmax({first.characters().size(), second.characters().size()});
@@ -196,14 +197,15 @@ bool areSimilar(const SpokenText& first, const SpokenText& second, double thresh
            share(longestCommonSubsequenceLength(first.characters(), second.characters())) >= threshold;
 }
 
-/// Each bit of `unmatched` stands for a character of the shorter text; one that has become 0 is one more in common.
-/// Adding makes, in each run of ones, the lowest match the one that counts.
+/// Each bit of `unmatched` stands for a character of the first text, the shorter one; one that has become 0 is one more
+/// in common. Adding makes, in each run of ones, the lowest match the one that counts.
 std::size_t longestCommonSubsequenceLength(std::u32string_view first, std::u32string_view second) {
-    const std::u32string_view shorter = first.size() < second.size() ? first : second;
-    const std::u32string_view longer = first.size() < second.size() ? second : first;
-    const CharacterPositions positions(shorter);
+    if (first.size() > second.size()) {
+        return longestCommonSubsequenceLength(second, first);
+    }
+    const CharacterPositions positions(first);
     std::vector<std::uint64_t> unmatched(positions.words(), ~std::uint64_t{0});
-    for (const char32_t character : longer) {
+    for (const char32_t character : second) {
         const std::uint64_t* const row = positions.row(character);
         std::uint64_t carry = 0;
         for (std::size_t word = 0; word < unmatched.size(); ++word) {

@@ -50,6 +50,20 @@ TEST(TranscriptSourceSeparator, DropsEqualContainedAndNearlyEqualTexts) {
     EXPECT_TRUE(isDropped("ご予算は百万円ぐらいですか", "ご予算は百万円くらいですか。"));
 }
 
+TEST(TranscriptSourceSeparator, DropsWhatIsJustAsSimilarAsAsked) {
+    const auto keptWith = [](double threshold) {
+        const TranscriptSourceSeparator separator{1.0, threshold};
+        return separator
+            .suppressMicrophoneEchoes(std::vector{segment(AudioChannel::mic, 0, 1, "abcX"),
+                                                  segment(AudioChannel::speaker, 0, 1, "abcY"),
+                                                  segment(AudioChannel::mic, 0, 1, "...")})
+            .size();
+    };
+    EXPECT_EQ(keptWith(0.76), 3U);
+    EXPECT_EQ(keptWith(0.75), 2U);
+    EXPECT_EQ(keptWith(0.0), 1U);
+}
+
 TEST(TranscriptSourceSeparator, SortsStablyWithUnknownTimesLast) {
     const double unknown = std::numeric_limits<double>::quiet_NaN();
     const double never = std::numeric_limits<double>::infinity();

@@ -62,6 +62,7 @@ TEST(TranscriptTimelineBuilder, CountsTheLengthOfALineInCharacters) {
     EXPECT_EQ(linesOf({mic(0, 1, letters), mic(1, 2, "é")}).size(), 1U);
     EXPECT_EQ(linesOf({mic(0, 1, letters), mic(1, 2, "éa")}).size(), 2U);
     EXPECT_EQ(linesOf({mic(0, 1, letters), mic(1, 2, "é"), mic(2, 3, "a")}).size(), 2U); // the blank counts by then
+    EXPECT_EQ(linesOf({mic(0, 1, letters + "か"), mic(1, 2, "\u3099")}).size(), 2U);     // one in all, but two to count
 }
 
 TEST(TranscriptTimelineBuilder, KeepsSpeakersApartInOrderOfTime) {
