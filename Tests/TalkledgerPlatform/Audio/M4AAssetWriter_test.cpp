@@ -201,6 +201,7 @@ TEST_F(M4AAssetWriterTest, WhatCannotBeFinishedIsToldAndStays) {
     appendSecond(*writer, 0);
     EXPECT_EQ(writer->status(), AssetWriterStatus::failed);
     EXPECT_EQ(writer->error(), "\"speaker.m4a\" was removed while it was recorded.");
+    EXPECT_EQ(health_, (std::vector{fileWritten, writeFailed, writeFailed})) << "one of each writer";
     EXPECT_THROW(makeWriter(), AudioFileError);
 }
 
