@@ -324,8 +324,9 @@ TEST_F(AppModelTest, WhatATrackWentThroughStaysInTheRecordingsMessages) {
     EXPECT_EQ(model().lastError(), std::nullopt);
 
     record();
+    const RecordingSession next = model().currentSession().value_or(RecordingSession());
     stop();
-    EXPECT_THAT(model().diagnostics(model().sessions().front())->messages, SizeIs(3)) << "a new recording, a new tale";
+    EXPECT_THAT(model().diagnostics(next)->messages, SizeIs(3)) << "a new recording, a new tale";
 }
 
 } // namespace
