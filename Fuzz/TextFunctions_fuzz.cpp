@@ -4,8 +4,11 @@
 #include "TalkledgerCore/Summary/FoundationModelsSalesSummaryGenerator.h"
 #include "TalkledgerCore/Summary/SalesSummaryBuilder.h"
 #include "TalkledgerCore/Support/Text.h"
+#include "TalkledgerCore/Transcription/LiveConversation.h"
+#include "TalkledgerCore/Transcription/SpokenText.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -29,20 +32,22 @@ void requireValid(const std::string& text) {
     require(text == text::validated(text), "what comes out is valid UTF-8");
 }
 
-/// A line a segment; its first bytes are the channel and the start time.
+/// A line a segment; its first bytes are the channel, in upper case for a partial one, and the start time.
 TranscriptDocument transcript(std::string_view bytes) {
     TranscriptDocument document;
     while (!bytes.empty()) {
         const std::string_view line = bytes.substr(0, bytes.find('\n'));
         bytes.remove_prefix(std::min(line.size() + 1, bytes.size()));
-        const AudioChannel channel = line.starts_with('m') ? AudioChannel::mic : AudioChannel::speaker;
+        const char first = line.empty() ? ' ' : line.front();
+        const AudioChannel channel = first == 'm' || first == 'M' ? AudioChannel::mic : AudioChannel::speaker;
+        const bool isPartial = first == 'M' || first == 'S';
         double start = 0;
         if (line.size() > sizeof start) {
             std::memcpy(&start, line.data() + 1, sizeof start);
         }
         document.segments.emplace_back(channel, structuralSpeakerRole(channel), start, 1,
                                        std::string(line.substr(std::min<std::size_t>(line.size(), 1))),
-                                       TranscriptSegmentStatus::final);
+                                       isPartial ? TranscriptSegmentStatus::partial : TranscriptSegmentStatus::final);
     }
     return document;
 }
@@ -128,8 +133,53 @@ void checkPrompt(std::string_view bytes) {
     }
 }
 
-constexpr void (*checks[])(std::string_view) = {checkCharacters, checkSentences, checkMatches, checkSummary,
-                                                checkPrompt};
+void checkSpokenTexts(std::string_view bytes) {
+    const std::string normalized = normalizedText(bytes);
+    requireValid(normalized);
+    require(normalizedText(normalized) == normalized, "a normalised text is none to normalise");
+    SpeechAlphabet alphabet;
+    const SpokenText text = alphabet.read(bytes);
+    require(text::fromScalars(text.scalars()) == normalized, "an alphabet reads what normalising leaves");
+    require(text.characters().size() == text::characterCount(normalized), "each character has a number");
+    require(longestCommonSubsequenceLength(text.characters(), text.characters()) == text.characters().size(),
+            "a text has all of itself in common with itself");
+    const SpokenText half = alphabet.read(text::prefix(bytes, text::characterCount(bytes) / 2));
+    const std::size_t common = longestCommonSubsequenceLength(text.characters(), half.characters());
+    require(common <= text.mostInCommon(half) && common <= half.characters().size(), "the bounds hold");
+}
+
+void checkLines(std::string_view bytes) {
+    LiveConversation conversation;
+    std::vector<TranscriptTimelineLine> lines;
+    for (const TranscriptSegment& segment : transcript(bytes).segments) {
+        for (const TranscriptLineChange& change : conversation.apply(segment)) {
+            const auto row = lines.begin() + static_cast<std::ptrdiff_t>(change.row);
+            switch (change.kind) {
+            case TranscriptLineChange::Kind::inserted:
+                lines.insert(row, change.line);
+                break;
+            case TranscriptLineChange::Kind::replaced:
+                *row = change.line;
+                break;
+            case TranscriptLineChange::Kind::removed:
+                lines.erase(row);
+                break;
+            }
+        }
+    }
+    const TranscriptDocument separated =
+        recordingSourceSeparator.suppressMicrophoneEchoes(conversation.state().liveTranscript());
+    const std::vector<TranscriptTimelineLine> expected = TranscriptTimelineBuilder().buildLines(separated);
+    require(conversation.lines() == expected, "the live lines are those of the whole transcript");
+    require(lines.size() == expected.size(), "the changes lead to them");
+    for (std::size_t row = 0; row < lines.size(); ++row) {
+        require(lines[row].text == expected[row].text, "the changes lead to them");
+        requireValid(lines[row].text);
+    }
+}
+
+constexpr void (*checks[])(std::string_view) = {checkCharacters, checkSentences,   checkMatches, checkSummary,
+                                                checkPrompt,     checkSpokenTexts, checkLines};
 
 } // namespace
 
