@@ -1,12 +1,15 @@
 #pragma once
 
+#include "TalkledgerCore/Ports/Audio.h"
 #include "TalkledgerCore/Support/Task.h"
 
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 
 /// The speech recogniser. Locales are identifiers like "ja_JP". Everything here is called on the main executor and
 /// throws an exception with a user-visible text when the recogniser fails.
@@ -21,17 +24,34 @@ struct AudioTimeRange {
 struct SpeechTranscriptionResult {
     std::string text;
     AudioTimeRange audioTimeRange;
-    bool isFinal{true};
+    bool isFinal{true}; ///< otherwise volatile: a hypothesis that the next result replaces
 };
 
-enum class SpeechTranscriberPreset {
-    timeIndexedTranscriptionWithAlternatives, ///< final results with their time ranges
+enum class SpeechTranscriptionOption {
+    etiquetteReplacements, ///< what is not to be written is masked, where the recogniser can tell
 };
+
+enum class SpeechReportingOption {
+    volatileResults, ///< hypotheses while someone speaks
+    fastResults,     ///< soon rather than sure
+    alternativeTranscriptions,
+};
+
+enum class SpeechResultAttributeOption { audioTimeRange };
 
 /// What is to be recognised, and how; the module that an analyser runs.
 struct SpeechTranscriber {
     std::string locale;
-    SpeechTranscriberPreset preset{SpeechTranscriberPreset::timeIndexedTranscriptionWithAlternatives};
+    std::set<SpeechTranscriptionOption> transcriptionOptions{};
+    std::set<SpeechReportingOption> reportingOptions{};
+    std::set<SpeechResultAttributeOption> attributeOptions{SpeechResultAttributeOption::audioTimeRange};
+
+    /// The preset for files: final results with their time ranges.
+    static SpeechTranscriber timeIndexedTranscriptionWithAlternatives(std::string locale) {
+        return {.locale = std::move(locale), .reportingOptions = {SpeechReportingOption::alternativeTranscriptions}};
+    }
+
+    bool operator==(const SpeechTranscriber&) const = default;
 };
 
 enum class SpeechAssetStatus { unsupported, supported, downloading, installed };
@@ -68,7 +88,25 @@ struct SpeechInputFile {
     std::function<void(double share)> progress; ///< 0 to 1, on the main executor; may be empty
 };
 
-/// One recognition. Destroying it ends the work behind it.
+/// A piece of live audio.
+struct AnalyzerInput {
+    SharedAudioBuffer buffer;
+    double bufferStartTime{0}; ///< of its first frame, seconds on the recording's time line
+};
+
+/// Live audio to be recognised, as it comes.
+class AnalyzerInputSequence {
+public:
+    AnalyzerInputSequence() = default;
+    AnalyzerInputSequence(const AnalyzerInputSequence&) = delete;
+    AnalyzerInputSequence& operator=(const AnalyzerInputSequence&) = delete;
+    virtual ~AnalyzerInputSequence() = default;
+
+    /// The next input in order; absent when the sequence has ended. Awaited by one reader, on whatever executor it has.
+    virtual Task<std::optional<AnalyzerInput>> next() = 0;
+};
+
+/// One recognition, of a file or of live audio. Destroying it ends the work behind it.
 class SpeechAnalyzer {
 public:
     SpeechAnalyzer() = default;
@@ -79,11 +117,18 @@ public:
     /// Begins with the file and finishes by itself after its end. Throws when the file cannot be opened as audio.
     virtual Task<void> start(SpeechInputFile file) = 0;
 
+    /// Loads what it takes to recognise live audio of this format; awaited before `start` with such audio.
+    virtual Task<void> prepareToAnalyze(AudioFormat format) = 0;
+
+    /// Begins with live audio and returns; inputs are taken as they come, until the sequence ends or the recognition
+    /// does. Times may jump: what lies between is taken for silence.
+    virtual Task<void> start(std::shared_ptr<AnalyzerInputSequence> inputs) = 0;
+
     /// The next result in order; absent when the sequence has ended. Awaited while `start` and the finishing run, and
     /// before them.
     virtual Task<std::optional<SpeechTranscriptionResult>> nextResult() = 0;
 
-    /// Returns when everything that was put in has been recognised and its results delivered.
+    /// Returns when everything that was put in, up to its end, has been recognised and its results delivered.
     virtual Task<void> finalizeAndFinishThroughEndOfInput() = 0;
 
     /// The result sequence ends at once.
@@ -102,6 +147,11 @@ public:
     /// The recogniser's own locale that stands for the given one; absent when there is none.
     virtual Task<std::optional<std::string>> supportedLocale(const std::string& equivalentTo) = 0;
     virtual AssetInventory& assetInventory() = 0;
+
+    /// The format of live audio that suits the transcriber best, considering what there is to convert from; absent when
+    /// there is none.
+    virtual Task<std::optional<AudioFormat>> bestAvailableAudioFormat(const SpeechTranscriber& compatibleWith,
+                                                                      const AudioFormat& considering) = 0;
     virtual std::unique_ptr<SpeechAnalyzer> makeAnalyzer(const SpeechTranscriber& transcriber) = 0;
 };
 

@@ -1,10 +1,8 @@
 #include "TalkledgerCore/Transcription/LiveTranscriptFetcher.h"
 
 #include "TalkledgerCore/Support/Continuation.h"
+#include "TalkledgerCore/Support/TaskHandle.h"
 
-#include <boost/asio/bind_cancellation_slot.hpp>
-#include <boost/asio/cancellation_signal.hpp>
-#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/this_coro.hpp>
 
@@ -18,13 +16,6 @@ namespace talkledger {
 namespace {
 
 using FetchContinuation = Continuation<TranscriptDocument>;
-using TaskHandle = std::shared_ptr<boost::asio::cancellation_signal>;
-
-void cancel(const TaskHandle& task) {
-    if (task) {
-        task->emit(boost::asio::cancellation_type::terminal);
-    }
-}
 
 /// Lets the first of the two tasks complete the fetch and cancels the other one.
 class LiveTranscriptFetchRace {
@@ -74,14 +65,6 @@ struct Fetch {
     LiveTranscriptFetchRace race;
     FetchContinuation continuation;
 };
-
-TaskHandle startTask(const Executor& executor, Task<> task) {
-    auto handle = std::make_shared<boost::asio::cancellation_signal>();
-    // The completion handler keeps the signal for as long as its slot is in use.
-    auto ended = [handle](const std::exception_ptr&) {};
-    boost::asio::co_spawn(executor, std::move(task), boost::asio::bind_cancellation_slot(handle->slot(), ended));
-    return handle;
-}
 
 Task<> fetchTranscript(std::shared_ptr<Fetch> fetch, RecordingSession session,
                        std::shared_ptr<TranscriptProvider> provider) {

@@ -46,8 +46,8 @@ public:
             co_return std::vector<TranscriptSegment>();
         }
         const std::optional<std::string> supportedLocale = co_await recognition_.supportedLocale(locale_);
-        const SpeechTranscriber transcriber{supportedLocale.value_or(fallbackLocale),
-                                            SpeechTranscriberPreset::timeIndexedTranscriptionWithAlternatives};
+        const SpeechTranscriber transcriber =
+            SpeechTranscriber::timeIndexedTranscriptionWithAlternatives(supportedLocale.value_or(fallbackLocale));
         if (!co_await prepareAssets(transcriber)) {
             co_return std::vector<TranscriptSegment>();
         }

@@ -1,5 +1,7 @@
 #include "TalkledgerPlatform/Speech/TranscriberClient.h"
 
+#include "TalkledgerCore/Support/TaskHandle.h"
+#include "TalkledgerPlatform/Speech/StreamFeed.h"
 #include "TalkledgerPlatform/Speech/Transcription.h"
 #include "TalkledgerPlatform/Speech/WorkerLink.h"
 #include "TalkledgerWorkers/Protocol/Message.h"
@@ -10,6 +12,7 @@
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <map>
@@ -18,6 +21,7 @@
 #include <thread>
 #include <utility>
 #include <variant>
+#include <vector>
 
 namespace talkledger {
 
@@ -27,10 +31,20 @@ namespace {
 
 using Requests = std::map<std::int64_t, std::shared_ptr<Transcription>>;
 
+/// A running worker and what it works on.
+struct Worker {
+    std::shared_ptr<WorkerLink> link;
+    Requests requests;
+    bool isIntroduced{false};
+    bool isForOneStream{false};
+    std::shared_ptr<StreamFeed> feed; ///< of its stream, once there is audio
+    TaskHandle feeding;
+};
+
 /// What a transcription is told, message by message.
 class Delivery {
 public:
-    explicit Delivery(Requests& requests) : requests_(requests) {}
+    explicit Delivery(Worker& worker) : worker_(worker) {}
 
     void operator()(const Hello&) { throw ProtocolError("The worker introduced itself twice."); }
 
@@ -46,25 +60,31 @@ public:
 
     void operator()(const TranscriptionProgress& message) { tell(message); }
 
+    void operator()(const StreamConsumed& message) {
+        if (worker_.feed) {
+            worker_.feed->noteConsumed(message.samples);
+        }
+    }
+
     void operator()(const TranscriptionFinished& message) {
         if (const auto transcription = find(message.request)) {
             transcription->tellFinished();
         }
-        requests_.erase(message.request);
+        worker_.requests.erase(message.request);
     }
 
     void operator()(const TranscriptionFailed& message) {
         if (const auto transcription = find(message.request)) {
             transcription->tellFailed(WorkerError::failed(message.description));
         }
-        requests_.erase(message.request);
+        worker_.requests.erase(message.request);
     }
 
 private:
     /// Absent for a request that has been cancelled.
     std::shared_ptr<Transcription> find(std::int64_t request) const {
-        const auto found = requests_.find(request);
-        return found == requests_.end() ? nullptr : found->second;
+        const auto found = worker_.requests.find(request);
+        return found == worker_.requests.end() ? nullptr : found->second;
     }
 
     template <typename Message>
@@ -74,7 +94,7 @@ private:
         }
     }
 
-    Requests& requests_;
+    Worker& worker_;
 };
 
 } // namespace
@@ -96,16 +116,55 @@ public:
     const std::shared_ptr<asio::io_context>& context() const { return context_; }
 
     void start(const std::shared_ptr<Transcription>& transcription, TranscribeFile file) {
+        attempt(transcription, [&] {
+            if (!fileWorker_ || !fileWorker_->link->isOpen()) {
+                fileWorker_ = startWorker();
+            }
+            request(*fileWorker_, transcription, std::move(file));
+        });
+    }
+
+    void startStream(const std::shared_ptr<Transcription>& transcription, StartStream stream) {
+        attempt(transcription, [&] {
+            const std::shared_ptr<Worker> worker = startWorker();
+            worker->isForOneStream = true;
+            request(*worker, transcription, std::move(stream));
+        });
+    }
+
+    void feed(const std::shared_ptr<Transcription>& transcription, std::shared_ptr<AnalyzerInputSequence> inputs) {
+        const std::shared_ptr<Worker> worker = workerOf(transcription);
+        if (!worker || worker->feed) {
+            return;
+        }
+        worker->feed = std::make_shared<StreamFeed>(
+            context_->get_executor(), numberOf(*worker, transcription),
+            [link = worker->link](std::vector<std::byte> message) { link->send(std::move(message)); });
+        worker->feeding = startTask(context_->get_executor(), carry(worker, std::move(inputs)));
+    }
+
+    void cancel(const std::shared_ptr<Transcription>& transcription) {
+        const std::shared_ptr<Worker> worker = workerOf(transcription);
+        if (!worker) {
+            return;
+        }
+        const std::int64_t number = numberOf(*worker, transcription);
+        worker->requests.erase(number);
+        if (worker->isForOneStream) {
+            worker->link->close();
+        } else {
+            worker->link->send(encodeMessage(CancelRequest{number}));
+        }
+    }
+
+private:
+    template <typename Start>
+    static void attempt(const std::shared_ptr<Transcription>& transcription, Start start) {
         if (transcription->isCancelled()) {
             return;
         }
         try {
-            if (!worker_ || !worker_->link->isOpen()) {
-                startWorker();
-            }
-            file.request = ++lastRequest_;
-            worker_->link->send(encodeMessage(file));
-            worker_->requests.emplace(file.request, transcription);
+            start();
         } catch (const WorkerError& error) {
             transcription->tellFailed(error);
         } catch (const std::exception& error) {
@@ -113,28 +172,29 @@ public:
         }
     }
 
-    void cancel(const std::shared_ptr<Transcription>& transcription) {
-        if (!worker_) {
-            return;
-        }
-        Requests& requests = worker_->requests;
-        const auto request = std::find_if(requests.begin(), requests.end(),
-                                          [&](const auto& entry) { return entry.second == transcription; });
-        if (request != requests.end()) {
-            worker_->link->send(encodeMessage(CancelRequest{request->first}));
-            requests.erase(request);
-        }
+    template <typename Message>
+    void request(Worker& worker, const std::shared_ptr<Transcription>& transcription, Message message) {
+        message.request = ++lastRequest_;
+        worker.link->send(encodeMessage(message));
+        worker.requests.emplace(message.request, transcription);
     }
 
-private:
-    struct Worker {
-        std::shared_ptr<WorkerLink> link;
-        Requests requests;
-        bool isIntroduced{false};
-    };
+    /// Null for a transcription that has ended.
+    std::shared_ptr<Worker> workerOf(const std::shared_ptr<Transcription>& transcription) const {
+        const auto found = std::find_if(workers_.begin(), workers_.end(),
+                                        [&](const auto& worker) { return numberOf(*worker, transcription) != 0; });
+        return found == workers_.end() ? nullptr : *found;
+    }
 
-    void startWorker() {
-        const auto worker = std::make_shared<Worker>();
+    /// 0 when the worker does not work on it.
+    static std::int64_t numberOf(const Worker& worker, const std::shared_ptr<Transcription>& transcription) {
+        const auto request = std::find_if(worker.requests.begin(), worker.requests.end(),
+                                          [&](const auto& entry) { return entry.second == transcription; });
+        return request == worker.requests.end() ? 0 : request->first;
+    }
+
+    std::shared_ptr<Worker> startWorker() {
+        auto worker = std::make_shared<Worker>();
         const std::weak_ptr<Worker> weak = worker;
         WorkerLink::Handlers handlers{
             .received = [this, weak](Frame frame) { receive(*weak.lock(), std::move(frame)); },
@@ -143,14 +203,37 @@ private:
         };
         worker->link = std::make_shared<WorkerLink>(*context_, settings_, std::move(handlers));
         workers_.insert(worker);
-        worker_ = worker;
         asio::co_spawn(*context_, worker->link->run(), [this, worker](const std::exception_ptr&) { forget(worker); });
+        return worker;
+    }
+
+    /// Audio that cannot be carried ends the stream.
+    Task<> carry(std::shared_ptr<Worker> worker, std::shared_ptr<AnalyzerInputSequence> inputs) {
+        std::optional<WorkerError> failure;
+        try {
+            co_await worker->feed->run(std::move(inputs));
+        } catch (const std::exception& error) {
+            failure = WorkerError::failed(error.what());
+        }
+        if (failure) {
+            fail(*worker, *failure);
+            worker->link->close();
+        }
+    }
+
+    void fail(Worker& worker, const WorkerError& error) {
+        for (const auto& [number, transcription] : std::exchange(worker.requests, {})) {
+            transcription->tellFailed(isClosed_ ? WorkerError::closed() : error);
+        }
     }
 
     void receive(Worker& worker, Frame frame) {
         const auto message = decodeMessage<MessageFromTranscriber>(std::move(frame));
         if (std::exchange(worker.isIntroduced, true)) {
-            std::visit(Delivery(worker.requests), message);
+            std::visit(Delivery(worker), message);
+            if (worker.isForOneStream && worker.requests.empty()) {
+                worker.link->close();
+            }
             return;
         }
         const Hello* hello = std::get_if<Hello>(&message);
@@ -160,12 +243,11 @@ private:
     }
 
     void end(const std::shared_ptr<Worker>& worker, const WorkerError& error) {
-        if (worker_ == worker) {
-            worker_.reset();
+        if (fileWorker_ == worker) {
+            fileWorker_.reset();
         }
-        for (const auto& [number, transcription] : std::exchange(worker->requests, {})) {
-            transcription->tellFailed(isClosed_ ? WorkerError::closed() : error);
-        }
+        fail(*worker, error);
+        talkledger::cancel(worker->feeding);
     }
 
     /// The worker has ended and been waited for.
@@ -191,8 +273,8 @@ private:
     WorkerSettings settings_;
     /// Shared with the transcriptions, whose channels live in it.
     std::shared_ptr<asio::io_context> context_{std::make_shared<asio::io_context>(1)};
-    std::shared_ptr<Worker> worker_;            ///< the one that takes requests
-    std::set<std::shared_ptr<Worker>> workers_; ///< with those that have not quite ended yet
+    std::shared_ptr<Worker> fileWorker_;        ///< the one that takes files
+    std::set<std::shared_ptr<Worker>> workers_; ///< with those for streams, and those that have not quite ended yet
     std::int64_t lastRequest_{0};
     bool isClosed_{false};
     asio::executor_work_guard<asio::io_context::executor_type> work_;
@@ -211,6 +293,19 @@ std::shared_ptr<Transcription> TranscriberClient::makeTranscription() {
 void TranscriberClient::start(const std::shared_ptr<Transcription>& transcription, TranscribeFile file) {
     asio::post(*service_->context(), [service = service_.get(), transcription, file = std::move(file)] {
         service->start(transcription, file);
+    });
+}
+
+void TranscriberClient::startStream(const std::shared_ptr<Transcription>& transcription, StartStream stream) {
+    asio::post(*service_->context(), [service = service_.get(), transcription, stream = std::move(stream)] {
+        service->startStream(transcription, stream);
+    });
+}
+
+void TranscriberClient::feed(const std::shared_ptr<Transcription>& transcription,
+                             std::shared_ptr<AnalyzerInputSequence> inputs) {
+    asio::post(*service_->context(), [service = service_.get(), transcription, inputs = std::move(inputs)] {
+        service->feed(transcription, inputs);
     });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TalkledgerCore/Ports/Speech.h"
 #include "TalkledgerPlatform/Speech/WorkerSettings.h"
 #include "TalkledgerWorkers/Protocol/TranscriberMessages.h"
 
@@ -9,10 +10,11 @@ namespace talkledger {
 
 class Transcription;
 
-/// Has the transcriber, a program of its own, recognise speech. The program is started by the first request, kept for
-/// further ones, and ended when none has come for a while. One that crashes, hangs or talks nonsense fails the requests
-/// that it was working on with a `WorkerError`; the next request starts a new one. All traffic with it runs on a thread
-/// of this object. Called on one thread. Contexts on which coroutines wait for transcriptions have to outlive it.
+/// Has the transcriber, a program of its own, recognise speech. For files, the program is started by the first request,
+/// kept for further ones, and ended when none has come for a while; each live stream has one for itself, which ends
+/// with it. One that crashes, hangs or talks nonsense fails the requests that it was working on with a `WorkerError`,
+/// and nothing else; the next request starts a new one. All traffic with it runs on a thread of this object. Called on
+/// one thread. Contexts on which coroutines wait for transcriptions have to outlive it.
 class TranscriberClient {
 public:
     explicit TranscriberClient(WorkerSettings settings);
@@ -27,6 +29,12 @@ public:
 
     /// Starts the work; `file.request` is chosen here. Failures are told to the transcription.
     void start(const std::shared_ptr<Transcription>& transcription, TranscribeFile file);
+
+    /// Starts a live stream, which begins when the transcription has `started`; `stream.request` is chosen here.
+    void startStream(const std::shared_ptr<Transcription>& transcription, StartStream stream);
+
+    /// Carries audio to a stream that has begun, until the sequence ends.
+    void feed(const std::shared_ptr<Transcription>& transcription, std::shared_ptr<AnalyzerInputSequence> inputs);
 
     /// Gives the work up.
     void cancel(const std::shared_ptr<Transcription>& transcription) noexcept;

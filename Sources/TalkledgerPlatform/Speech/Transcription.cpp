@@ -74,7 +74,10 @@ void Transcription::tellFinished() {
 }
 
 void Transcription::tellFailed(const WorkerError& error) {
-    failure_ = {error.failure(), error.what()};
+    {
+        const std::lock_guard guard(lock_);
+        failure_ = {error.failure(), error.what()};
+    }
     tellFinished();
 }
 
@@ -85,7 +88,8 @@ Task<void> Transcription::wait(Gate& gate) {
     }
 }
 
-void Transcription::throwFailure() const {
+void Transcription::throwFailure() {
+    const std::lock_guard guard(lock_);
     if (!isCancelled() && failure_) {
         throw WorkerError(failure_->failure, failure_->description);
     }

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <variant>
@@ -26,7 +27,7 @@ public:
 
     // For whoever asked, on one thread:
 
-    /// Returns when the file could be opened. Throws `WorkerError`.
+    /// Returns when the file could be opened or the stream is listened to. Throws `WorkerError`.
     Task<void> started();
 
     /// The next event; absent after the last one, and at once after `cancel`. Throws `WorkerError` in the end when the
@@ -56,21 +57,21 @@ private:
     using Gate = Channel<>;
 
     static Task<void> wait(Gate& gate);
-    void throwFailure() const;
+    void throwFailure();
 
     std::shared_ptr<boost::asio::io_context> context_; ///< the channels live in it
     Gate started_;
     Gate delivered_;
     Channel<TranscriptionEvent> events_;
 
-    /// Written before `started_` is closed and the end is put into `events_`, read after. No exception object: one that
-    /// two threads share is shared down to its reference count inside the C++ library, which the thread sanitizer
-    /// cannot see.
+    /// No exception object: one that two threads share is shared down to its reference count inside the C++ library,
+    /// which the thread sanitizer cannot see.
     struct Failure {
         WorkerError::Case failure;
         std::string description;
     };
 
+    std::mutex lock_; ///< guards `failure_`
     std::optional<Failure> failure_;
     std::atomic<bool> isCancelled_{false};
     bool hasEnded_{false}; ///< `next` has delivered the end

@@ -34,9 +34,8 @@ public:
     bool isAvailable() const override;
     Task<std::optional<std::string>> supportedLocale(const std::string& equivalentTo) override;
     AssetInventory& assetInventory() override;
-
-    /// Of an analyser, a file is recognised once, and the progress is told out of `nextResult`. A file in which no
-    /// speech was found ends at once as long as it stays the same.
+    Task<std::optional<AudioFormat>> bestAvailableAudioFormat(const SpeechTranscriber& compatibleWith,
+                                                              const AudioFormat& considering) override;
     std::unique_ptr<SpeechAnalyzer> makeAnalyzer(const SpeechTranscriber& transcriber) override;
 
 private:

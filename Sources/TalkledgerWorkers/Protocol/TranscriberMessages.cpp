@@ -14,6 +14,16 @@ std::int64_t requestOf(const JsonReader& reader) {
     return reader.required("request").integer();
 }
 
+/// A bound beyond any recording, so that times can be reckoned with.
+double secondsOf(const JsonReader& reader, std::string_view key) {
+    constexpr double latest = 1e9;
+    const JsonReader seconds = reader.required(key);
+    if (seconds.number() < -latest || seconds.number() > latest) {
+        throw seconds.invalid("seconds within a recording");
+    }
+    return seconds.number();
+}
+
 } // namespace
 
 Json toJson(const TranscribeFile& message) {
@@ -22,6 +32,18 @@ Json toJson(const TranscribeFile& message) {
             {"file", fileUrl(message.path)},
             {"locale", message.locale},
             {"startTime", message.startTime}};
+}
+
+Json toJson(const StartStream& message) {
+    return {{"request", message.request}, {"locale", message.locale}, {"reportsHypotheses", message.reportsHypotheses}};
+}
+
+Json toJson(const StreamAudio& message) {
+    return {{"request", message.request}, {"start", message.start}};
+}
+
+Json toJson(const FinishStream& message) {
+    return {{"request", message.request}};
 }
 
 Json toJson(const CancelRequest& message) {
@@ -33,8 +55,15 @@ Json toJson(const TranscriptionStarted& message) {
 }
 
 Json toJson(const TranscriptionResult& message) {
-    return {
-        {"request", message.request}, {"text", message.text}, {"start", message.start}, {"duration", message.duration}};
+    return {{"request", message.request},
+            {"text", message.text},
+            {"start", message.start},
+            {"duration", message.duration},
+            {"isFinal", message.isFinal}};
+}
+
+Json toJson(const StreamConsumed& message) {
+    return {{"request", message.request}, {"samples", message.samples}};
 }
 
 Json toJson(const TranscriptionProgress& message) {
@@ -59,7 +88,24 @@ TranscribeFile fromJson<TranscribeFile>(const JsonReader& reader) {
     return {.request = requestOf(reader),
             .path = *path,
             .locale = reader.required("locale").string(),
-            .startTime = reader.required("startTime").number()};
+            .startTime = secondsOf(reader, "startTime")};
+}
+
+template <>
+StartStream fromJson<StartStream>(const JsonReader& reader) {
+    return {.request = requestOf(reader),
+            .locale = reader.required("locale").string(),
+            .reportsHypotheses = reader.required("reportsHypotheses").boolean()};
+}
+
+template <>
+StreamAudio fromJson<StreamAudio>(const JsonReader& reader) {
+    return {.request = requestOf(reader), .start = secondsOf(reader, "start"), .payload = {}};
+}
+
+template <>
+FinishStream fromJson<FinishStream>(const JsonReader& reader) {
+    return {.request = requestOf(reader)};
 }
 
 template <>
@@ -76,8 +122,18 @@ template <>
 TranscriptionResult fromJson<TranscriptionResult>(const JsonReader& reader) {
     return {.request = requestOf(reader),
             .text = reader.required("text").string(),
-            .start = reader.required("start").number(),
-            .duration = reader.required("duration").number()};
+            .start = secondsOf(reader, "start"),
+            .duration = secondsOf(reader, "duration"),
+            .isFinal = reader.required("isFinal").boolean()};
+}
+
+template <>
+StreamConsumed fromJson<StreamConsumed>(const JsonReader& reader) {
+    const JsonReader samples = reader.required("samples");
+    if (samples.integer() < 0 || samples.integer() > std::int64_t{StreamAudio::mostUnconsumed}) {
+        throw samples.invalid("a number of samples that were sent");
+    }
+    return {.request = requestOf(reader), .samples = samples.integer()};
 }
 
 template <>

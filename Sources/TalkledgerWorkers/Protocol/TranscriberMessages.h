@@ -3,11 +3,13 @@
 #include "TalkledgerCore/Support/Json.h"
 #include "TalkledgerWorkers/Protocol/WorkerMessages.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 /// What the program and the transcriber say to each other. The program numbers its requests; everything that the worker
 /// tells of one carries its number, and after `TranscriptionFinished` or `TranscriptionFailed` comes nothing more of
@@ -26,6 +28,43 @@ struct TranscribeFile {
     bool operator==(const TranscribeFile&) const = default;
 };
 
+/// Recognise live audio, which comes in `StreamAudio` from its `TranscriptionStarted` on until `FinishStream`.
+struct StartStream {
+    static constexpr std::string_view type = "startStream";
+
+    std::int64_t request{0};
+    std::string locale;
+    bool reportsHypotheses{false}; ///< results that are not final are told, too
+
+    bool operator==(const StartStream&) const = default;
+};
+
+/// A piece of a stream: 16 kHz, one channel, 16 bits in the machine's own order. The program waits with more than
+/// `mostUnconsumed` samples of a stream until it has heard that some are worked through, so that a recogniser which
+/// falls behind holds up nothing but its own stream.
+struct StreamAudio {
+    static constexpr std::string_view type = "streamAudio";
+    static constexpr int sampleRate = 16000;
+    static constexpr std::size_t mostUnconsumed = std::size_t{2} * sampleRate;
+
+    std::int64_t request{0};
+    double start{0}; ///< of the first sample, seconds on the time line of the results
+    std::vector<std::byte> payload;
+
+    std::size_t sampleCount() const { return payload.size() / sizeof(std::int16_t); }
+
+    bool operator==(const StreamAudio&) const = default;
+};
+
+/// No more audio comes; what is still unsaid is told, then `TranscriptionFinished`.
+struct FinishStream {
+    static constexpr std::string_view type = "finishStream";
+
+    std::int64_t request{0};
+
+    bool operator==(const FinishStream&) const = default;
+};
+
 /// The results of a request are no longer wanted; it still ends with `TranscriptionFinished`.
 struct CancelRequest {
     static constexpr std::string_view type = "cancel";
@@ -35,7 +74,7 @@ struct CancelRequest {
     bool operator==(const CancelRequest&) const = default;
 };
 
-/// The file could be opened as audio.
+/// The file could be opened as audio, or the stream is listened to.
 struct TranscriptionStarted {
     static constexpr std::string_view type = "started";
 
@@ -51,8 +90,19 @@ struct TranscriptionResult {
     std::string text;
     double start{0};    ///< seconds
     double duration{0}; ///< seconds
+    bool isFinal{true}; ///< otherwise the request's next result replaces it
 
     bool operator==(const TranscriptionResult&) const = default;
+};
+
+/// So many samples of a stream have been worked through since the last time.
+struct StreamConsumed {
+    static constexpr std::string_view type = "consumed";
+
+    std::int64_t request{0};
+    std::int64_t samples{0};
+
+    bool operator==(const StreamConsumed&) const = default;
 };
 
 struct TranscriptionProgress {
@@ -81,14 +131,18 @@ struct TranscriptionFailed {
     bool operator==(const TranscriptionFailed&) const = default;
 };
 
-using MessageToTranscriber = std::variant<Ping, TranscribeFile, CancelRequest>;
-using MessageFromTranscriber = std::variant<Hello, Pong, TranscriptionStarted, TranscriptionResult,
+using MessageToTranscriber = std::variant<Ping, TranscribeFile, StartStream, StreamAudio, FinishStream, CancelRequest>;
+using MessageFromTranscriber = std::variant<Hello, Pong, TranscriptionStarted, TranscriptionResult, StreamConsumed,
                                             TranscriptionProgress, TranscriptionFinished, TranscriptionFailed>;
 
 Json toJson(const TranscribeFile& message);
+Json toJson(const StartStream& message);
+Json toJson(const StreamAudio& message);
+Json toJson(const FinishStream& message);
 Json toJson(const CancelRequest& message);
 Json toJson(const TranscriptionStarted& message);
 Json toJson(const TranscriptionResult& message);
+Json toJson(const StreamConsumed& message);
 Json toJson(const TranscriptionProgress& message);
 Json toJson(const TranscriptionFinished& message);
 Json toJson(const TranscriptionFailed& message);
@@ -96,11 +150,19 @@ Json toJson(const TranscriptionFailed& message);
 template <>
 TranscribeFile fromJson<TranscribeFile>(const JsonReader& reader);
 template <>
+StartStream fromJson<StartStream>(const JsonReader& reader);
+template <>
+StreamAudio fromJson<StreamAudio>(const JsonReader& reader);
+template <>
+FinishStream fromJson<FinishStream>(const JsonReader& reader);
+template <>
 CancelRequest fromJson<CancelRequest>(const JsonReader& reader);
 template <>
 TranscriptionStarted fromJson<TranscriptionStarted>(const JsonReader& reader);
 template <>
 TranscriptionResult fromJson<TranscriptionResult>(const JsonReader& reader);
+template <>
+StreamConsumed fromJson<StreamConsumed>(const JsonReader& reader);
 template <>
 TranscriptionProgress fromJson<TranscriptionProgress>(const JsonReader& reader);
 template <>

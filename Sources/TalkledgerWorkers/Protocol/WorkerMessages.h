@@ -14,7 +14,7 @@ constexpr int workerSocketDescriptor = 3;
 /// The first message of a worker. Another version than the program's own means that the two were installed apart.
 struct Hello {
     static constexpr std::string_view type = "hello";
-    static constexpr std::int64_t currentVersion = 1;
+    static constexpr std::int64_t currentVersion = 2;
 
     std::int64_t version{currentVersion};
 

@@ -10,7 +10,9 @@ EngineShelf::Loan::Loan(EngineShelf& shelf, std::string locale, std::unique_ptr<
     : shelf_(shelf), locale_(std::move(locale)), engine_(std::move(engine)) {}
 
 EngineShelf::Loan::~Loan() {
-    shelf_.giveBack(std::move(locale_), std::move(engine_));
+    if (engine_) {
+        shelf_.giveBack(std::move(locale_), std::move(engine_));
+    }
 }
 
 EngineShelf::EngineShelf(SpeechEngineFactory factory) : factory_(std::move(factory)) {}

@@ -20,9 +20,11 @@ public:
     class Loan {
     public:
         Loan(EngineShelf& shelf, std::string locale, std::unique_ptr<SpeechEngine> engine);
-        ~Loan();
+        Loan(Loan&& other) noexcept = default;
+        Loan& operator=(Loan&&) = delete;
         Loan(const Loan&) = delete;
         Loan& operator=(const Loan&) = delete;
+        ~Loan();
 
         SpeechEngine* operator->() const { return engine_.get(); }
 

@@ -16,10 +16,10 @@ void recognise(const TranscribeFile& request, EngineShelf& engines, const std::s
     AudioFileReader file(request.path, stop);
     report(TranscriptionStarted{request.request});
     const EngineShelf::Loan engine = engines.borrow(request.locale);
-    engine->begin([&](const SpeechSegment& segment) {
+    engine->begin(SpeechReporting::finalSegments, [&](const SpeechSegment& segment) {
         if (!stop.stop_requested()) {
             report(TranscriptionResult{request.request, segment.text, request.startTime + segment.start,
-                                       segment.duration});
+                                       segment.duration, segment.isFinal});
         }
     });
     double reported = 0;

@@ -1,6 +1,7 @@
 #include "TalkledgerWorkers/Transcriber/HeardWord.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 
 namespace talkledger {
@@ -43,6 +44,24 @@ std::vector<HeardWord> trustedWords(const std::vector<HeardWord>& utterance) {
     std::copy_if(utterance.begin(), utterance.end(), std::back_inserter(trusted),
                  [&](const HeardWord& word) { return canBeSpeech(word) && word.confidence >= confidence; });
     return trusted;
+}
+
+std::vector<HeardWord> settledWords(const std::vector<HeardWord>& hypothesis, const std::vector<HeardWord>& before) {
+    std::vector<HeardWord> settled;
+    for (std::size_t index = 0; index < std::min(hypothesis.size(), before.size()); ++index) {
+        if (hypothesis[index].text != before[index].text) {
+            break;
+        }
+        if (canBeSpeech(hypothesis[index])) {
+            settled.push_back(hypothesis[index]);
+        }
+    }
+    // Tones and howls are heard as one word, once or again and again.
+    const auto differs = [&](const HeardWord& word) { return word.text != settled.front().text; };
+    if (std::none_of(settled.begin(), settled.end(), differs)) {
+        settled.clear();
+    }
+    return settled;
 }
 
 } // namespace talkledger

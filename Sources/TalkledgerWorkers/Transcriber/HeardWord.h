@@ -22,4 +22,8 @@ struct HeardWord {
 /// invented one.
 std::vector<HeardWord> trustedWords(const std::vector<HeardWord>& utterance);
 
+/// The words of an utterance under way, of which no confidence is known yet, that are worth showing for the time being:
+/// those that stand as they stood in the hypothesis before, when they are more than one and the same.
+std::vector<HeardWord> settledWords(const std::vector<HeardWord>& hypothesis, const std::vector<HeardWord>& before);
+
 } // namespace talkledger

@@ -25,6 +25,8 @@ constexpr double longestUtterance = 12; ///< seconds
 constexpr int quietBlocksOfCut = 4;
 constexpr double quietShare = 0.02; ///< of the utterance's mean energy
 
+constexpr int blocksPerHypothesis = 10;
+
 constexpr double framesPerSecond = VoicingDetector::framesPerSecond;
 
 void ignoreMessage(void*, err_lvl_t, const char*, ...) {}
@@ -85,7 +87,10 @@ void PocketSphinxEngine::DecoderDeleter::operator()(ps_decoder_s* decoder) const
 }
 
 PocketSphinxEngine::PocketSphinxEngine(const std::filesystem::path& modelFolder)
-    : segments_([](const SpeechSegment&) {}) {
+    : segments_([this](const SpeechSegment& segment) {
+          toldText_.clear();
+          handler_(segment);
+      }) {
     const std::filesystem::path english = modelFolder / "en-us";
     const std::unique_ptr<cmd_ln_t, ConfigurationDeleter> configuration(
         cmd_ln_init(nullptr, ps_args(), 1, "-hmm", (english / "en-us").c_str(), "-lm",
@@ -102,11 +107,14 @@ PocketSphinxEngine::PocketSphinxEngine(const std::filesystem::path& modelFolder)
 
 PocketSphinxEngine::~PocketSphinxEngine() = default;
 
-void PocketSphinxEngine::begin(SpeechSegmentHandler handler) {
+void PocketSphinxEngine::begin(SpeechReporting reporting, SpeechSegmentHandler handler) {
     if (std::exchange(isUtteranceOpen_, false)) {
         ps_end_utt(decoder_.get());
     }
-    segments_ = SegmentBuilder(std::move(handler));
+    reporting_ = reporting;
+    handler_ = std::move(handler);
+    segments_.clear();
+    toldText_.clear();
     voicing_.reset();
     pending_.clear();
     processedSamples_ = 0;
@@ -141,7 +149,9 @@ void PocketSphinxEngine::process(std::span<const std::int16_t> samples) {
     if ((wasInSpeech && !isInSpeech_) || (isInSpeech_ && shouldCut(samples))) {
         endUtterance();
         startUtterance();
-    } else if (!isInSpeech_) {
+    } else if (isInSpeech_) {
+        tellHypothesis();
+    } else {
         constexpr double lookback = 1; // seconds: an utterance begins somewhat before the library notices
         const double time = static_cast<double>(processedSamples_) / sampleRate;
         voicing_.forget(static_cast<std::int64_t>((time - lookback) * framesPerSecond));
@@ -167,6 +177,8 @@ void PocketSphinxEngine::startUtterance() {
     speechSamples_ = 0;
     speechEnergy_ = 0;
     quietBlocks_ = 0;
+    blocksUntilHypothesis_ = blocksPerHypothesis;
+    lastHypothesis_.clear();
 }
 
 void PocketSphinxEngine::endUtterance() {
@@ -174,6 +186,34 @@ void PocketSphinxEngine::endUtterance() {
     isUtteranceOpen_ = false;
     for (const HeardWord& word : trustedWords(heardWords())) {
         segments_.append(word);
+    }
+    tellWordsSoFar({});
+}
+
+void PocketSphinxEngine::tellHypothesis() {
+    if (reporting_ != SpeechReporting::alsoHypotheses || --blocksUntilHypothesis_ > 0) {
+        return;
+    }
+    blocksUntilHypothesis_ = blocksPerHypothesis;
+    std::vector<HeardWord> hypothesis = heardWords();
+    tellWordsSoFar(settledWords(hypothesis, lastHypothesis_));
+    lastHypothesis_ = std::move(hypothesis);
+}
+
+/// Tells those of the segment that is being joined, with those of the utterance under way.
+void PocketSphinxEngine::tellWordsSoFar(const std::vector<HeardWord>& current) {
+    if (reporting_ != SpeechReporting::alsoHypotheses) {
+        return;
+    }
+    std::vector<HeardWord> words = segments_.pending();
+    words.insert(words.end(), current.begin(), current.end());
+    if (words.empty()) {
+        return;
+    }
+    SpeechSegment hypothesis = joinedWords(words);
+    hypothesis.isFinal = false;
+    if (std::exchange(toldText_, hypothesis.text) != hypothesis.text) {
+        handler_(hypothesis);
     }
 }
 

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -26,6 +27,8 @@ void silencePocketSphinx();
 
 /// English from the packaged PocketSphinx model: about 100 MB and a tenth of real time for each engine. The words of an
 /// utterance are known at its end, which is a pause of half a second, or a quiet moment when someone speaks on and on.
+/// Hypotheses come before, five times a second at most. The last of an utterance is told when its end is known: that
+/// what was no speech after all goes from it.
 ///
 /// Each engine loads a model of its own: the library writes to caches inside its language model while it scores, so
 /// that two threads cannot share one. The largest part of the acoustic model is mapped from its file, hence shared.
@@ -38,7 +41,7 @@ public:
     PocketSphinxEngine(const PocketSphinxEngine&) = delete;
     PocketSphinxEngine& operator=(const PocketSphinxEngine&) = delete;
 
-    void begin(SpeechSegmentHandler handler) override;
+    void begin(SpeechReporting reporting, SpeechSegmentHandler handler) override;
     void append(std::span<const std::int16_t> samples) override;
     void finish() override;
 
@@ -52,6 +55,8 @@ private:
     void startUtterance();
     void endUtterance();
     std::vector<HeardWord> heardWords() const;
+    void tellHypothesis();
+    void tellWordsSoFar(const std::vector<HeardWord>& current);
 
     std::unique_ptr<ps_decoder_s, DecoderDeleter> decoder_;
     std::vector<float> initialMeans_; ///< of the cepstrum, before any voice was heard
@@ -64,6 +69,12 @@ private:
     std::int64_t speechSamples_{0}; ///< of the utterance
     double speechEnergy_{0};        ///< of the utterance
     int quietBlocks_{0};            ///< in a row
+
+    SpeechReporting reporting_{SpeechReporting::finalSegments};
+    SpeechSegmentHandler handler_;
+    int blocksUntilHypothesis_{0};
+    std::vector<HeardWord> lastHypothesis_; ///< of the utterance
+    std::string toldText_;                  ///< of the hypothesis that stands
 };
 
 } // namespace talkledger

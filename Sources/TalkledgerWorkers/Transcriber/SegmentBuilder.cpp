@@ -5,6 +5,17 @@
 
 namespace talkledger {
 
+SpeechSegment joinedWords(std::span<const HeardWord> words) {
+    SpeechSegment segment{.text = {}, .start = words.front().start, .duration = words.back().end - words.front().start};
+    for (const HeardWord& word : words) {
+        if (!segment.text.empty()) {
+            segment.text += ' ';
+        }
+        segment.text += word.text;
+    }
+    return segment;
+}
+
 SegmentBuilder::SegmentBuilder(SpeechSegmentHandler handler) : handler_(std::move(handler)) {}
 
 void SegmentBuilder::append(const HeardWord& word) {
@@ -42,16 +53,8 @@ std::size_t SegmentBuilder::widestGap() const {
 }
 
 void SegmentBuilder::emit(std::size_t count) {
-    const auto end = words_.begin() + static_cast<std::ptrdiff_t>(count);
-    SpeechSegment segment{
-        .text = {}, .start = words_.front().start, .duration = words_[count - 1].end - words_.front().start};
-    for (auto word = words_.begin(); word != end; ++word) {
-        if (!segment.text.empty()) {
-            segment.text += ' ';
-        }
-        segment.text += word->text;
-    }
-    words_.erase(words_.begin(), end);
+    const SpeechSegment segment = joinedWords(std::span(words_).first(count));
+    words_.erase(words_.begin(), words_.begin() + static_cast<std::ptrdiff_t>(count));
     handler_(segment);
 }
 

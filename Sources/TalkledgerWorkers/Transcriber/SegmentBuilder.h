@@ -3,9 +3,13 @@
 #include "TalkledgerWorkers/Transcriber/HeardWord.h"
 #include "TalkledgerWorkers/Transcriber/SpeechEngine.h"
 
+#include <span>
 #include <vector>
 
 namespace talkledger {
+
+/// The words as one segment; there has to be one at least.
+SpeechSegment joinedWords(std::span<const HeardWord> words);
 
 /// Joins words into segments: a pause ends a segment, and one that grows too long is cut at its widest gap.
 class SegmentBuilder {
@@ -23,6 +27,12 @@ public:
     void advance(double time);
 
     void finish();
+
+    /// Forgets the words that have not become a segment.
+    void clear() { words_.clear(); }
+
+    /// The words of the segment that is being joined.
+    const std::vector<HeardWord>& pending() const { return words_; }
 
 private:
     void emit(std::size_t count);

@@ -20,11 +20,18 @@ struct SpeechSegment {
     std::string text;
     double start{0};
     double duration{0};
+    bool isFinal{true}; ///< otherwise a hypothesis, which the next segment replaces
 
     bool operator==(const SpeechSegment&) const = default;
 };
 
 using SpeechSegmentHandler = std::function<void(const SpeechSegment&)>;
+
+/// What is to be told of a stream.
+enum class SpeechReporting {
+    finalSegments,
+    alsoHypotheses, ///< and, while someone speaks, what it seems to be so far
+};
 
 /// A recogniser with its model loaded, which hears one stream of 16 kHz mono samples after the other. Used by one
 /// thread at a time.
@@ -38,8 +45,8 @@ public:
     virtual ~SpeechEngine() = default;
 
     /// A new stream; what is left of the one before is given up. `handler` is called out of `append` and `finish`, with
-    /// segments in the order of their times.
-    virtual void begin(SpeechSegmentHandler handler) = 0;
+    /// final segments in the order of their times.
+    virtual void begin(SpeechReporting reporting, SpeechSegmentHandler handler) = 0;
 
     virtual void append(std::span<const std::int16_t> samples) = 0;
 

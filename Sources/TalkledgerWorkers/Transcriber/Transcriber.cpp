@@ -1,7 +1,6 @@
 #include "TalkledgerWorkers/Transcriber/Transcriber.h"
 
 #include "TalkledgerWorkers/Protocol/Message.h"
-#include "TalkledgerWorkers/Transcriber/FileTranscription.h"
 
 #include <boost/asio/experimental/awaitable_operators.hpp>
 #include <boost/asio/post.hpp>
@@ -21,13 +20,15 @@ Transcriber::Transcriber(FrameSocket::Socket socket, SpeechEngineFactory engines
       executor_(socket.get_executor()),
       socket_(std::move(socket)),
       engines_(std::move(engines)),
-      threads_(settings.threads) {}
+      threads_(settings.threads),
+      streamThreads_(settings.streamThreads) {}
 
 Transcriber::~Transcriber() {
-    for (auto& [number, stop] : requests_) {
-        stop.request_stop();
+    for (auto& [number, request] : requests_) {
+        request.stop.request_stop();
     }
     threads_.join();
+    streamThreads_.join();
 }
 
 Task<void> Transcriber::run() {
@@ -61,29 +62,84 @@ void Transcriber::handle(const Ping&) {
 }
 
 void Transcriber::handle(const TranscribeFile& message) {
-    const auto [request, isNew] = requests_.try_emplace(message.request);
-    if (!isNew) {
-        throw ProtocolError("A request's number is in use.");
-    }
-    asio::post(threads_, [this, message, stop = request->second.get_token()] {
-        transcribeFile(message, engines_, stop, [this, number = message.request](const MessageFromTranscriber& told) {
-            asio::post(executor_, [this, number, told] { report(number, told); });
-        });
+    const Request& request = add(message.request);
+    asio::post(threads_, [this, message, stop = request.stop.get_token(), tell = reportOf(message.request)] {
+        transcribeFile(message, engines_, stop, tell);
     });
+}
+
+void Transcriber::handle(const StartStream& message) {
+    Request& request = add(message.request);
+    LiveTranscription transcription(message, engines_, request.stop.get_token(), reportOf(message.request));
+    request.stream = std::make_shared<Stream>(
+        Stream{.transcription = std::move(transcription), .steps = asio::make_strand(streamThreads_)});
+    asio::post(request.stream->steps, [stream = request.stream] { stream->transcription.start(); });
+}
+
+void Transcriber::handle(const StreamAudio& message) {
+    if (message.payload.size() % sizeof(std::int16_t) != 0) {
+        throw ProtocolError("A piece of audio ends in the middle of a sample.");
+    }
+    const std::shared_ptr<Stream> stream = this->stream(message.request);
+    if (!stream) {
+        return;
+    }
+    if (stream->unconsumed > 0 && stream->unconsumed + message.sampleCount() > StreamAudio::mostUnconsumed) {
+        throw ProtocolError("Audio came faster than it was asked for.");
+    }
+    stream->unconsumed += message.sampleCount();
+    asio::post(stream->steps, [stream, message] { stream->transcription.append(message); });
+}
+
+void Transcriber::handle(const FinishStream& message) {
+    if (const std::shared_ptr<Stream> stream = this->stream(message.request)) {
+        asio::post(stream->steps, [stream] { stream->transcription.finish(); });
+    }
 }
 
 void Transcriber::handle(const CancelRequest& message) {
     if (const auto request = requests_.find(message.request); request != requests_.end()) {
-        request->second.request_stop();
+        request->second.stop.request_stop();
+        handle(FinishStream{message.request});
     }
 }
 
+Transcriber::Request& Transcriber::add(std::int64_t request) {
+    const auto [added, isNew] = requests_.try_emplace(request);
+    if (!isNew) {
+        throw ProtocolError("A request's number is in use.");
+    }
+    return added->second;
+}
+
+/// Null for a file and for a request that has ended.
+std::shared_ptr<Transcriber::Stream> Transcriber::stream(std::int64_t request) const {
+    const auto found = requests_.find(request);
+    return found == requests_.end() ? nullptr : found->second.stream;
+}
+
+/// For the threads that work on the request.
+TranscriberMessageHandler Transcriber::reportOf(std::int64_t request) {
+    return [this, request](const MessageFromTranscriber& message) {
+        asio::post(executor_, [this, request, message] { report(request, message); });
+    };
+}
+
 void Transcriber::report(std::int64_t request, const MessageFromTranscriber& message) {
+    if (const auto* consumed = std::get_if<StreamConsumed>(&message)) {
+        noteConsumed(*consumed);
+    }
     if (std::holds_alternative<TranscriptionFinished>(message) ||
         std::holds_alternative<TranscriptionFailed>(message)) {
         requests_.erase(request);
     }
     send(message);
+}
+
+void Transcriber::noteConsumed(const StreamConsumed& message) {
+    if (const std::shared_ptr<Stream> stream = this->stream(message.request)) {
+        stream->unconsumed -= static_cast<std::size_t>(message.samples);
+    }
 }
 
 void Transcriber::send(const MessageFromTranscriber& message) {

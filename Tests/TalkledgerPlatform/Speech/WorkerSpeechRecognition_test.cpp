@@ -1,5 +1,6 @@
 #include "Support/RunTask.h"
 #include "TalkledgerCore/Support/Both.h"
+#include "TalkledgerPlatform/Speech/OwnResources.h"
 #include "TalkledgerPlatform/Speech/WorkerError.h"
 #include "TalkledgerPlatform/Speech/WorkerSpeechRecognition.h"
 #include "TalkledgerWorkers/SpokenAudio.h"
@@ -25,6 +26,8 @@ namespace talkledger {
 namespace {
 
 namespace asio = boost::asio;
+using testing::children;
+using testing::openDescriptors;
 using testing::silence;
 using testing::speak;
 using testing::operator+;
@@ -32,22 +35,6 @@ using ::testing::HasSubstr;
 
 constexpr const char* sentence = "We have a budget of twenty thousand dollars for this year.";
 const SpeechTranscriber english{.locale = "en_US"};
-
-std::vector<pid_t> children() {
-    std::vector<pid_t> found;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream list(task.path() / "children");
-        for (pid_t child = 0; list >> child;) {
-            found.push_back(child);
-        }
-    }
-    return found;
-}
-
-std::size_t openDescriptors() {
-    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
-}
 
 struct Outcome {
     std::string text;
@@ -151,8 +138,7 @@ TEST_F(WorkerSpeechRecognitionTest, OffersEnglishToAnEnglishDesktopWithTheModelO
     WorkerSpeechRecognition recognition(settings());
     EXPECT_TRUE(recognition.isAvailable());
     EXPECT_EQ(run(recognition.supportedLocale("en_GB")), "en_US");
-    EXPECT_EQ(run(recognition.supportedLocale("ja_JP")), std::nullopt);
-    EXPECT_EQ(run(recognition.supportedLocale("enm")), std::nullopt);
+    EXPECT_EQ(run(recognition.supportedLocale("ja_JP")), "en_US") << "the only one there is";
     EXPECT_EQ(run(recognition.assetInventory().status(english)), SpeechAssetStatus::installed);
     EXPECT_EQ(run(recognition.assetInventory().status({.locale = "ja_JP"})), SpeechAssetStatus::unsupported);
     EXPECT_EQ(run(recognition.assetInventory().assetInstallationRequest(english)), nullptr);

@@ -31,11 +31,17 @@ TEST(TranscriberMessages, ComeBackAsTheyWere) {
                                                           .locale = "en_US",
                                                           .startTime = 0.1 + 0.2});
     expectToComeBack<MessageToTranscriber>(CancelRequest{.request = std::numeric_limits<std::int64_t>::max()});
+    expectToComeBack<MessageToTranscriber>(StartStream{.request = 4, .locale = "en_US", .reportsHypotheses = true});
+    expectToComeBack<MessageToTranscriber>(
+        StreamAudio{.request = 4, .start = -0.02, .payload = {std::byte{0}, std::byte{0x80}}});
+    expectToComeBack<MessageToTranscriber>(FinishStream{.request = 4});
     expectToComeBack<MessageFromTranscriber>(Hello{.version = 9});
     expectToComeBack<MessageFromTranscriber>(Pong{});
     expectToComeBack<MessageFromTranscriber>(TranscriptionStarted{.request = 1});
     expectToComeBack<MessageFromTranscriber>(
         TranscriptionResult{.request = 1, .text = "\xE5\x95\x86\xE8\xAB\x87 \"\\\n", .start = 12.34, .duration = 1e-3});
+    expectToComeBack<MessageFromTranscriber>(TranscriptionResult{.text = "we have", .isFinal = false});
+    expectToComeBack<MessageFromTranscriber>(StreamConsumed{.request = 4, .samples = 1365});
     expectToComeBack<MessageFromTranscriber>(TranscriptionProgress{.request = 1, .share = 1});
     expectToComeBack<MessageFromTranscriber>(TranscriptionFinished{.request = 1});
     expectToComeBack<MessageFromTranscriber>(TranscriptionFailed{.request = 1, .description = "It broke."});
@@ -51,14 +57,23 @@ TEST(TranscriberMessages, AreRefusedWhenAnythingIsWrong) {
     expectRefused<From>(R"({"type": 4})");
     expectRefused<From>(R"({"type": "ping"})"); // of the other direction
     expectRefused<From>(R"({"type": "pong"})", {std::byte{1}});
-    expectRefused<From>(R"({"type": "result", "request": 1, "text": 5, "start": 0, "duration": 0})");
-    expectRefused<From>(R"({"type": "result", "request": 1, "text": "", "start": null, "duration": 0})");
-    expectRefused<From>(R"({"type": "result", "request": 1, "text": "", "start": 1e999, "duration": 0})");
+    const auto result = [](const std::string& members) {
+        return R"({"type": "result", "request": 1, "isFinal": true, )" + members + "}";
+    };
+    EXPECT_NO_THROW(decodeMessage<From>({.head = result(R"("text": "", "start": 0, "duration": 0)"), .payload = {}}));
+    expectRefused<From>(result(R"("text": 5, "start": 0, "duration": 0)"));
+    expectRefused<From>(result(R"("text": "", "start": null, "duration": 0)"));
+    expectRefused<From>(result(R"("text": "", "start": 1e999, "duration": 0)"));
+    expectRefused<From>(result(R"("text": "", "start": 0, "duration": 1e300)"));
+    expectRefused<From>(R"({"type": "consumed", "request": 1, "samples": -1})");
+    expectRefused<From>(R"({"type": "consumed", "request": 1, "samples": 9999999})");
     expectRefused<From>("{\"type\": \"failed\", \"request\": 1, \"description\": \"\xFF\"}");
     expectRefused<From>(R"({"type": "progress", "request": 1, "share": 1.5})");
     expectRefused<From>(R"({"type": "finished", "request": 99999999999999999999})");
     expectRefused<From>(std::string(Frame::maximumHeadLength, '['));
     expectRefused<To>(R"({"type": "transcribeFile", "request": 1, "file": "mic.wav", "locale": "", "startTime": 0})");
+    expectRefused<To>(R"({"type": "streamAudio", "request": 1, "start": -2e9})", {std::byte{0}, std::byte{0}});
+    expectRefused<To>(R"({"type": "finishStream", "request": 1})", {std::byte{0}});
     expectRefused<To>(
         R"({"type": "transcribeFile", "request": 1, "file": "file:///a%00b", "locale": "", "startTime": 0})");
 }

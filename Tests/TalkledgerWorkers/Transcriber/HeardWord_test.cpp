@@ -36,6 +36,20 @@ TEST(TrustedWords, NeedAVoiceAndAPossibleLengthWhateverTheEngineBelieves) {
     EXPECT_THAT(trustedWords({unvoiced, doubtful, drawnOut}), IsEmpty()) << "noise must not vouch for words";
 }
 
+TEST(SettledWords, AreThoseThatStoodBefore) {
+    const HeardWord we = spoken("we", 1);
+    const HeardWord have = spoken("have", 1);
+    const HeardWord the = spoken("the", 1);
+    const HeardWord a = spoken("a", 1);
+    EXPECT_THAT(settledWords({we, have, the}, {we, have, a, the}), ElementsAre(we, have));
+    EXPECT_THAT(settledWords({we, have}, {}), IsEmpty());
+    EXPECT_THAT(settledWords({we, the}, {we, a}), IsEmpty()) << "one word may be anything";
+    EXPECT_THAT(settledWords({the, the, the}, {the, the, the}), IsEmpty()) << "so may the same again and again";
+    HeardWord unvoiced = have;
+    unvoiced.voicedSeconds = 0;
+    EXPECT_THAT(settledWords({we, unvoiced, the}, {we, have, the}), ElementsAre(we, the));
+}
+
 TEST(WrittenWord, IsThatOfAPronunciationAndNoneForNoises) {
     EXPECT_EQ(writtenWord("with(2)"), "with");
     EXPECT_EQ(writtenWord("i'm"), "I'm");

@@ -16,9 +16,10 @@ using testing::speak;
 using testing::synthesize;
 using testing::operator+;
 
-std::vector<SpeechSegment> recognise(SpeechEngine& engine, std::span<const std::int16_t> samples) {
+std::vector<SpeechSegment> recognise(SpeechEngine& engine, std::span<const std::int16_t> samples,
+                                     SpeechReporting reporting = SpeechReporting::finalSegments) {
     std::vector<SpeechSegment> segments;
-    engine.begin([&](const SpeechSegment& segment) { segments.push_back(segment); });
+    engine.begin(reporting, [&](const SpeechSegment& segment) { segments.push_back(segment); });
     while (!samples.empty()) {
         const std::size_t length = std::min<std::size_t>(samples.size(), 1000); // no multiple of a block
         engine.append(samples.first(length));
@@ -89,12 +90,36 @@ TEST_F(PocketSphinxEngineTest, GivesEachSentenceItsTrueTime) {
     EXPECT_NEAR(segments[1].start + segments[1].duration, secondStart + seconds(second), 0.3);
 }
 
+TEST_F(PocketSphinxEngineTest, TellsWhatItSeemsToBeUntilItIsCertain) {
+    const Samples samples = silence(0.5) + speak("rms", "We have a budget of twenty thousand dollars for this year.") +
+                            silence(2) + speak("slt", "I will send you the proposal by Friday afternoon.") + silence(2);
+    const std::vector<SpeechSegment> told = recognise(*engine_, samples, SpeechReporting::alsoHypotheses);
+    std::vector<SpeechSegment> finals;
+    std::vector<SpeechSegment> hypotheses; ///< since the last final one
+    for (const SpeechSegment& segment : told) {
+        if (!segment.isFinal) {
+            EXPECT_TRUE(hypotheses.empty() || hypotheses.back().text != segment.text) << "told twice: " << segment.text;
+            hypotheses.push_back(segment);
+            continue;
+        }
+        EXPECT_THAT(hypotheses, ::testing::SizeIs(::testing::Ge(4U))) << "it grows: " << segment.text;
+        EXPECT_EQ(hypotheses.back().text, segment.text) << "nothing stands that the final does not say";
+        for (const SpeechSegment& hypothesis : hypotheses) {
+            EXPECT_NEAR(hypothesis.start, segment.start, 0.3) << hypothesis.text;
+        }
+        finals.push_back(segment);
+        hypotheses.clear();
+    }
+    EXPECT_THAT(hypotheses, ::testing::IsEmpty());
+    EXPECT_EQ(finals, recognise(*engine_, samples)) << "the finals are those of a file";
+}
+
 TEST_F(PocketSphinxEngineTest, HearsTheSameAgainAfterAnotherVoiceAndAnUnfinishedStream) {
     const Samples sentence = speak("slt", "Please share the security report before the meeting.");
     const std::vector<SpeechSegment> before = recognise(*engine_, sentence);
     EXPECT_THAT(before, ::testing::SizeIs(1));
     recognise(*engine_, speak("rms", "We decided to start with a small pilot."));
-    engine_->begin([](const SpeechSegment&) { ADD_FAILURE(); });
+    engine_->begin(SpeechReporting::finalSegments, [](const SpeechSegment&) { ADD_FAILURE(); });
     engine_->append(sentence);
     EXPECT_EQ(recognise(*engine_, sentence), before);
 }
@@ -114,7 +139,7 @@ TEST_F(PocketSphinxEngineTest, InventsNothing) {
         {"clicks", "synth 0.01 whitenoise vol 0.5 pad 0 0.3 repeat 25"},
     };
     for (const auto& [name, effects] : sounds) {
-        EXPECT_EQ(textOf(recognise(*engine_, synthesize(effects))), "") << name;
+        EXPECT_EQ(textOf(recognise(*engine_, synthesize(effects), SpeechReporting::alsoHypotheses)), "") << name;
     }
 }
 

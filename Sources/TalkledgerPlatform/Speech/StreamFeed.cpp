@@ -1,0 +1,42 @@
+#include "TalkledgerPlatform/Speech/StreamFeed.h"
+
+#include "TalkledgerPlatform/Speech/WorkerError.h"
+#include "TalkledgerWorkers/Protocol/Message.h"
+
+#include <boost/asio/use_awaitable.hpp>
+
+#include <optional>
+#include <utility>
+
+namespace talkledger {
+
+StreamFeed::StreamFeed(const Executor& executor, std::int64_t request, Send send)
+    : request_(request), send_(std::move(send)), consumed_(executor, 1) {}
+
+Task<void> StreamFeed::run(std::shared_ptr<AnalyzerInputSequence> inputs) {
+    for (auto input = co_await inputs->next(); input.has_value(); input = co_await inputs->next()) {
+        if (input->buffer->format != liveAudioFormat) {
+            throw WorkerError::failed("The speech recogniser was given audio in another format than agreed.");
+        }
+        StreamAudio audio{.request = request_, .start = input->bufferStartTime, .payload = input->buffer->samples};
+        co_await waitForRoom(audio.sampleCount());
+        unconsumed_ += static_cast<std::int64_t>(audio.sampleCount());
+        send_(encodeMessage(audio));
+    }
+    send_(encodeMessage(FinishStream{.request = request_}));
+}
+
+/// A piece that is longer than all the room goes alone.
+Task<void> StreamFeed::waitForRoom(std::size_t samples) {
+    constexpr auto room = static_cast<std::int64_t>(StreamAudio::mostUnconsumed);
+    while (unconsumed_ > 0 && unconsumed_ + static_cast<std::int64_t>(samples) > room) {
+        co_await consumed_.async_receive(boost::asio::use_awaitable);
+    }
+}
+
+void StreamFeed::noteConsumed(std::int64_t samples) {
+    unconsumed_ -= samples;
+    consumed_.try_send(boost::system::error_code());
+}
+
+} // namespace talkledger
