@@ -71,6 +71,11 @@ void RecordingTimelineRecorder::beginTimeline(std::filesystem::path folder, Mono
     state_ = State{.folder = std::move(folder), .origin = now, .timeline = {}, .isWritten = true};
 }
 
+std::optional<MonotonicTime> RecordingTimelineRecorder::origin() const {
+    const std::lock_guard guard(lock_);
+    return state_ ? std::optional(state_->origin) : std::nullopt;
+}
+
 void RecordingTimelineRecorder::trackBegan(AudioChannel channel, MonotonicTime time) {
     {
         const std::lock_guard guard(lock_);

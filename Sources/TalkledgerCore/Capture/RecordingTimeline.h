@@ -44,6 +44,9 @@ public:
     /// The microphone track of the recording in `folder` has been asked to start: the time line begins.
     void beginTimeline(std::filesystem::path folder, MonotonicTime now);
 
+    /// When the time line of the last recording began; absent before the first.
+    std::optional<MonotonicTime> origin() const;
+
     /// A track's first sample was captured at `time`. Does nothing before a time line has begun.
     void trackBegan(AudioChannel channel, MonotonicTime time);
 
@@ -62,7 +65,7 @@ private:
 
     FileSystem* fileSystem_;
     Executor writes_; ///< in order, one at a time
-    std::mutex lock_;
+    mutable std::mutex lock_;
     std::optional<State> state_;
 };
 

@@ -2,14 +2,13 @@
 
 #include "TalkledgerCore/Capture/RecordingTimeline.h"
 #include "TalkledgerCore/Support/Both.h"
-#include "TalkledgerCore/Support/Text.h"
+#include "TalkledgerCore/Transcription/RecognisedSegment.h"
 
 #include <boost/asio/cancellation_state.hpp>
 #include <boost/asio/error.hpp>
 #include <boost/system/system_error.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <exception>
 #include <optional>
 #include <utility>
@@ -29,10 +28,6 @@ std::vector<std::string> unique(const std::vector<std::string>& locales) {
         }
     }
     return kept;
-}
-
-double secondsOrZero(double seconds) {
-    return std::isfinite(seconds) ? seconds : 0;
 }
 
 /// One attempt at one file in one locale.
@@ -90,11 +85,10 @@ private:
         std::vector<TranscriptSegment> segments;
         std::optional<SpeechTranscriptionResult> result = co_await analyzer.nextResult();
         while (result.has_value()) {
-            const std::string text = text::trimmed(result->text);
-            if (result->isFinal && !text.empty()) {
-                segments.emplace_back(channel, role, secondsOrZero(result->audioTimeRange.start),
-                                      secondsOrZero(result->audioTimeRange.duration), text,
-                                      TranscriptSegmentStatus::final);
+            if (result->isFinal) {
+                if (std::optional<TranscriptSegment> segment = recognisedSegment(*result, channel, role)) {
+                    segments.push_back(*std::move(segment));
+                }
             }
             result = co_await analyzer.nextResult();
         }

@@ -45,10 +45,12 @@ TEST_F(RecordingTimelineTest, KeepsEachTracksStartFromTheMomentTheMicrophoneWasA
 }
 
 TEST_F(RecordingTimelineTest, StartsANewLineForEachRecording) {
+    EXPECT_EQ(recorder->origin(), std::nullopt);
     recorder->beginTimeline(folder.path() / "earlier", origin);
     recorder->trackBegan(AudioChannel::mic, origin + 10s);
     // Captured a moment before the device was asked for.
     recorder->beginTimeline(folder.path(), origin + 60s);
+    EXPECT_EQ(recorder->origin(), origin + 60s);
     recorder->trackBegan(AudioChannel::mic, origin + 60s - 20ms);
     recorder->trackBegan(AudioChannel::speaker, origin + 61s);
     testing::runTask(context, recorder->flush());
