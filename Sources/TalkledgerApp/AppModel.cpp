@@ -52,13 +52,11 @@ AppModel::AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captur
     markdownExportDirectory_ = storedFolder(settings_);
     createStore(ports.fileSystem);
     if (store_) {
-        createCoordinator(ports, background);
+        createCoordinator(*store_, ports, background);
     }
     refreshSessions();
     permissions_ = CapturePermissionInspector::quickSnapshot(ports.authorization);
 }
-
-AppModel::~AppModel() = default;
 
 void AppModel::createStore(FileSystem& fileSystem) {
     try {
@@ -70,7 +68,7 @@ void AppModel::createStore(FileSystem& fileSystem) {
     }
 }
 
-void AppModel::createCoordinator(const AppPorts& ports, const Executor& background) {
+void AppModel::createCoordinator(RecordingStore& store, const AppPorts& ports, const Executor& background) {
     const auto timeline = std::make_shared<RecordingTimelineRecorder>(ports.fileSystem, background);
     const auto relayTo = [this](AudioChannel channel) {
         return [this, channel](SharedAudioBuffer buffer) { liveAudioBufferRelay_.append(std::move(buffer), channel); };
@@ -89,7 +87,7 @@ void AppModel::createCoordinator(const AppPorts& ports, const Executor& backgrou
             }
         });
     coordinator_ = std::make_unique<RecordingCoordinator>(
-        *store_, std::move(microphone), std::move(systemAudio), std::move(transcripts),
+        store, std::move(microphone), std::move(systemAudio), std::move(transcripts),
         std::make_unique<FoundationModelsSalesSummaryGenerator>(ports.languageModel),
         RecordingArtifactDiagnosticsBuilder(ports.fileSystem, ports.audioFiles));
 }
@@ -181,18 +179,19 @@ std::string AppModel::defaultRecordingTitle() const {
 /// The coordinator knows what is captured, also after a failure: a start that failed to write its diagnostics has
 /// tracks that run, and a stop that failed has none.
 void AppModel::followCoordinator() {
-    setCurrentSession(coordinator_->currentSession());
+    const std::optional<RecordingSession> session = coordinator_->currentSession();
+    setCurrentSession(session);
     setIsRecording(coordinator_->isRecording());
-    if (!isRecording_) {
+    if (!session) {
         tracks_.end();
-    } else if (const auto begun = diagnostics(*currentSession_)) {
+    } else if (const auto begun = diagnostics(*session)) {
         tracks_.setStarted(*begun);
     }
 }
 
 /// The coordinator does not see what the tracks went through: that joins its messages here.
 void AppModel::keepMessages(const std::vector<std::string>& messages, const RecordingSession& session) {
-    if (messages.empty()) {
+    if (!store_ || messages.empty()) {
         return;
     }
     try {

@@ -63,7 +63,6 @@ public:
     /// `captureReports` is what the capture ports report to; `background` may block.
     AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captureReports, Executor main,
              const Executor& background, QSettings& settings);
-    ~AppModel() override;
 
     bool isRecording() const { return isRecording_; }
 
@@ -150,7 +149,7 @@ Q_SIGNALS:
 
 private:
     void createStore(FileSystem& fileSystem);
-    void createCoordinator(const AppPorts& ports, const Executor& background);
+    void createCoordinator(RecordingStore& store, const AppPorts& ports, const Executor& background);
     Task<void> startRecordingNow();
     Task<void> stopRecordingNow();
     std::string defaultRecordingTitle() const;

@@ -57,8 +57,6 @@ AppSingleInstanceCoordinator::AppSingleInstanceCoordinator(QDBusConnection bus) 
     std::make_unique<ApplicationAdaptor>(this).release(); // a child of this from now on
 }
 
-AppSingleInstanceCoordinator::~AppSingleInstanceCoordinator() = default;
-
 QVariantMap AppSingleInstanceCoordinator::platformDataOfThisStart() {
     QVariantMap platformData;
     const auto keep = [&](const QString& key, const char* variable) {

@@ -21,7 +21,6 @@ public:
     static const QString objectPath;
 
     explicit AppSingleInstanceCoordinator(QDBusConnection bus);
-    ~AppSingleInstanceCoordinator() override;
 
     /// True when another copy runs; it has then been brought forward, and this one has to end. `platformData` is what
     /// the desktop told this copy about its start, such as the token that lets the other one raise its window.

@@ -50,8 +50,6 @@ AppWindowController::AppWindowController(AppModel& model, DesktopAppearance& app
     context->setContextProperty(QStringLiteral("texts"), &texts_);
 }
 
-AppWindowController::~AppWindowController() = default;
-
 void AppWindowController::showRecordings(const QString& activationToken) {
     if (window_ == nullptr) {
         createWindow();

@@ -21,7 +21,6 @@ class AppWindowController : public QObject {
 public:
     /// Both have to outlive it.
     AppWindowController(AppModel& model, DesktopAppearance& appearance);
-    ~AppWindowController() override;
 
     /// Places the window anew and brings it to the front. The token is the desktop's leave to do so and may be empty.
     /// Throws when the screens cannot be loaded.

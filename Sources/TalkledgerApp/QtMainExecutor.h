@@ -32,6 +32,8 @@ public:
     };
 
     QtMainContext();
+    QtMainContext(const QtMainContext&) = delete;
+    QtMainContext& operator=(const QtMainContext&) = delete;
     ~QtMainContext();
 
     void post(std::unique_ptr<Job> job);

@@ -136,7 +136,8 @@ RecordingListModel::Status RecordingListModel::statusOf(const RecordingSession& 
     if (session.endedAt) {
         return {QStringLiteral("transcribed"), copy.transcribed()};
     }
-    if (!model_.currentSession() || model_.currentSession()->id != session.id) {
+    const std::optional<RecordingSession>& current = model_.currentSession();
+    if (!current || current->id != session.id) {
         return {QStringLiteral("interrupted"), copy.interrupted()};
     }
     if (model_.isBusy()) {

@@ -13,6 +13,8 @@ class TerminationSignals : public QObject {
 
 public:
     TerminationSignals();
+    TerminationSignals(const TerminationSignals&) = delete;
+    TerminationSignals& operator=(const TerminationSignals&) = delete;
     ~TerminationSignals() override;
 
 Q_SIGNALS:
