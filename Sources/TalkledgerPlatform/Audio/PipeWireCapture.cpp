@@ -151,9 +151,10 @@ const pw_stream_events PipeWireCapture::streamEvents = {
         },
 };
 
-PipeWireCapture::PipeWireCapture(CaptureSource source, TrackHealthHandler health)
+PipeWireCapture::PipeWireCapture(CaptureSource source, TrackHealthHandler health, std::unique_ptr<OwnSound> ownSound)
     : source_(source),
       health_(std::move(health)),
+      ownSound_(std::move(ownSound)),
       retryDelay_(kFirstRetry),
       wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       connection_([this] { supervise(); }) {
@@ -299,6 +300,9 @@ void PipeWireCapture::supervise() {
             }
         }
     }
+    if (stream_ && ownSound_) {
+        ownSound_->follow(connection_, stream_->device.node);
+    }
     isAway_ = !stream_ || stream_->state != PW_STREAM_STATE_STREAMING;
     connection_.callAfter(untilNextSupervision(now));
 }
@@ -372,6 +376,9 @@ void PipeWireCapture::openStream(const CaptureDevice& device) {
 
 void PipeWireCapture::closeStream() {
     if (stream_) {
+        if (ownSound_) {
+            ownSound_->close();
+        }
         spa_hook_remove(&stream_->listener);
         pw_stream_destroy(stream_->handle); // waits for a callback that is under way
         stream_.reset();
@@ -382,6 +389,7 @@ void PipeWireCapture::streamStateChanged(pw_stream_state state, const char* erro
     // While it is being destroyed a stream is no longer listened to, so this one is stream_.
     stream_->state = state;
     stream_->changed = Clock::now();
+    isAway_ = state != PW_STREAM_STATE_STREAMING; // before the first samples arrive
     if (state == PW_STREAM_STATE_ERROR || (state == PW_STREAM_STATE_UNCONNECTED)) {
         stream_->hasFailed = true;
         failure_ = error != nullptr ? error : "";
@@ -409,11 +417,9 @@ PipeWireCapture::Cycle PipeWireCapture::originOfArrival(Stream& stream) const no
     pw_stream_get_time_n(stream.handle, &time, sizeof(time));
     Cycle cycle;
     cycle.time = time.now != 0 ? time.now : nanosecondsNow();
-    if (time.rate.denom != 0) {
-        cycle.ticks = time.ticks * time.rate.num;
-        cycle.ticksPerSecond = time.rate.denom;
-    }
     if (const spa_io_position* position = stream.position) {
+        cycle.ticks = position->clock.position;
+        cycle.ticksPerSecond = position->clock.rate.denom;
         cycle.length = position->clock.duration;
         cycle.driver = position->clock.id;
     }
@@ -445,6 +451,7 @@ void PipeWireCapture::capture(Stream& stream, pw_buffer& buffer) noexcept {
     }
     packet.streamNumber = stream.number;
     packet.firstFrameTime = origin.time;
+    packet.driver = origin.driver;
     packet.ticks = origin.ticks;
     packet.ticksPerSecond = origin.ticksPerSecond;
     const bool isEmpty = (chunkFlags & SPA_CHUNK_FLAG_EMPTY) != 0;
@@ -512,11 +519,21 @@ void PipeWireCapture::handOver(const AudioBuffer& buffer) noexcept {
 
 void PipeWireCapture::drain(CaptureTimeline& timeline, MonotonicTime& lastArrival) {
     const bool hadBegun = timeline.hasBegun();
+    const auto add = [&](const CapturePacket& packet, std::span<const float> samples) {
+        timeline.add(packet, samples);
+    };
     CapturePacket packet;
     std::vector<float> samples;
     while (ring_->pop(packet, samples)) {
-        timeline.add(packet, samples);
+        if (ownSound_) {
+            ownSound_->pass(packet, samples, add);
+        } else {
+            add(packet, samples);
+        }
         lastArrival = Clock::now();
+    }
+    if (ownSound_ && isStopping_) {
+        ownSound_->flush(add);
     }
     if (!hadBegun && timeline.hasBegun()) {
         const PipeWireConnection::Lock lock(connection_);

@@ -2,6 +2,7 @@
 
 #include "TalkledgerCore/Ports/Audio.h"
 #include "TalkledgerPlatform/Audio/CaptureTimeline.h"
+#include "TalkledgerPlatform/Audio/OwnSound.h"
 #include "TalkledgerPlatform/Audio/PipeWireConnection.h"
 #include "TalkledgerPlatform/Audio/SampleRing.h"
 
@@ -31,7 +32,8 @@ class PipeWireCapture {
 public:
     using Delivery = CaptureTimeline::Output;
 
-    PipeWireCapture(CaptureSource source, TrackHealthHandler health);
+    /// `ownSound` is taken out of what an output plays in two channels, if it is given.
+    PipeWireCapture(CaptureSource source, TrackHealthHandler health, std::unique_ptr<OwnSound> ownSound = nullptr);
     ~PipeWireCapture();
     PipeWireCapture(const PipeWireCapture&) = delete;
     PipeWireCapture& operator=(const PipeWireCapture&) = delete;
@@ -91,6 +93,7 @@ private:
     // Guarded by the connection's lock.
     bool isOpen_{false};
     std::unique_ptr<Stream> stream_;
+    const std::unique_ptr<OwnSound> ownSound_; ///< none: it is captured like any other; its header says what is whose
     std::optional<spa_audio_info_raw> format_; ///< of every stream from the moment it is known
     std::string failure_;                      ///< what the server said last
     std::string target_;                       ///< the default device; empty: none

@@ -5,7 +5,9 @@
 #include <nlohmann/json.hpp>
 #include <spa/utils/result.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <string_view>
 #include <system_error>
@@ -22,6 +24,13 @@ constexpr auto kDefaultDevicePatience = 250ms;
 std::string_view lookUp(const spa_dict* properties, const char* key) {
     const char* value = properties != nullptr ? spa_dict_lookup(properties, key) : nullptr;
     return value != nullptr ? value : std::string_view();
+}
+
+std::uint32_t number(const spa_dict* properties, const char* key) {
+    const std::string_view text = lookUp(properties, key);
+    std::uint32_t value = SPA_ID_INVALID;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
 }
 
 PipeWireConnection& self(void* context) {
@@ -117,6 +126,9 @@ void PipeWireConnection::disconnect() {
     pw_core_disconnect(core_);
     core_ = nullptr;
     nodes_.clear();
+    ports_.clear();
+    links_.clear();
+    clientProcesses_.clear();
     isLost_ = false;
     hasRegistry_ = false;
     isReady_ = false;
@@ -139,12 +151,26 @@ void PipeWireConnection::roundTripDone(int sequence) {
 
 void PipeWireConnection::globalAdded(std::uint32_t id, const char* type, const spa_dict* properties) {
     const std::string_view typeName = type;
-    if (typeName == PW_TYPE_INTERFACE_Node && lookUp(properties, PW_KEY_MEDIA_CLASS).starts_with("Audio/")) {
+    if (typeName == PW_TYPE_INTERFACE_Node) {
         const std::string name(lookUp(properties, PW_KEY_NODE_NAME));
         const std::string description(lookUp(properties, PW_KEY_NODE_DESCRIPTION));
         nodes_[id] = {.device = {.name = name, .description = description.empty() ? name : description, .node = id},
-                      .mediaClass = std::string(lookUp(properties, PW_KEY_MEDIA_CLASS))};
+                      .mediaClass = std::string(lookUp(properties, PW_KEY_MEDIA_CLASS)),
+                      .client = number(properties, PW_KEY_CLIENT_ID)};
         signalChange();
+    } else if (typeName == PW_TYPE_INTERFACE_Port) {
+        ports_[id] = {.node = number(properties, PW_KEY_NODE_ID),
+                      .name = std::string(lookUp(properties, PW_KEY_PORT_NAME)),
+                      .channel = std::string(lookUp(properties, PW_KEY_AUDIO_CHANNEL))};
+        signalChange();
+    } else if (typeName == PW_TYPE_INTERFACE_Link) {
+        links_[id] = {.outputNode = number(properties, PW_KEY_LINK_OUTPUT_NODE),
+                      .outputPort = number(properties, PW_KEY_LINK_OUTPUT_PORT),
+                      .inputNode = number(properties, PW_KEY_LINK_INPUT_NODE),
+                      .inputPort = number(properties, PW_KEY_LINK_INPUT_PORT)};
+        signalChange();
+    } else if (typeName == PW_TYPE_INTERFACE_Client) {
+        clientProcesses_[id] = lookUp(properties, PW_KEY_SEC_PID);
     } else if (typeName == PW_TYPE_INTERFACE_Metadata && lookUp(properties, PW_KEY_METADATA_NAME) == "default") {
         bindMetadata(id);
     }
@@ -172,7 +198,7 @@ void PipeWireConnection::globalRemoved(std::uint32_t id) {
     if (id == metadataId_) {
         forgetMetadata();
         signalChange();
-    } else if (nodes_.erase(id) > 0) {
+    } else if (nodes_.erase(id) + ports_.erase(id) + links_.erase(id) + clientProcesses_.erase(id) > 0) {
         signalChange();
     }
 }
@@ -212,6 +238,45 @@ std::optional<CaptureDevice> PipeWireConnection::defaultDevice(CaptureSource sou
     for (const auto& [id, node] : nodes_) {
         if (node.device.name == name->second && node.mediaClass.starts_with(mediaClass)) {
             return node.device;
+        }
+    }
+    return std::nullopt;
+}
+
+std::string_view PipeWireConnection::processOf(std::uint32_t client) const {
+    const auto known = clientProcesses_.find(client);
+    return known == clientProcesses_.end() ? std::string_view() : known->second;
+}
+
+std::vector<PlayedPort>
+PipeWireConnection::portsOfThisProcessPlayingInto(std::uint32_t node,
+                                                  std::span<const std::string_view> channels) const {
+    const bool hasOtherChannels = std::ranges::any_of(ports_, [&](const auto& entry) {
+        const Port& port = entry.second;
+        return port.node == node && std::ranges::find(channels, port.channel) == channels.end();
+    });
+    // The server may number processes otherwise than this process does: it is asked for the number of this client.
+    const std::string_view own =
+        processOf(pw_proxy_get_bound_id(reinterpret_cast<pw_proxy*>(pw_core_get_client(core_))));
+    std::vector<PlayedPort> played;
+    if (hasOtherChannels || own.empty()) {
+        return played;
+    }
+    for (const auto& [id, link] : links_) {
+        const auto player = nodes_.find(link.outputNode);
+        const auto input = ports_.find(link.inputPort);
+        if (link.inputNode == node && player != nodes_.end() && input != ports_.end() &&
+            processOf(player->second.client) == own) {
+            played.push_back({.port = link.outputPort, .channel = input->second.channel});
+        }
+    }
+    return played;
+}
+
+std::optional<std::uint32_t> PipeWireConnection::portOf(std::uint32_t node, std::string_view name) const {
+    for (const auto& [id, port] : ports_) {
+        if (port.node == node && port.name == name) {
+            return id;
         }
     }
     return std::nullopt;

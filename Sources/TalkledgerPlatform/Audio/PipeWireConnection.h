@@ -9,7 +9,10 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace talkledger {
 
@@ -20,6 +23,12 @@ struct CaptureDevice {
     std::string name;                   ///< the node's name, by which a stream is aimed at it
     std::string description;            ///< for the user
     std::uint32_t node{SPA_ID_INVALID}; ///< the server's number for it, as long as it is there
+};
+
+/// An output port, and the channel ("FL") of the device that it is linked to.
+struct PlayedPort {
+    std::uint32_t port;
+    std::string channel;
 };
 
 /// A connection to the sound server with a loop thread of its own. It knows the audio devices and which are the
@@ -65,6 +74,13 @@ public:
     /// withdraw a default and not to tell of the next one.
     void askForDefaults();
 
+    /// What connections of this process play into a device; nothing when it has channels other than those.
+    std::vector<PlayedPort> portsOfThisProcessPlayingInto(std::uint32_t node,
+                                                          std::span<const std::string_view> channels) const;
+
+    /// A node's port of that name.
+    std::optional<std::uint32_t> portOf(std::uint32_t node, std::string_view name) const;
+
     pw_core* core() const { return core_; }
 
     pw_loop* loop() const { return pw_thread_loop_get_loop(loop_.get()); }
@@ -95,6 +111,20 @@ private:
     struct Node {
         CaptureDevice device;
         std::string mediaClass;
+        std::uint32_t client{SPA_ID_INVALID};
+    };
+
+    struct Port {
+        std::uint32_t node;
+        std::string name;
+        std::string channel;
+    };
+
+    struct Link {
+        std::uint32_t outputNode;
+        std::uint32_t outputPort;
+        std::uint32_t inputNode;
+        std::uint32_t inputPort;
     };
 
     template <auto destroy>
@@ -106,6 +136,7 @@ private:
     void globalRemoved(std::uint32_t id);
     void defaultChanged(const char* key, const char* value);
     void roundTripDone(int sequence);
+    std::string_view processOf(std::uint32_t client) const;
     void bindMetadata(std::uint32_t id);
     void forgetMetadata();
 
@@ -132,7 +163,10 @@ private:
     int pendingSequence_{0};
     std::uint32_t metadataId_{SPA_ID_INVALID};
     std::map<std::uint32_t, Node> nodes_;
-    std::map<std::string, std::string> defaults_; ///< metadata key to node name
+    std::map<std::uint32_t, Port> ports_;
+    std::map<std::uint32_t, Link> links_;
+    std::map<std::uint32_t, std::string> clientProcesses_; ///< as the server numbers them
+    std::map<std::string, std::string> defaults_;          ///< metadata key to node name
 };
 
 } // namespace talkledger

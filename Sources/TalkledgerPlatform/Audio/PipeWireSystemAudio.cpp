@@ -17,6 +17,13 @@ using namespace std::chrono_literals;
 constexpr std::uint32_t kBufferFrames = 4096;
 constexpr auto kQueryPatience = 1500ms;
 
+std::unique_ptr<OwnSound> makeOwnSound(const CaptureStreamConfiguration& configuration) {
+    const bool isPossible = configuration.channelCount == 2;
+    return configuration.excludesCurrentProcessAudio && isPossible
+               ? std::make_unique<OwnSound>(static_cast<std::uint32_t>(configuration.sampleRate))
+               : nullptr;
+}
+
 class PipeWireCaptureStream : public CaptureStream {
 public:
     PipeWireCaptureStream(Executor blockingExecutor, const TrackHealthHandler& health,
@@ -26,7 +33,8 @@ public:
                   .sampleRate = configuration.sampleRate,
                   .channelCount = configuration.channelCount,
                   .isInterleaved = true},
-          capture_(std::make_shared<PipeWireCapture>(CaptureSource::systemAudio, health)) {}
+          capture_(std::make_shared<PipeWireCapture>(CaptureSource::systemAudio, health, makeOwnSound(configuration))) {
+    }
 
     ~PipeWireCaptureStream() override { PipeWireCapture::release(std::move(capture_), blockingExecutor_); }
 

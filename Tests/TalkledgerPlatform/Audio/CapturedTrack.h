@@ -76,6 +76,17 @@ public:
         return samples_;
     }
 
+    /// The loudest sample of the last frames.
+    float peakOfLast(std::size_t frames) {
+        const std::lock_guard lock(mutex_);
+        const std::size_t count = std::min(samples_.size(), frames * format_.channelCount);
+        float peak = 0;
+        for (const float sample : std::span(samples_).last(count)) {
+            peak = std::max(peak, std::abs(sample));
+        }
+        return peak;
+    }
+
     std::vector<TrackHealthEvent> health() {
         const std::lock_guard lock(mutex_);
         return health_;

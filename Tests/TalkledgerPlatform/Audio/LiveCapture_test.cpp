@@ -2,6 +2,7 @@
 #include "Support/RunTask.h"
 #include "Support/SoundSession.h"
 #include "TalkledgerPlatform/Audio/CapturedTrack.h"
+#include "TalkledgerPlatform/Audio/NoiseStream.h"
 #include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
 #include "TalkledgerPlatform/Audio/PipeWireSystemAudio.h"
 #include "TalkledgerPlatform/Audio/SoundServerError.h"
@@ -25,6 +26,7 @@ namespace {
 using testing::CapturedTrack;
 using testing::ChildProcess;
 using testing::CyclePlayer;
+using testing::NoiseStream;
 using testing::PlayedChannel;
 using testing::runTask;
 using testing::SharedClock;
@@ -163,8 +165,10 @@ public:
     OutputRecording(const OutputRecording&) = delete;
     OutputRecording& operator=(const OutputRecording&) = delete;
 
-    void start() {
-        stream_ = systemAudio_.makeStream({.display = content().displays.at(0)}, {});
+    /// Tests play themselves: their own sound is excluded only on demand.
+    void start(bool excludesOwnSound = false) {
+        stream_ = systemAudio_.makeStream({.display = content().displays.at(0)},
+                                          {.excludesCurrentProcessAudio = excludesOwnSound});
         stream_->addStreamOutput(receiver_, "talkledger.test-samples");
         runTask(context_, stream_->startCapture());
     }
@@ -307,7 +311,7 @@ TEST_F(LiveCapture, BothTracksOutlastARestartOfTheServer) {
     OutputRecording output;
     microphone.start();
     output.start();
-    ASSERT_TRUE(microphone.track().waitForSeconds(0.5) && output.track().waitForSeconds(0.5));
+    ASSERT_TRUE(microphone.track().waitForHealth({deviceRunning}) && output.track().waitForHealth({deviceRunning}));
     session.stopServer();
     EXPECT_TRUE(microphone.track().waitForHealth({deviceRunning, waitingForDevice}));
     EXPECT_TRUE(output.track().waitForHealth({deviceRunning, waitingForDevice}));
@@ -334,6 +338,7 @@ TEST_F(LiveCapture, BothTracksOutlastARestartOfTheSessionManager) {
     OutputRecording output;
     microphone.start();
     output.start();
+    ASSERT_TRUE(microphone.track().waitForHealth({deviceRunning}) && output.track().waitForHealth({deviceRunning}));
     session.stopSessionManager();
     EXPECT_TRUE(microphone.track().waitForHealth({deviceRunning, waitingForDevice}));
     EXPECT_TRUE(output.track().waitForHealth({deviceRunning, waitingForDevice}));
@@ -426,6 +431,31 @@ TEST_F(LiveCapture, LongerCyclesInTheMiddleLoseNothing) {
         session.run({"pw-metadata", "-n", "settings", "0", "clock.force-quantum", "0"});
         return isInTime(output.track(), onBothSides(passage), player);
     }));
+}
+
+TEST_F(LiveCapture, WhatThisProcessPlaysIsNotRecorded) {
+    const auto passage = noise(1, 2, 16);
+    for (const auto clock : {SharedClock::outputs, SharedClock::microphones}) {
+        SoundSession& session = enterSession({.sharedClock = clock});
+        const auto music = wave(passage, 2);
+        OutputRecording all;
+        OutputRecording others;
+        all.start();
+        others.start(true);
+        std::optional<NoiseStream> own;
+        EXPECT_TRUE(holdsWhilePlayersAreLate([&] {
+            own.emplace(); // again and again: the session manager may leave the first without a link
+            EXPECT_TRUE(all.track().waitForSeconds(all.track().seconds() + 1));
+            EXPECT_TRUE(others.track().waitForSeconds(others.track().seconds() + 1));
+            // 40 dB below what is played.
+            return all.track().peakOfLast(kRate / 2) > 0.4F && others.track().peakOfLast(kRate / 2) < 0.004F;
+        }));
+        EXPECT_TRUE(recordWhole(
+            others.track(), passage, [&] { return session.play(music); }, 1e-5F));
+        EXPECT_EQ(others.track().health(), std::vector{deviceRunning});
+        session.stopServer(); // with the links that it holds
+        EXPECT_TRUE(others.track().waitForHealth({deviceRunning, waitingForDevice}));
+    }
 }
 
 TEST_F(LiveCapture, FollowsTheDefaultOutput) {
