@@ -31,16 +31,14 @@ public:
     explicit ApplicationAdaptor(AppSingleInstanceCoordinator* coordinator)
         : QDBusAbstractAdaptor(coordinator), coordinator_(coordinator) {}
 
-public Q_SLOTS:
-
-    void Activate(const QVariantMap& platformData) {
+    Q_SLOT void Activate(const QVariantMap& platformData) {
         Q_EMIT coordinator_->activated(platformData.value(activationTokenKey).toString());
     }
 
     /// The application opens no documents: being asked to brings it forward.
-    void Open(const QStringList&, const QVariantMap& platformData) { Activate(platformData); }
+    Q_SLOT void Open(const QStringList&, const QVariantMap& platformData) { Activate(platformData); }
 
-    void ActivateAction(const QString& name, const QVariantList&, const QVariantMap&) {
+    Q_SLOT void ActivateAction(const QString& name, const QVariantList&, const QVariantMap&) {
         Q_EMIT coordinator_->actionActivated(name);
     }
 
@@ -53,9 +51,8 @@ private:
 const QString AppSingleInstanceCoordinator::applicationIdentifier = QStringLiteral("app.talkledger.Talkledger");
 const QString AppSingleInstanceCoordinator::objectPath = QStringLiteral("/app/talkledger/Talkledger");
 
-AppSingleInstanceCoordinator::AppSingleInstanceCoordinator(QDBusConnection bus) : bus_(std::move(bus)) {
-    std::make_unique<ApplicationAdaptor>(this).release(); // a child of this from now on
-}
+AppSingleInstanceCoordinator::AppSingleInstanceCoordinator(QDBusConnection bus)
+    : bus_(std::move(bus)), adaptor_(std::make_unique<ApplicationAdaptor>(this)) {}
 
 QVariantMap AppSingleInstanceCoordinator::platformDataOfThisStart() {
     QVariantMap platformData;

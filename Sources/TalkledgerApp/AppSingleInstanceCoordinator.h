@@ -2,10 +2,12 @@
 
 #include "TalkledgerApp/InstanceLockFile.h"
 
+#include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
+#include <memory>
 #include <optional>
 
 namespace talkledger {
@@ -41,6 +43,7 @@ private:
     bool isOwnerAnotherCopy() const;
 
     QDBusConnection bus_;
+    std::unique_ptr<QDBusAbstractAdaptor> adaptor_;
     std::optional<InstanceLockFile> lockFile_; ///< held where there is no bus
 };
 

@@ -20,10 +20,9 @@ public:
 Q_SIGNALS:
     void isDarkChanged();
 
-private Q_SLOTS:
-    void applySetting(const QString& group, const QString& key, const QDBusVariant& value);
-
 private:
+    Q_SLOT void applySetting(const QString& group, const QString& key, const QDBusVariant& value);
+
     bool isDark_{false};
 };
 

@@ -17,7 +17,7 @@ QImage IconProvider::requestImage(const QString& id, QSize* size, const QSize& r
     if (requestedSize.isValid()) {
         reader.setScaledSize(requestedSize);
     }
-    const QImage image = reader.read();
+    QImage image = reader.read();
     if (size != nullptr) {
         *size = image.size();
     }

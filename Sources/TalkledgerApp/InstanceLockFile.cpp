@@ -5,8 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <QByteArray>
 #include <cerrno>
-#include <cstdlib>
 #include <string>
 #include <system_error>
 
@@ -34,9 +34,9 @@ InstanceLockFile::InstanceLockFile(const std::filesystem::path& path) {
 }
 
 std::filesystem::path InstanceLockFile::defaultPath() {
-    const char* const runtimeFolder = std::getenv("XDG_RUNTIME_DIR");
-    if (runtimeFolder != nullptr && std::filesystem::path(runtimeFolder).is_absolute()) {
-        return std::filesystem::path(runtimeFolder) / fileName;
+    const std::filesystem::path runtimeFolder = qgetenv("XDG_RUNTIME_DIR").toStdString();
+    if (runtimeFolder.is_absolute()) {
+        return runtimeFolder / fileName;
     }
     std::error_code failure;
     const std::filesystem::path folder =

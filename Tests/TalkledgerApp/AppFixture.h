@@ -28,6 +28,10 @@ namespace talkledger::testing {
 /// The model over real files and fake devices and engines. The fakes are there before the model, which a test makes
 /// when it has prepared them.
 class AppFixture : public ::testing::Test {
+public:
+    AppFixture(const AppFixture&) = delete;
+    AppFixture& operator=(const AppFixture&) = delete;
+
 protected:
     AppFixture();
     ~AppFixture() override;
