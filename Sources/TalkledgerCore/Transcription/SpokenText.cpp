@@ -72,10 +72,11 @@ private:
         std::size_t row{0}; ///< its offset in `rows_`; 0 for a slot that is free
     };
 
-    /// That of the character, or the free one where it would be.
+    /// That of the character, or the free one where it would be. The product spreads neighbouring numbers.
     std::size_t slotOf(char32_t character) const {
+        constexpr std::size_t spread = 0x9E3779B1;
         const std::size_t mask = slots_.size() - 1;
-        std::size_t slot = character * std::size_t{0x9E3779B1} >> 7U & mask;
+        std::size_t slot = character * spread >> 7U & mask;
         while (slots_[slot].row != 0 && slots_[slot].character != character) {
             slot = (slot + 1) & mask;
         }
@@ -86,6 +87,33 @@ private:
     std::vector<Slot> slots_;
     std::vector<std::uint64_t> rows_;
 };
+
+/// Each bit of `unmatched` stands for a character of the shorter text; one that has become 0 is one more in common.
+/// Adding makes, in each run of ones, the lowest match the one that counts.
+std::size_t commonLengthByBits(std::u32string_view shorter, std::u32string_view longer) {
+    if (shorter.empty()) {
+        return 0;
+    }
+    const CharacterPositions positions(shorter);
+    std::vector<std::uint64_t> unmatched(positions.words(), ~std::uint64_t{0});
+    for (const char32_t character : longer) {
+        const std::uint64_t* const row = positions.row(character);
+        std::uint64_t carry = 0;
+        for (std::size_t word = 0; word < unmatched.size(); ++word) {
+            const std::uint64_t bits = unmatched[word];
+            const std::uint64_t matches = bits & row[word];
+            const std::uint64_t withCarry = bits + carry;
+            const std::uint64_t sum = withCarry + matches;
+            carry = withCarry < carry || sum < matches ? 1 : 0;
+            unmatched[word] = sum | (bits & ~row[word]);
+        }
+    }
+    std::size_t common = 0;
+    for (const std::uint64_t bits : unmatched) {
+        common += static_cast<std::size_t>(std::popcount(~bits));
+    }
+    return common;
+}
 
 } // namespace
 
@@ -197,31 +225,19 @@ bool areSimilar(const SpokenText& first, const SpokenText& second, double thresh
            share(longestCommonSubsequenceLength(first.characters(), second.characters())) >= threshold;
 }
 
-/// Each bit of `unmatched` stands for a character of the first text, the shorter one; one that has become 0 is one more
-/// in common. Adding makes, in each run of ones, the lowest match the one that counts.
 std::size_t longestCommonSubsequenceLength(std::u32string_view first, std::u32string_view second) {
     if (first.size() > second.size()) {
         return longestCommonSubsequenceLength(second, first);
     }
-    const CharacterPositions positions(first);
-    std::vector<std::uint64_t> unmatched(positions.words(), ~std::uint64_t{0});
-    for (const char32_t character : second) {
-        const std::uint64_t* const row = positions.row(character);
-        std::uint64_t carry = 0;
-        for (std::size_t word = 0; word < unmatched.size(); ++word) {
-            const std::uint64_t bits = unmatched[word];
-            const std::uint64_t matches = bits & row[word];
-            const std::uint64_t withCarry = bits + carry;
-            const std::uint64_t sum = withCarry + matches;
-            carry = withCarry < carry || sum < matches ? 1 : 0;
-            unmatched[word] = sum | (bits & ~row[word]);
-        }
-    }
-    std::size_t common = 0;
-    for (const std::uint64_t bits : unmatched) {
-        common += static_cast<std::size_t>(std::popcount(~bits));
-    }
-    return common;
+    const auto begin = std::mismatch(first.begin(), first.end(), second.begin()).first;
+    const auto same = static_cast<std::size_t>(begin - first.begin());
+    first.remove_prefix(same);
+    second.remove_prefix(same);
+    const auto end = std::mismatch(first.rbegin(), first.rend(), second.rbegin()).first;
+    const auto sameAtEnd = static_cast<std::size_t>(end - first.rbegin());
+    first.remove_suffix(sameAtEnd);
+    second.remove_suffix(sameAtEnd);
+    return same + commonLengthByBits(first, second) + sameAtEnd;
 }
 
 } // namespace talkledger

@@ -63,7 +63,8 @@ private:
 /// texts of which one is shorter than four characters.
 bool areSimilar(const SpokenText& first, const SpokenText& second, double threshold);
 
-/// Of two lists of characters. Takes a step per character of the longer one and 64 of the shorter one.
+/// Of two lists of characters. Where they differ, it takes a step per character of the longer one and 64 of the shorter
+/// one.
 std::size_t longestCommonSubsequenceLength(std::u32string_view first, std::u32string_view second);
 
 } // namespace talkledger

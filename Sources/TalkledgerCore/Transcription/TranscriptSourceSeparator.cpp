@@ -12,19 +12,26 @@ namespace talkledger {
 
 namespace {
 
+using SegmentPointers = std::vector<const TranscriptSegment*>;
+
+/// Pointers, since segments are slow to move.
+void sortByStart(SegmentPointers& segments) {
+    std::stable_sort(segments.begin(), segments.end(),
+                     [](const auto* first, const auto* second) { return startsBefore(*first, *second); });
+}
+
 /// The speaker segments of a transcript. Their texts are made ready when the first comparison needs them.
 class SpeakerSegments {
 public:
     SpeakerSegments(const std::vector<TranscriptSegment>& segments, const TranscriptSourceSeparator& separator)
         : separator_(separator) {
-        std::vector<const TranscriptSegment*> sorted;
+        SegmentPointers sorted;
         for (const TranscriptSegment& segment : segments) {
             if (segment.channel == AudioChannel::speaker) {
                 sorted.push_back(&segment);
             }
         }
-        std::stable_sort(sorted.begin(), sorted.end(),
-                         [](const auto* first, const auto* second) { return startsBefore(*first, *second); });
+        sortByStart(sorted);
         speakers_.reserve(sorted.size());
         for (const TranscriptSegment* const segment : sorted) {
             index_.insert({*segment, separator_.overlapTolerance}, speakers_.size());
@@ -63,15 +70,19 @@ private:
 std::vector<TranscriptSegment>
 TranscriptSourceSeparator::suppressMicrophoneEchoes(const std::vector<TranscriptSegment>& segments) const {
     SpeakerSegments speakers(segments, *this);
-    std::vector<TranscriptSegment> kept;
-    kept.reserve(segments.size());
+    SegmentPointers kept;
     for (const TranscriptSegment& segment : segments) {
         if (segment.channel == AudioChannel::speaker || !speakers.haveEcho(segment)) {
-            kept.push_back(segment);
+            kept.push_back(&segment);
         }
     }
-    std::stable_sort(kept.begin(), kept.end(), startsBefore);
-    return kept;
+    sortByStart(kept);
+    std::vector<TranscriptSegment> separated;
+    separated.reserve(kept.size());
+    for (const TranscriptSegment* const segment : kept) {
+        separated.push_back(*segment);
+    }
+    return separated;
 }
 
 TranscriptDocument TranscriptSourceSeparator::suppressMicrophoneEchoes(const TranscriptDocument& document) const {
