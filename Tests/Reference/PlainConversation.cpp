@@ -182,6 +182,7 @@ std::vector<TranscriptTimelineLine> buildLines(const TranscriptDocument& documen
         }
     }
     std::vector<TranscriptTimelineLine> lines;
+    lines.reserve(groups.size());
     for (const Group& group : groups) {
         lines.push_back({.id = lines.size(),
                          .channel = group.first.channel,

@@ -36,6 +36,7 @@ ConversationState stateOf(const std::vector<TranscriptSegment>& applied) {
 
 std::vector<std::string> texts(const TranscriptDocument& transcript) {
     std::vector<std::string> texts;
+    texts.reserve(transcript.segments.size());
     for (const TranscriptSegment& segment : transcript.segments) {
         texts.push_back(segment.text);
     }
