@@ -132,7 +132,7 @@ TEST_F(QtMainExecutorTest, KeepsTheOrderOfEachThreadAndLosesNothing) {
     };
     std::thread first(postAll, 0);
     std::thread second(postAll, 1);
-    while (received[0].size() + received[1].size() < 2U * posts) {
+    while (received[0].size() + received[1].size() < 2UL * posts) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     first.join();
