@@ -74,9 +74,9 @@ private:
     Executor executor_;
     FrameSocket socket_;
     EngineShelf engines_;
-    std::map<std::int64_t, Request> requests_;
-    boost::asio::thread_pool threads_; ///< the last two: joined before what their threads use goes
+    boost::asio::thread_pool threads_; ///< these two are joined before anything of the rest goes
     boost::asio::thread_pool streamThreads_;
+    std::map<std::int64_t, Request> requests_; ///< last: the streams' strands go before their pool
 };
 
 } // namespace talkledger
