@@ -1,5 +1,5 @@
-// Compiled into sanitizer builds of the program and its tests only. Libraries are named rather than functions, so that
-// no symbolizer is needed.
+// Compiled into the programs and tests of sanitizer builds only. Libraries are named rather than functions, so that no
+// symbolizer is needed.
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the sanitizers look for these names.
 
@@ -9,9 +9,9 @@ extern "C" const char* __lsan_default_suppressions() {
     return "leak:libQt6Quick.so\n";
 }
 
-/// Qt and its neighbours are not instrumented: what they ask of the C library is seen, but not how they hand things
-/// from thread to thread. Only calls that these libraries make themselves (malloc, memcpy, locks, pipes) are left out:
-/// nothing that our own code does is.
+/// These libraries are not instrumented: what they ask of the C library is seen, but not how they hand things from
+/// thread to thread. Only calls that they make themselves (malloc, memcpy, locks, pipes) are left out: nothing that our
+/// own code does is.
 extern "C" const char* __tsan_default_suppressions() {
     return "called_from_lib:libQt6Core.so\n"
            "called_from_lib:libQt6DBus.so\n"
@@ -19,7 +19,13 @@ extern "C" const char* __tsan_default_suppressions() {
            "called_from_lib:libQt6XcbQpa.so\n"
            "called_from_lib:libdbus-1.so\n"
            "called_from_lib:libglib-2.0.so\n"
+           "called_from_lib:libicuuc.so\n"
            "called_from_lib:libxcb.so\n";
+}
+
+/// Nobody asks for a worker's exit status, so that what is found in it ends it at once, and with it the test.
+extern "C" const char* __tsan_default_options() {
+    return "halt_on_error=1";
 }
 
 // NOLINTEND(bugprone-reserved-identifier)
