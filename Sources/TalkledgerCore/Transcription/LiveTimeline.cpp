@@ -8,25 +8,18 @@
 namespace talkledger {
 
 void LiveTimeline::show(const TranscriptPlace& place, const TranscriptSegment& segment) {
-    std::optional<DisplaySegment> displayed = DisplaySegment::from(segment);
-    if (!displayed) {
-        hide(place);
-        return;
-    }
-    auto shown = std::make_unique<Shown>(Shown{.place = place, .segment = std::move(*displayed)});
     const std::size_t position = positionOf(place);
-    if (isShownAt(position, place)) {
-        shown_[position] = std::move(shown);
-    } else {
-        shown_.insert(shown_.begin() + static_cast<std::ptrdiff_t>(position), std::move(shown));
+    if (!isShownAt(position, place)) {
+        shown_.insert(iteratorTo(position), std::make_unique<Shown>(Shown{.place = place, .segment = std::nullopt}));
     }
+    shown_[position]->segment = DisplaySegment::from(segment);
     changed_.push_back(place);
 }
 
 void LiveTimeline::hide(const TranscriptPlace& place) {
     const std::size_t position = positionOf(place);
     if (isShownAt(position, place)) {
-        shown_.erase(shown_.begin() + static_cast<std::ptrdiff_t>(position));
+        shown_[position]->segment.reset();
         changed_.push_back(place);
     }
 }
@@ -37,6 +30,7 @@ std::vector<TranscriptLineChange> LiveTimeline::takeChanges() {
     for (auto change = changed_.cbegin(); change != changed_.cend();) {
         change = regroup(change, changes);
     }
+    eraseHidden();
     changed_.clear();
     return changes;
 }
@@ -59,6 +53,16 @@ std::vector<TranscriptTimelineLine> LiveTimeline::lines() const {
     return lines;
 }
 
+/// Only now, since most of what is hidden is shown anew at the same place.
+void LiveTimeline::eraseHidden() {
+    for (const TranscriptPlace& place : changed_) {
+        const std::size_t position = positionOf(place);
+        if (isShownAt(position, place) && !shown_[position]->segment) {
+            shown_.erase(iteratorTo(position));
+        }
+    }
+}
+
 std::size_t LiveTimeline::positionOf(const TranscriptPlace& place) const {
     const auto found =
         std::partition_point(shown_.begin(), shown_.end(), [&](const auto& shown) { return shown->place < place; });
@@ -67,6 +71,10 @@ std::size_t LiveTimeline::positionOf(const TranscriptPlace& place) const {
 
 bool LiveTimeline::isShownAt(std::size_t position, const TranscriptPlace& place) const {
     return position < shown_.size() && shown_[position]->place == place;
+}
+
+LiveTimeline::ShownSegments::iterator LiveTimeline::iteratorTo(std::size_t position) {
+    return shown_.begin() + static_cast<std::ptrdiff_t>(position);
 }
 
 std::size_t LiveTimeline::rowNotBefore(const TranscriptPlace& place) const {
@@ -90,8 +98,11 @@ LiveTimeline::Places::const_iterator LiveTimeline::regroup(Places::const_iterato
     for (std::size_t position = positionOf(rowBehind == 0 ? *change : lines_[firstRow].first); position < shown_.size();
          ++position) {
         const auto& [place, segment] = *shown_[position];
-        if (!groups.empty() && groups.back().group.takes(segment)) {
-            groups.back().group.append(segment);
+        if (!segment) {
+            continue;
+        }
+        if (!groups.empty() && groups.back().group.takes(*segment)) {
+            groups.back().group.append(*segment);
             continue;
         }
         const std::size_t row = rowNotBefore(place);
@@ -99,7 +110,7 @@ LiveTimeline::Places::const_iterator LiveTimeline::regroup(Places::const_iterato
             replaceLines(firstRow, row, groups, changes);
             return std::lower_bound(change, changed_.cend(), place);
         }
-        groups.push_back({.first = place, .group = DisplayGroup(segment)});
+        groups.push_back({.first = place, .group = DisplayGroup(*segment)});
     }
     replaceLines(firstRow, lines_.size(), groups, changes);
     return changed_.cend();

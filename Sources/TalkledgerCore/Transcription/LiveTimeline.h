@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -45,7 +46,7 @@ public:
 private:
     struct Shown {
         TranscriptPlace place;
-        DisplaySegment segment;
+        std::optional<DisplaySegment> segment; ///< absent for one that has been hidden since the last changes
     };
 
     struct Group {
@@ -58,9 +59,12 @@ private:
         TranscriptTimelineLine content; ///< all have the same number here
     };
 
+    using ShownSegments = std::vector<std::unique_ptr<Shown>>;
     using Places = std::vector<TranscriptPlace>;
 
+    void eraseHidden();
     std::size_t positionOf(const TranscriptPlace& place) const;
+    ShownSegments::iterator iteratorTo(std::size_t position);
     bool isShownAt(std::size_t position, const TranscriptPlace& place) const;
     std::size_t rowNotBefore(const TranscriptPlace& place) const;
     bool beginsLine(const TranscriptPlace& place, std::size_t row) const;
@@ -70,7 +74,7 @@ private:
     static void tellDifferences(std::size_t row, std::span<const Line> before, std::span<const Line> after,
                                 std::vector<TranscriptLineChange>& changes);
 
-    std::vector<std::unique_ptr<Shown>> shown_; ///< in the order of the transcript
+    ShownSegments shown_; ///< in the order of the transcript
     std::vector<Line> lines_;
     Places changed_; ///< since the lines were made
 };

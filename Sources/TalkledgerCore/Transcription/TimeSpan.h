@@ -41,7 +41,7 @@ public:
 
     void erase(const TimeSpan& span, Value value) {
         const auto group = entriesByLength_.find(lengthClass(span));
-        if (group == entriesByLength_.end()) {
+        if (group == entriesByLength_.end() || !span.isKnown()) {
             return;
         }
         Entries& entries = group->second;
