@@ -16,9 +16,6 @@ Button {
     Accessible.onPressAction: if (enabled) {
         clicked()
     }
-    ToolTip.delay: 600
-    ToolTip.text: tip
-    ToolTip.visible: hovered && tip !== ""
     font.pixelSize: Theme.controlSize
     implicitHeight: Theme.buttonHeight
     leftPadding: Theme.gap3
@@ -77,6 +74,20 @@ Button {
                 text: button.shortcutText
                 visible: text !== ""
             }
+        }
+    }
+
+    ToolTip {
+        delay: 600
+        visible: button.hovered && button.tip !== ""
+
+        background: Rectangle {
+            border.color: Theme.lineStrong
+            color: Theme.surface
+            radius: Theme.controlRadius
+        }
+        contentItem: SmallWords {
+            text: button.tip
         }
     }
 }
