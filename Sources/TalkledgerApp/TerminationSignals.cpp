@@ -12,7 +12,8 @@
 namespace talkledger {
 namespace {
 
-constexpr std::array handledSignals = {SIGTERM, SIGINT};
+/// The session's end, the keyboard, and the terminal that the program was started from being closed.
+constexpr std::array handledSignals = {SIGTERM, SIGINT, SIGHUP};
 
 /// The one thing that a signal handler can reach: where it tells the event loop.
 std::atomic<int> writeEnd{-1};

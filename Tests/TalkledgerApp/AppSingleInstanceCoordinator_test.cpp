@@ -78,7 +78,7 @@ TEST(AppSingleInstanceCoordinator, WithoutABusALockFileDecides) {
     const std::unique_ptr<ChildProcess> second = start(noBus);
     EXPECT_EQ(second->wait(kPatience), 0) << second->standardError();
     ASSERT_TRUE(first->isRunning()) << first->standardError();
-    first->signal(SIGTERM);
+    first->signal(SIGHUP); // as when its terminal is closed
     EXPECT_EQ(first->wait(kPatience), 0) << first->standardError();
     const std::unique_ptr<ChildProcess> next = start(noBus);
     EXPECT_EQ(next->wait(std::chrono::milliseconds(0)), std::nullopt) << "the lock goes with its process";
