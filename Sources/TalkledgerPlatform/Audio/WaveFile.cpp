@@ -46,6 +46,8 @@ WaveFile::WaveFile(const std::filesystem::path& path, const AudioFormat& format,
 
 WaveFile::~WaveFile() {
     makeUpLostFrames();
+    file_.reset();
+    fdatasync(descriptor_.number()); // on the disk before a session file says that it is complete
 }
 
 off_t WaveFile::lengthWith(std::uint64_t frames) const {
