@@ -1,6 +1,7 @@
 # Sourced by the scripts beside it: steps, packages, building. Bash.
 
 set -euo pipefail
+caller=$PWD
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 
@@ -65,8 +66,9 @@ as_root() {
   fi
 }
 
+# Asks for the password where somebody can give it.
 can_become_root() {
-  [ "$(id -u)" -eq 0 ] || { command -v sudo >/dev/null && { [ -t 0 ] || sudo -n true 2>/dev/null; }; }
+  [ "$(id -u)" -eq 0 ] || { command -v sudo >/dev/null && { sudo -n true 2>/dev/null || { [ -t 0 ] && sudo -v; }; }; }
 }
 
 install_missing() {
@@ -92,8 +94,11 @@ unpack_boost() {
   configure_options+=("-DCMAKE_PREFIX_PATH=$cache/boost/usr")
   [ ! -d "$cache/boost/usr/include/boost" ] || return 0
   step "Unpacking the headers of Boost 1.81 into $cache/boost (1.74 stays installed)"
-  mkdir -p "$cache/boost"
-  (cd "$cache/boost" && apt-get -qq download libboost1.81-dev && dpkg-deb -x libboost1.81-dev_*.deb . && rm -f ./*.deb) ||
+  local unfinished="$cache/boost.unfinished"
+  rm -rf "$unfinished"
+  mkdir -p "$unfinished"
+  (cd "$unfinished" && apt-get -qq download libboost1.81-dev && dpkg-deb -x libboost1.81-dev_*.deb . && rm -f ./*.deb) &&
+    rm -rf "$cache/boost" && mv "$unfinished" "$cache/boost" ||
     fail "The headers of Boost 1.81 could not be fetched: run 'apt-get update' as root, then this again."
 }
 
