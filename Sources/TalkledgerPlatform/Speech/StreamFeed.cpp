@@ -5,6 +5,7 @@
 
 #include <boost/asio/use_awaitable.hpp>
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -35,7 +36,7 @@ Task<void> StreamFeed::waitForRoom(std::size_t samples) {
 }
 
 void StreamFeed::noteConsumed(std::int64_t samples) {
-    unconsumed_ -= samples;
+    unconsumed_ = std::max<std::int64_t>(0, unconsumed_ - samples);
     consumed_.try_send(boost::system::error_code());
 }
 

@@ -24,6 +24,9 @@ void StreamClock::resume(double time) {
     if (!anchors_.empty() && std::abs(secondsMissing(time)) <= tolerance) {
         return;
     }
+    if (!anchors_.empty() && anchors_.back().streamSeconds == heard_) {
+        anchors_.pop_back(); // nothing was heard at that time
+    }
     anchors_.push_back({.streamSeconds = heard_, .time = time});
     while (anchors_.size() > 1 && anchors_[1].streamSeconds < heard_ - memory) {
         anchors_.pop_front();

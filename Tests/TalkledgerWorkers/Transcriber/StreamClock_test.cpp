@@ -26,6 +26,16 @@ TEST(StreamClock, FollowsTheAudioThroughHolesAndOverlaps) {
     EXPECT_DOUBLE_EQ(clock.time(4), 106.4);
 }
 
+TEST(StreamClock, GoesByTheLastOfSeveralBeginnings) {
+    StreamClock clock;
+    for (const double time : {5.0, 1.0, 9.0}) {
+        clock.resume(time);
+    }
+    clock.advance(1);
+    EXPECT_DOUBLE_EQ(clock.time(0.5), 9.5);
+    EXPECT_DOUBLE_EQ(clock.secondsMissing(10), 0);
+}
+
 TEST(StreamClock, TakesUpADriftAndForgetsWhatIsLongPast) {
     StreamClock clock;
     constexpr int hours = 3;
