@@ -88,7 +88,7 @@ public:
     AudioConverterOutcome convert(AudioBuffer& output, const AudioConverterInputBlock& input) override {
         const std::uint32_t capacity = output.frameLength;
         output.frameLength = 0;
-        const AudioConverterOutcome outcome = fill(output, capacity, input);
+        AudioConverterOutcome outcome = fill(output, capacity, input);
         compact(output, capacity);
         return outcome;
     }

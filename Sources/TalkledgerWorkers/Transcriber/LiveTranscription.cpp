@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <exception>
 #include <utility>
 #include <vector>
@@ -29,7 +28,7 @@ LiveTranscription::LiveTranscription(StartStream request, EngineShelf& engines, 
 
 void LiveTranscription::start() {
     attempt([this] {
-        engine_.emplace(engines_.borrow(request_.locale));
+        engine_ = std::make_unique<EngineShelf::Loan>(engines_.borrow(request_.locale));
         const SpeechReporting reporting =
             request_.reportsHypotheses ? SpeechReporting::alsoHypotheses : SpeechReporting::finalSegments;
         (*engine_)->begin(reporting, [this](const SpeechSegment& segment) { tell(segment); });
@@ -46,7 +45,8 @@ void LiveTranscription::append(const StreamAudio& audio) {
             }
             clock_.resume(audio.start);
             std::vector<std::int16_t> samples(audio.sampleCount());
-            std::memcpy(samples.data(), audio.payload.data(), samples.size() * sizeof(std::int16_t));
+            const auto bytes = std::as_writable_bytes(std::span(samples));
+            std::copy_n(audio.payload.begin(), bytes.size(), bytes.begin());
             hear(samples);
         }
         report_(StreamConsumed{request_.request, static_cast<std::int64_t>(audio.sampleCount())});

@@ -6,7 +6,7 @@
 #include "TalkledgerWorkers/Transcriber/StreamClock.h"
 
 #include <functional>
-#include <optional>
+#include <memory>
 #include <span>
 #include <stop_token>
 
@@ -35,7 +35,7 @@ private:
     std::stop_token stop_;
     TranscriberMessageHandler report_;
     StreamClock clock_;
-    std::optional<EngineShelf::Loan> engine_;
+    std::unique_ptr<EngineShelf::Loan> engine_;
     bool hasEnded_{false};
 };
 

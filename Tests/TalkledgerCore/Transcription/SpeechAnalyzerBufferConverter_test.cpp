@@ -93,8 +93,10 @@ TEST_F(SpeechAnalyzerBufferConverterTest, GivesTheOutputRoomForWhatWasCarriedOve
     converter.convert(makeBuffer(4801));
     converter.convert(makeBuffer(100, 8000));
     EXPECT_THAT(conversion.capacities, ElementsAre(1856, 1857, 456));
-    EXPECT_EQ(converter.convertedFrameCapacity(*makeBuffer(0)), 256U);
     AudioBuffer strange = *makeBuffer(1);
+    strange.frameLength = 0;
+    EXPECT_EQ(converter.convertedFrameCapacity(strange), 256U);
+    strange.frameLength = 1;
     strange.format.sampleRate = 0;
     EXPECT_EQ(converter.convertedFrameCapacity(strange), std::numeric_limits<std::uint32_t>::max());
     strange.format.sampleRate = -16000;

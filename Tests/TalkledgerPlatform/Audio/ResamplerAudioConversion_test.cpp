@@ -11,6 +11,7 @@
 #include <limits>
 #include <numbers>
 #include <random>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -36,8 +37,8 @@ SharedAudioBuffer makeBuffer(const AudioFormat& format, const std::vector<Sample
     buffer.format = format;
     buffer.frameLength = static_cast<std::uint32_t>(samples.size() / format.channelCount);
     buffer.time = timeOf(firstFrame, format.sampleRate);
-    buffer.samples.resize(samples.size() * sizeof(Sample));
-    std::memcpy(buffer.samples.data(), samples.data(), buffer.samples.size());
+    const auto bytes = std::as_bytes(std::span(samples));
+    buffer.samples.assign(bytes.begin(), bytes.end());
     return std::make_shared<const AudioBuffer>(std::move(buffer));
 }
 
@@ -52,7 +53,7 @@ AudioBuffer makeOutput(const AudioFormat& format, std::uint32_t capacity) {
 
 std::vector<std::int16_t> samplesOf(const AudioBuffer& buffer) {
     std::vector<std::int16_t> samples(buffer.samples.size() / sizeof(std::int16_t));
-    std::memcpy(samples.data(), buffer.samples.data(), buffer.samples.size());
+    std::copy(buffer.samples.begin(), buffer.samples.end(), std::as_writable_bytes(std::span(samples)).begin());
     return samples;
 }
 
@@ -173,6 +174,18 @@ TEST(ResamplerAudioConversion, KeepsWhatFindsNoRoom) {
     EXPECT_EQ(rest.time, timeOf(600, 16000));
 }
 
+TEST(ResamplerAudioConversion, GivesNothingOfNothing) {
+    ResamplerAudioConversion conversion;
+    const auto converter = conversion.makeConverter(floatFormat(48000, 2), speechFormat);
+    AudioBuffer output = makeOutput(speechFormat, 300);
+    EXPECT_EQ(converter->convert(output, once(makeBuffer(floatFormat(48000, 2), std::vector<float>(), 0))).status,
+              AudioConverterOutputStatus::inputRanDry);
+    EXPECT_EQ(output.frameLength, 0U);
+    output = makeOutput(speechFormat, 300);
+    EXPECT_EQ(converter->convert(output, end).status, AudioConverterOutputStatus::endOfStream);
+    EXPECT_EQ(output.frameLength, 0U);
+}
+
 TEST(ResamplerAudioConversion, RefusesWhatIsNoAudio) {
     ResamplerAudioConversion conversion;
     const double notANumber = std::numeric_limits<double>::quiet_NaN();
@@ -199,7 +212,6 @@ TEST(ResamplerAudioConversion, RefusesWhatIsNoAudio) {
 TEST(ResamplerAudioConversion, FollowsACaptureThatChangesItsFormat) {
     ResamplerAudioConversion conversion;
     SpeechAnalyzerBufferConverter converter(speechFormat, conversion);
-    std::size_t frames = 0;
     std::mt19937 random(7);
     for (int count = 0; count < 60; ++count) {
         const double rate = count % 20 < 10 ? 48000 : 44100;
@@ -208,9 +220,7 @@ TEST(ResamplerAudioConversion, FollowsACaptureThatChangesItsFormat) {
         const std::vector<float> samples(length * channels, 0.25F);
         const SharedAudioBuffer converted = converter.convert(makeBuffer(floatFormat(rate, channels), samples, 0));
         EXPECT_NEAR(converted->frameLength, static_cast<double>(length) / rate * 16000, 60);
-        frames += converted->frameLength;
     }
-    EXPECT_GT(frames, 0U);
 }
 
 } // namespace

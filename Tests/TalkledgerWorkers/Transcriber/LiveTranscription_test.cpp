@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -20,8 +20,8 @@ constexpr std::int64_t number = 5;
 StreamAudio audio(double start, std::size_t samples, std::int16_t value = 1000) {
     StreamAudio message{.request = number, .start = start, .payload = {}};
     const std::vector<std::int16_t> values(samples, value);
-    message.payload.resize(samples * sizeof(std::int16_t));
-    std::memcpy(message.payload.data(), values.data(), message.payload.size());
+    const auto bytes = std::as_bytes(std::span(values));
+    message.payload.assign(bytes.begin(), bytes.end());
     return message;
 }
 
@@ -49,13 +49,14 @@ TEST_F(LiveTranscriptionTest, TellsResultsOnTheTimeLineOfTheAudio) {
     live.start();
     live.append(audio(90, 16000));
     live.append(audio(91.01, 8000)); // a jitter
+    live.append(audio(91.5, 0));
     live.finish();
     EXPECT_THAT(told, ElementsAre(TranscriptionStarted{number}, sound(90, 1), StreamConsumed{number, 16000},
-                                  sound(91, 0.5), StreamConsumed{number, 8000},
+                                  sound(91, 0.5), StreamConsumed{number, 8000}, StreamConsumed{number, 0},
                                   TranscriptionResult{number, "end", 91.5, 0}, TranscriptionFinished{number}));
     live.append(audio(92, 100));
     live.finish();
-    EXPECT_THAT(told, SizeIs(7)) << "nothing comes after the end";
+    EXPECT_THAT(told, SizeIs(8)) << "nothing comes after the end";
 }
 
 TEST_F(LiveTranscriptionTest, TellsHypothesesWhenAskedTo) {
