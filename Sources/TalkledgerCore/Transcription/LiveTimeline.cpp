@@ -7,6 +7,27 @@
 
 namespace talkledger {
 
+namespace {
+
+/// The position of the first element that is not before what is looked for; found in no more steps than the logarithm
+/// of its distance from the end, where most changes are.
+template <typename List, typename IsBefore>
+std::size_t firstNotBefore(const List& list, const IsBefore& isBefore) {
+    std::size_t end = list.size();
+    for (std::size_t step = 1; end > 0; step *= 2) {
+        const std::size_t probe = end - std::min(step, end);
+        if (isBefore(list[probe])) {
+            const auto first = list.begin() + static_cast<std::ptrdiff_t>(probe) + 1;
+            const auto last = list.begin() + static_cast<std::ptrdiff_t>(end);
+            return static_cast<std::size_t>(std::partition_point(first, last, isBefore) - list.begin());
+        }
+        end = probe;
+    }
+    return 0;
+}
+
+} // namespace
+
 void LiveTimeline::show(const TranscriptPlace& place, const TranscriptSegment& segment) {
     const std::size_t position = positionOf(place);
     if (!isShownAt(position, place)) {
@@ -64,9 +85,7 @@ void LiveTimeline::eraseHidden() {
 }
 
 std::size_t LiveTimeline::positionOf(const TranscriptPlace& place) const {
-    const auto found =
-        std::partition_point(shown_.begin(), shown_.end(), [&](const auto& shown) { return shown->place < place; });
-    return static_cast<std::size_t>(found - shown_.begin());
+    return firstNotBefore(shown_, [&](const auto& shown) { return shown->place < place; });
 }
 
 bool LiveTimeline::isShownAt(std::size_t position, const TranscriptPlace& place) const {
@@ -78,9 +97,7 @@ LiveTimeline::ShownSegments::iterator LiveTimeline::iteratorTo(std::size_t posit
 }
 
 std::size_t LiveTimeline::rowNotBefore(const TranscriptPlace& place) const {
-    const auto found =
-        std::partition_point(lines_.begin(), lines_.end(), [&](const Line& line) { return line.first < place; });
-    return static_cast<std::size_t>(found - lines_.begin());
+    return firstNotBefore(lines_, [&](const Line& line) { return line.first < place; });
 }
 
 bool LiveTimeline::beginsLine(const TranscriptPlace& place, std::size_t row) const {
