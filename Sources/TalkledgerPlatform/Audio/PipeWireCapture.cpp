@@ -499,14 +499,14 @@ void PipeWireCapture::deliverArrived(CaptureTimeline& timeline, MonotonicTime& l
     if (!timeline.hasBegun() && source_ == CaptureSource::systemAudio && now - startTime_ > kStartPatience) {
         timeline.begin(startTime_);
     }
-    if (timeline.hasBegun() && isSilent) {
+    if (!timeline.hasBegun()) {
+        return; // being started; who starts it is told when nothing comes
+    }
+    if (isSilent) {
         timeline.fillTo(now - kSilentAfter);
     }
-    if (isAway_ || (isSilent && source_ == CaptureSource::microphone)) {
-        publishHealth(TrackHealthEvent::waitingForDevice);
-    } else if (timeline.hasBegun()) {
-        publishHealth(TrackHealthEvent::deviceRunning);
-    }
+    const bool isWaiting = isAway_ || (isSilent && source_ == CaptureSource::microphone);
+    publishHealth(isWaiting ? TrackHealthEvent::waitingForDevice : TrackHealthEvent::deviceRunning);
 }
 
 void PipeWireCapture::handOver(const AudioBuffer& buffer) noexcept {
