@@ -1,6 +1,8 @@
 // Compiled into the programs and tests of sanitizer builds only. Libraries are named rather than functions, so that no
 // symbolizer is needed.
 
+#include <dlfcn.h>
+
 // NOLINTBEGIN(bugprone-reserved-identifier): the sanitizers look for these names.
 
 /// Qt's software renderer, which stands in for a graphics card in the tests, never frees the textures of its images.
@@ -22,6 +24,9 @@ extern "C" const char* __tsan_default_suppressions() {
            "called_from_lib:libicuuc.so\n"
            "called_from_lib:libxcb.so\n";
 }
+
+/// A library named above must not be unloaded, and PipeWire unloads this one with a module of its own.
+[[maybe_unused]] static void* const keptLibrary = dlopen("libdbus-1.so.3", RTLD_LAZY | RTLD_NODELETE);
 
 /// Nobody asks for a worker's exit status, so that what is found in it ends it at once, and with it the test.
 extern "C" const char* __tsan_default_options() {
