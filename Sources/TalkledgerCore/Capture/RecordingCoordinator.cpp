@@ -123,7 +123,17 @@ Task<RecordingSession> RecordingCoordinator::finish(RecordingSession session) {
         co_await artifactDiagnosticsBuilder_.buildDiagnostic(AudioChannel::speaker, session.artifacts.speakerAudio));
     store_.saveDiagnostics(diagnostics, session);
     const Date endedAt = clock_();
+    session.title = currentTitle(session);
     co_return store_.finishSession(session, endedAt);
+}
+
+/// A rename goes to the recording's file, past us; what cannot be read there is written anew with the title we know.
+std::string RecordingCoordinator::currentTitle(const RecordingSession& session) const {
+    try {
+        return store_.loadSession(session).title;
+    } catch (const std::exception&) {
+        return session.title;
+    }
 }
 
 Task<void> RecordingCoordinator::stopTracks(Messages& messages) {

@@ -64,13 +64,14 @@ public:
     Task<RecordingSession> start(std::string title);
 
     /// Absent when a stop is already under way. Leaves no recording in progress, also when it fails. A cancellation
-    /// counts only once the tracks have stopped.
+    /// counts only once the tracks have stopped. The recording keeps the title that it was given meanwhile.
     Task<std::optional<RecordingSession>> stop();
 
 private:
     using Messages = std::vector<std::string>;
 
     Task<RecordingSession> finish(RecordingSession session);
+    std::string currentTitle(const RecordingSession& session) const;
     Task<void> stopTracks(Messages& messages);
     Task<TranscriptDocument> transcribe(const RecordingSession& session, Messages& messages);
     Task<void> summarize(TranscriptDocument transcript, const RecordingSession& session, Messages& messages);

@@ -109,6 +109,10 @@ RecordingSession RecordingStore::renameSession(const RecordingSession& session, 
     return renamed;
 }
 
+RecordingSession RecordingStore::loadSession(const RecordingSession& session) const {
+    return rebased(load<RecordingSession>(session.directory / sessionFileName), session.directory);
+}
+
 std::vector<RecordingSession> RecordingStore::loadSessions() const {
     std::vector<RecordingSession> sessions;
     if (!fileSystem_->fileExists(rootDirectory_)) {

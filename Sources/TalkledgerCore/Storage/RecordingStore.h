@@ -45,6 +45,9 @@ public:
     /// A blank title changes nothing.
     RecordingSession renameSession(const RecordingSession& session, const std::string& title);
 
+    /// What the recording's "session.json" says now.
+    RecordingSession loadSession(const RecordingSession& session) const;
+
     /// Oldest first. One unreadable "session.json" is an error of the whole: no recording goes missing unnoticed.
     std::vector<RecordingSession> loadSessions() const;
 

@@ -180,6 +180,26 @@ TEST_F(RecordingCoordinatorTest, ReadsTheEndTimeAfterEverythingIsWritten) {
     EXPECT_EQ(stopping.result().value().endedAt, now);
 }
 
+TEST_F(RecordingCoordinatorTest, KeepsTheTitleThatTheRecordingWasGivenMeanwhile) {
+    const RecordingSession session = start();
+    store.renameSession(session, "While it was recorded");
+    EXPECT_EQ(stop().title, "While it was recorded");
+
+    const RecordingSession next = start();
+    generator->answering.close();
+    testing::RunningTask<std::optional<RecordingSession>> stopping(context, coordinator->stop());
+    store.renameSession(next, "While it was stopped");
+    generator->answering.open();
+    testing::poll(context);
+    EXPECT_EQ(store.loadSession(next), stopping.result().value());
+    EXPECT_EQ(store.loadSession(next).title, "While it was stopped");
+
+    const RecordingSession broken = start();
+    fileSystem.writeFileAtomically(broken.directory / "session.json", "{");
+    EXPECT_EQ(stop().title, "Weekly");
+    EXPECT_EQ(store.loadSession(broken).endedAt, now);
+}
+
 TEST_F(RecordingCoordinatorTest, TellsEveryFailureOfAStopInOrder) {
     const RecordingSession session = start();
     microphone->stopFailure = "mic.";
