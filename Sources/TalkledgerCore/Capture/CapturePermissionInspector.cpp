@@ -3,6 +3,7 @@
 #include "TalkledgerCore/Capture/AudioCaptureError.h"
 #include "TalkledgerCore/Capture/PermissionContinuation.h"
 #include "TalkledgerCore/Support/Continuation.h"
+#include "TalkledgerCore/Support/TimerDuration.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
@@ -36,10 +37,6 @@ CapturePermissionState granted(bool isGranted) {
     return isGranted ? CapturePermissionState::authorized : CapturePermissionState::denied;
 }
 
-std::chrono::steady_clock::duration clockDuration(std::chrono::duration<double> duration) {
-    return std::chrono::duration_cast<std::chrono::steady_clock::duration>(duration);
-}
-
 /// Nobody cancels it: when the answer came first, it wakes and changes nothing.
 Task<> failWhenUnanswered(std::shared_ptr<PermissionContinuation> permission,
                           std::chrono::steady_clock::duration timeout) {
@@ -61,7 +58,7 @@ Task<bool> answerToRequest(Authorization& authorization, std::chrono::duration<d
             }
         });
     authorization.requestMicrophoneAccess([permission](bool isGranted) { permission->resume(isGranted); });
-    boost::asio::co_spawn(executor, failWhenUnanswered(permission, clockDuration(timeout)), boost::asio::detached);
+    boost::asio::co_spawn(executor, failWhenUnanswered(permission, timerDuration(timeout)), boost::asio::detached);
     co_return co_await answer->wait();
 }
 

@@ -2,6 +2,7 @@
 
 #include "TalkledgerCore/Support/Continuation.h"
 #include "TalkledgerCore/Support/TaskHandle.h"
+#include "TalkledgerCore/Support/TimerDuration.h"
 
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/this_coro.hpp>
@@ -78,8 +79,7 @@ Task<> fetchTranscript(std::shared_ptr<Fetch> fetch, RecordingSession session,
 }
 
 Task<> failAfter(std::shared_ptr<Fetch> fetch, std::chrono::duration<double> timeout) {
-    boost::asio::steady_timer timer(co_await boost::asio::this_coro::executor,
-                                    std::chrono::duration_cast<std::chrono::steady_clock::duration>(timeout));
+    boost::asio::steady_timer timer(co_await boost::asio::this_coro::executor, timerDuration(timeout));
     co_await timer.async_wait(boost::asio::use_awaitable);
     const auto timedOut = std::make_exception_ptr(LiveTranscriptFetchError(LiveTranscriptFetchError::Case::timedOut));
     fetch->race.finish([&] { fetch->continuation.fail(timedOut); });

@@ -27,7 +27,7 @@ private:
 /// Asks for a transcript and waits no longer than `timeout`; a provider that is late is cancelled, and need not have
 /// ended when the fetch has. Called on the main executor.
 struct LiveTranscriptFetcher {
-    std::chrono::duration<double> timeout;
+    std::chrono::duration<double> timeout; ///< what is below zero or not a number is over at once
 
     /// Throws `LiveTranscriptFetchError` or what the provider throws.
     Task<TranscriptDocument> transcript(RecordingSession forSession, std::shared_ptr<TranscriptProvider> provider);

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+
 namespace talkledger {
 namespace {
 
@@ -48,6 +51,20 @@ TEST_F(LiveTranscriptFetcherTest, CancelsAProviderThatIsLate) {
     testing::poll(context);
     EXPECT_EQ(provider->answering.cancelledCount(), 1);
     EXPECT_EQ(provider.use_count(), 1);
+}
+
+TEST_F(LiveTranscriptFetcherTest, TakesTimeoutsThatNoClockKnows) {
+    provider->answering.close();
+    for (const double seconds : {std::nan(""), -1.0, -std::numeric_limits<double>::infinity()}) {
+        LiveTranscriptFetcher hasty{.timeout = std::chrono::duration<double>(seconds)};
+        EXPECT_THROW(testing::runTask(context, hasty.transcript({}, provider)), LiveTranscriptFetchError) << seconds;
+    }
+    for (const double seconds : {1e10, std::numeric_limits<double>::infinity()}) {
+        LiveTranscriptFetcher endless{.timeout = std::chrono::duration<double>(seconds)};
+        testing::RunningTask<TranscriptDocument> fetch(context, endless.transcript({}, provider));
+        EXPECT_FALSE(fetch.hasEnded()) << seconds;
+        fetch.cancel();
+    }
 }
 
 TEST_F(LiveTranscriptFetcherTest, EndsBothTasksWhenItIsCancelledItself) {
