@@ -89,6 +89,7 @@ public:
     std::map<std::filesystem::path, double> startTimes; ///< of the files that were handed in
     CallLog steps;                                      ///< of live recognitions
     Gate liveStart;                                     ///< in the start of live audio
+    Gate finalizing;                                    ///< in the finishing of live audio
     std::vector<std::shared_ptr<FakeLiveAnalysis>> live;
 
     bool isAvailable() const override { return available; }
@@ -214,6 +215,7 @@ private:
             }
             recognition_.steps.add("finalize");
             throwIfSet(script_.finalizeFailure);
+            co_await recognition_.finalizing.pass();
             for (auto input = co_await live_->inputs->next(); input.has_value();) {
                 input = co_await live_->inputs->next();
             }

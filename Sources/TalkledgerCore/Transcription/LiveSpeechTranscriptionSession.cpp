@@ -1,12 +1,16 @@
 #include "TalkledgerCore/Transcription/LiveSpeechTranscriptionSession.h"
 
 #include "TalkledgerCore/Support/TaskHandle.h"
+#include "TalkledgerCore/Support/TimerDuration.h"
 #include "TalkledgerCore/Transcription/AnalyzerInputStream.h"
 #include "TalkledgerCore/Transcription/LiveSpeechTranscriptionSessionError.h"
 #include "TalkledgerCore/Transcription/RecognisedSegment.h"
 #include "TalkledgerCore/Transcription/SpeechAnalyzerBufferConverter.h"
 
+#include <boost/asio/deferred.hpp>
+#include <boost/asio/experimental/parallel_group.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/this_coro.hpp>
 
 #include <chrono>
@@ -32,6 +36,19 @@ Task<> collect(std::shared_ptr<SpeechAnalyzer> analyzer, AudioChannel channel, S
     }
 }
 
+/// False when it failed or took too long.
+Task<bool> finalizes(SpeechAnalyzer& analyzer, std::chrono::duration<double> timeout) {
+    namespace asio = boost::asio;
+    const Executor executor = co_await asio::this_coro::executor;
+    asio::steady_timer timer(executor, timerDuration(timeout));
+    auto [order, failure, timerError] =
+        co_await asio::experimental::make_parallel_group(
+            asio::co_spawn(executor, analyzer.finalizeAndFinishThroughEndOfInput(), asio::deferred),
+            timer.async_wait(asio::deferred))
+            .async_wait(asio::experimental::wait_for_one(), asio::use_awaitable);
+    co_return order.front() == 0 && !failure;
+}
+
 } // namespace
 
 struct LiveSpeechTranscriptionSession::Runtime {
@@ -46,14 +63,16 @@ LiveSpeechTranscriptionSession::LiveSpeechTranscriptionSession(std::string local
                                                                SpeakerRole role, SegmentHandler segmentHandler,
                                                                SpeechRecognition& recognition,
                                                                AudioConversion& conversion,
-                                                               MonotonicTime timelineOrigin)
+                                                               MonotonicTime timelineOrigin,
+                                                               std::chrono::duration<double> finishTimeout)
     : locale_(std::move(locale)),
       channel_(channel),
       role_(role),
       segmentHandler_(std::move(segmentHandler)),
       recognition_(recognition),
       conversion_(conversion),
-      timelineOrigin_(timelineOrigin) {}
+      timelineOrigin_(timelineOrigin),
+      finishTimeout_(finishTimeout) {}
 
 LiveSpeechTranscriptionSession::~LiveSpeechTranscriptionSession() {
     if (const std::shared_ptr<Runtime> abandoned = std::move(runtime_)) {
@@ -152,11 +171,11 @@ Task<void> LiveSpeechTranscriptionSession::finish() {
         co_return;
     }
     runtime->continuation->finish();
-    bool isFinalized = true;
+    bool isFinalized = false;
     try {
-        co_await runtime->analyzer->finalizeAndFinishThroughEndOfInput();
+        isFinalized = co_await finalizes(*runtime->analyzer, finishTimeout_);
     } catch (const std::exception&) {
-        isFinalized = false;
+        // The finish itself was cancelled: there is no time for the last results.
     }
     if (!isFinalized) {
         runtime->analyzer->cancelAndFinishNow();

@@ -6,6 +6,7 @@
 #include "TalkledgerCore/Ports/Speech.h"
 #include "TalkledgerCore/Support/Task.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -25,11 +26,14 @@ public:
     /// Called from the task that collects the results: a receiver moves the segment to its own thread.
     using SegmentHandler = std::function<void(const TranscriptSegment&)>;
 
+    static constexpr std::chrono::seconds defaultFinishTimeout{2};
+
     /// `timelineOrigin` is the moment at which the recording's time line begins, on the clock of the buffers. The ports
     /// have to outlive the session.
     LiveSpeechTranscriptionSession(std::string locale, AudioChannel channel, SpeakerRole role,
                                    SegmentHandler segmentHandler, SpeechRecognition& recognition,
-                                   AudioConversion& conversion, MonotonicTime timelineOrigin);
+                                   AudioConversion& conversion, MonotonicTime timelineOrigin,
+                                   std::chrono::duration<double> finishTimeout = defaultFinishTimeout);
 
     /// A session that was never finished ends at once, without its last results.
     ~LiveSpeechTranscriptionSession() override;
@@ -43,7 +47,8 @@ public:
     /// Before the start and after the finish, drops the buffer.
     void append(SharedAudioBuffer buffer) override;
 
-    /// Ends the recognition when all that was appended has been told. Never throws.
+    /// Ends the recognition when all that was appended has been told, or when that takes longer than the timeout: the
+    /// recording goes on meanwhile, and its stop does not wait for a recogniser that hangs. Never throws.
     Task<void> finish();
 
 private:
@@ -64,6 +69,7 @@ private:
     SpeechRecognition& recognition_;
     AudioConversion& conversion_;
     const MonotonicTime timelineOrigin_;
+    const std::chrono::duration<double> finishTimeout_;
 };
 
 } // namespace talkledger

@@ -45,7 +45,7 @@ protected:
     std::shared_ptr<Session> makeSession(AudioChannel channel = AudioChannel::mic, SpeakerRole role = SpeakerRole::me) {
         return std::make_shared<Session>(
             "ja_JP", channel, role, [this](const TranscriptSegment& segment) { segments.push_back(segment); },
-            recognition, conversion, origin);
+            recognition, conversion, origin, finishTimeout);
     }
 
     std::shared_ptr<Session> startedSession() {
@@ -74,6 +74,7 @@ protected:
     testing::FakeSpeechRecognition recognition{log};
     testing::FakeAudioConversion conversion;
     std::vector<TranscriptSegment> segments;
+    std::chrono::duration<double> finishTimeout{1h};
 };
 
 TEST_F(LiveSpeechTranscriptionSessionTest, SetsUpInOrder) {
@@ -232,6 +233,17 @@ TEST_F(LiveSpeechTranscriptionSessionTest, CancelsWhatCannotBeFinished) {
     EXPECT_EQ(recognition.steps.calls().back(), "cancel");
     testing::poll(context);
     EXPECT_TRUE(live().isDestroyed) << "the collector, which waited for a result, was cancelled";
+}
+
+TEST_F(LiveSpeechTranscriptionSessionTest, DoesNotWaitForARecogniserThatHangs) {
+    finishTimeout = 1ms;
+    recognition.finalizing.close();
+    const auto session = startedSession();
+    testing::runTask(context, session->finish());
+    EXPECT_EQ(recognition.finalizing.cancelledCount(), 1);
+    EXPECT_EQ(recognition.steps.calls().back(), "cancel");
+    testing::poll(context);
+    EXPECT_TRUE(live().isDestroyed);
 }
 
 TEST_F(LiveSpeechTranscriptionSessionTest, AFailureOfTheResultsIsTheEndOfThem) {
