@@ -74,7 +74,7 @@ void AppModel::createCoordinator(RecordingStore& store, const AppPorts& ports, c
         return [this, channel](SharedAudioBuffer buffer) { liveAudioBufferRelay_.append(std::move(buffer), channel); };
     };
     auto microphone = std::make_shared<MicrophoneWAVRecorder>(
-        ports.audioInput, ports.audioFiles, ports.authorization, ports.fileSystem, timeline,
+        ports.audioInput, ports.audioFiles, ports.authorization, ports.fileSystem, background, timeline,
         [reports = captureReports_](double level) { reports->reportMicrophoneLevel(level); },
         relayTo(AudioChannel::mic));
     auto systemAudio = std::make_shared<SystemAudioM4ARecorder>(ports.systemAudio, ports.audioFiles, ports.fileSystem,

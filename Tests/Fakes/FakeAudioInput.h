@@ -29,7 +29,8 @@ public:
     AudioFormat format{AudioSampleFormat::float32, 48000, 1, true};
     std::optional<std::string> startFailure;
     std::uint32_t tapBufferSize{0};
-    AudioTap lastTap; ///< also after its removal, for a delivery that comes late
+    AudioTap lastTap;                    ///< also after its removal, for a delivery that comes late
+    std::function<void()> duringRemoval; ///< what holds up the tap's removal; may be empty
 
     std::unique_ptr<AudioInputEngine> makeEngine() override { return std::make_unique<Engine>(*this); }
 
@@ -58,6 +59,9 @@ private:
 
         void removeTap() noexcept override {
             input_.log.add("removeTap");
+            if (input_.duringRemoval) {
+                input_.duringRemoval();
+            }
             const std::lock_guard delivering(input_.delivery_);
             input_.tap_ = nullptr;
         }

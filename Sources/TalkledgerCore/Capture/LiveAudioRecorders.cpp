@@ -2,8 +2,10 @@
 
 #include "TalkledgerCore/Capture/AudioLevelMeter.h"
 #include "TalkledgerCore/Capture/CapturePermissionInspector.h"
+#include "TalkledgerCore/Support/RunOn.h"
 
 #include <exception>
+#include <functional>
 #include <new>
 #include <utility>
 
@@ -35,7 +37,7 @@ SharedAudioBuffer copyOf(const AudioBuffer& buffer) {
 } // namespace
 
 MicrophoneWAVRecorder::MicrophoneWAVRecorder(AudioInput& audioInput, AudioFiles& audioFiles,
-                                             Authorization& authorization, FileSystem& fileSystem,
+                                             Authorization& authorization, FileSystem& fileSystem, Executor background,
                                              std::shared_ptr<RecordingTimelineRecorder> timeline,
                                              LevelHandler levelHandler,
                                              LiveTranscriptBufferHandler liveTranscriptBufferHandler,
@@ -44,6 +46,7 @@ MicrophoneWAVRecorder::MicrophoneWAVRecorder(AudioInput& audioInput, AudioFiles&
       audioFiles_(audioFiles),
       authorization_(authorization),
       fileSystem_(fileSystem),
+      background_(std::move(background)),
       timeline_(std::move(timeline)),
       levelHandler_(std::move(levelHandler)),
       liveTranscriptBufferHandler_(std::move(liveTranscriptBufferHandler)),
@@ -110,6 +113,16 @@ bool MicrophoneWAVRecorder::write(const AudioBuffer& buffer) {
 }
 
 Task<void> MicrophoneWAVRecorder::stopRecording() {
+    std::function<void()> stop = [self = shared_from_this()] { self->stopCapture(); };
+    co_await runOn(background_, std::move(stop));
+    if (levelHandler_) {
+        levelHandler_(0);
+    }
+    co_await timeline_->flush();
+}
+
+/// Returns when the last buffers have been written and the file is closed.
+void MicrophoneWAVRecorder::stopCapture() {
     std::shared_ptr<AudioInputEngine> engine;
     {
         const std::lock_guard guard(lock_);
@@ -119,17 +132,10 @@ Task<void> MicrophoneWAVRecorder::stopRecording() {
         engine->removeTap();
         engine->stop();
     }
-    std::unique_ptr<AudioFile> file;
-    {
-        const std::lock_guard guard(lock_);
-        file = std::move(audioFile_);
-        engine_.reset();
-    }
-    file.reset();
-    if (levelHandler_) {
-        levelHandler_(0);
-    }
-    co_await timeline_->flush();
+    std::unique_ptr<AudioFile> file; // closed after the lock is released
+    const std::lock_guard guard(lock_);
+    file = std::move(audioFile_);
+    engine_.reset();
 }
 
 SystemAudioM4ARecorder::SystemAudioM4ARecorder(SystemAudio& systemAudio, AudioFiles& audioFiles, FileSystem& fileSystem,

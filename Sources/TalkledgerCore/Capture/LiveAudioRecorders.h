@@ -31,10 +31,11 @@ public:
 
     static constexpr std::chrono::seconds defaultPermissionTimeout{8};
 
-    /// Either handler may be empty.
+    /// Either handler may be empty. What a slow disk or sound server may hold up when it stops runs on `background`.
     MicrophoneWAVRecorder(AudioInput& audioInput, AudioFiles& audioFiles, Authorization& authorization,
-                          FileSystem& fileSystem, std::shared_ptr<RecordingTimelineRecorder> timeline,
-                          LevelHandler levelHandler, LiveTranscriptBufferHandler liveTranscriptBufferHandler,
+                          FileSystem& fileSystem, Executor background,
+                          std::shared_ptr<RecordingTimelineRecorder> timeline, LevelHandler levelHandler,
+                          LiveTranscriptBufferHandler liveTranscriptBufferHandler,
                           std::chrono::duration<double> permissionTimeout = defaultPermissionTimeout);
 
     Task<void> startRecording(std::filesystem::path to) override;
@@ -43,11 +44,13 @@ public:
 private:
     void receive(const AudioBuffer& buffer);
     bool write(const AudioBuffer& buffer);
+    void stopCapture();
 
     AudioInput& audioInput_;
     AudioFiles& audioFiles_;
     Authorization& authorization_;
     FileSystem& fileSystem_;
+    const Executor background_;
     const std::shared_ptr<RecordingTimelineRecorder> timeline_;
     const LevelHandler levelHandler_;
     const LiveTranscriptBufferHandler liveTranscriptBufferHandler_;

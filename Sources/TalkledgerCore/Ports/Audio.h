@@ -59,7 +59,7 @@ using TrackHealthHandler = std::function<void(AudioChannel, TrackHealthEvent)>;
 /// throws misses that buffer and gets the next one.
 using AudioTap = std::function<void(const AudioBuffer&)>;
 
-/// One microphone capture. Called on the main executor.
+/// One microphone capture. Called by one thread at a time; what is no task may block.
 class AudioInputEngine {
 public:
     AudioInputEngine() = default;

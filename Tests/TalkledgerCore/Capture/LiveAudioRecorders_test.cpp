@@ -8,11 +8,13 @@
 #include "TalkledgerCore/Capture/LiveAudioRecorders.h"
 #include "TalkledgerPlatform/Files/PosixFileSystem.h"
 
+#include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <thread>
 
 namespace talkledger {
@@ -55,7 +57,8 @@ protected:
     const std::filesystem::path file = folder.path() / "mic.wav";
 
     std::shared_ptr<MicrophoneWAVRecorder> recorder = std::make_shared<MicrophoneWAVRecorder>(
-        input, files, authorization, fileSystem, timeline, [this](double level) { levels.push_back(level); },
+        input, files, authorization, fileSystem, background.get_executor(), timeline,
+        [this](double level) { levels.push_back(level); },
         [this](SharedAudioBuffer buffer) { liveBuffers.push_back(std::move(buffer)); }, 1ms);
 };
 
@@ -140,12 +143,23 @@ TEST_F(MicrophoneWAVRecorderTest, WritesNothingThatArrivesAfterTheStop) {
     input.lastTap(bufferAt(later));
 }
 
+TEST_F(MicrophoneWAVRecorderTest, LeavesTheMainThreadToOthersWhileASlowDiskHoldsUpTheStop) {
+    testing::runTask(context, recorder->startRecording(file));
+    std::promise<void> mainThreadRan;
+    input.duringRemoval = [&] {
+        boost::asio::post(context, [&] { mainThreadRan.set_value(); });
+        EXPECT_EQ(mainThreadRan.get_future().wait_for(30s), std::future_status::ready);
+    };
+    testing::runTask(context, recorder->stopRecording());
+    EXPECT_THAT(levels, ElementsAre(0));
+}
+
 TEST_F(MicrophoneWAVRecorderTest, ClosesTheFileBetweenWritesWhileBuffersKeepComing) {
     liveBuffers.reserve(1);
     const auto counting = std::make_shared<std::atomic<int>>(0);
     const auto shared = std::make_shared<MicrophoneWAVRecorder>(
-        input, files, authorization, fileSystem, timeline, [counting](double) { ++*counting; },
-        LiveTranscriptBufferHandler());
+        input, files, authorization, fileSystem, background.get_executor(), timeline,
+        [counting](double) { ++*counting; }, LiveTranscriptBufferHandler());
     for (int round = 0; round < 50; ++round) {
         testing::runTask(context, shared->startRecording(file));
         *counting = 0;
