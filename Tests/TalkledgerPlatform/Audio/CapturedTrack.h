@@ -46,7 +46,8 @@ public:
     }
 
     bool waitForSeconds(double seconds) {
-        return waitUntil([&] { return static_cast<double>(frameCount()) >= seconds * format_.sampleRate; });
+        return waitUntil(
+            [&] { return frameCount() > 0 && static_cast<double>(frameCount()) >= seconds * format_.sampleRate; });
     }
 
     bool waitForHealth(const std::vector<TrackHealthEvent>& events) {
