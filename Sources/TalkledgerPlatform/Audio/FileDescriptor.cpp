@@ -28,6 +28,14 @@ FileDescriptor::~FileDescriptor() {
 
 FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
 
+FileDescriptor FileDescriptor::duplicate(const std::filesystem::path& path) const {
+    const int number = fcntl(number_, F_DUPFD_CLOEXEC, 0);
+    if (number < 0) {
+        throw AudioFileError(AudioFileError::Case::notCreated, path, std::generic_category().message(errno));
+    }
+    return FileDescriptor(number);
+}
+
 bool FileDescriptor::isRemoved() const noexcept {
     struct stat status {};
 

@@ -20,6 +20,9 @@ public:
 
     int number() const { return number_; }
 
+    /// Another one of the same open file, which lies at `path`. Throws AudioFileError.
+    FileDescriptor duplicate(const std::filesystem::path& path) const;
+
     /// No folder holds the file any more: what is written to it is lost when it is closed.
     bool isRemoved() const noexcept;
 

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace talkledger {
 namespace {
@@ -11,6 +12,9 @@ namespace {
 constexpr std::size_t kLargestWait = 64 << 20;
 
 } // namespace
+
+GrowingFile::GrowingFile(const std::filesystem::path& path, Executor blockingExecutor)
+    : descriptor_(FileDescriptor::create(path)), sync_(descriptor_, path, std::move(blockingExecutor)) {}
 
 bool GrowingFile::write(std::span<const std::uint8_t> bytes) {
     if (waiting_.size() + bytes.size() > kLargestWait) {
@@ -33,13 +37,16 @@ bool GrowingFile::flush() {
             break;
         }
         done += static_cast<std::size_t>(count);
+        hasUnsyncedBytes_ = true;
     }
     waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(done));
     return waiting_.empty();
 }
 
-int GrowingFile::synchronise() {
-    return fsync(descriptor_.number()) == 0 ? 0 : errno;
+void GrowingFile::beginSync() {
+    if (hasUnsyncedBytes_ && sync_.begin()) {
+        hasUnsyncedBytes_ = false;
+    }
 }
 
 } // namespace talkledger

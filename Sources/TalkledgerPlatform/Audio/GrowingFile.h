@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TalkledgerPlatform/Audio/FileDescriptor.h"
+#include "TalkledgerPlatform/Audio/FileSync.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -14,8 +15,8 @@ namespace talkledger {
 /// so that a full disk costs nothing as long as it does not stay full. Used by one thread at a time.
 class GrowingFile {
 public:
-    /// Creates the file; throws AudioFileError.
-    explicit GrowingFile(const std::filesystem::path& path) : descriptor_(FileDescriptor::create(path)) {}
+    /// Creates the file; throws AudioFileError. Syncs run on `blockingExecutor`.
+    GrowingFile(const std::filesystem::path& path, Executor blockingExecutor);
 
     /// False when the bytes are lost: more waits already than memory should hold.
     bool write(std::span<const std::uint8_t> bytes);
@@ -23,8 +24,14 @@ public:
     /// Tries to write what waits. True when nothing waits any more.
     bool flush();
 
-    /// Brings it to the disk itself; an errno value.
-    int synchronise();
+    /// Begins to bring what has been written to the disk itself, as soon as the last such sync has ended.
+    void beginSync();
+
+    /// An errno value: what became of the last sync that has ended.
+    int lastSyncError() const { return sync_.lastError(); }
+
+    /// Syncs for the last time, and returns when that is done: an errno value.
+    int synchronise() { return sync_.finish(); }
 
     bool hasWaitingBytes() const { return !waiting_.empty(); }
 
@@ -35,6 +42,8 @@ public:
 
 private:
     FileDescriptor descriptor_;
+    FileSync sync_;
+    bool hasUnsyncedBytes_{false};
     std::vector<std::uint8_t> waiting_;
     int lastError_{0};
 };

@@ -172,7 +172,10 @@ private:
 
 M4AAssetWriter::M4AAssetWriter(const std::filesystem::path& path, AudioChannel channel, TrackHealthHandler health,
                                Executor blockingExecutor)
-    : path_(path), health_(channel, std::move(health)), blockingExecutor_(std::move(blockingExecutor)), file_(path) {}
+    : path_(path),
+      health_(channel, std::move(health)),
+      blockingExecutor_(std::move(blockingExecutor)),
+      file_(path, blockingExecutor_) {}
 
 M4AAssetWriter::~M4AAssetWriter() = default;
 
@@ -239,7 +242,8 @@ void M4AAssetWriter::append(const AudioBuffer& buffer) {
     if (file_.isRemoved()) {
         return fail(AudioFileError(AudioFileError::Case::removed, path_).what());
     }
-    health_.publish(!file_.hasWaitingBytes());
+    file_.beginSync(); // a fragment a second
+    health_.publish(!file_.hasWaitingBytes() && file_.lastSyncError() == 0);
 }
 
 void M4AAssetWriter::markAsFinished() {

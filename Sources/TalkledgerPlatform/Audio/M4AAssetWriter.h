@@ -12,12 +12,13 @@
 
 namespace talkledger {
 
-/// Encodes AAC into an M4A file: fragments of one second while it is written, so that a kill costs no more than the
-/// last one; a plain file with its index in front after `finishWriting`. If that last step fails the fragmented file
-/// stays, whole and playable, and that is no failure. Used by one thread at a time.
+/// Encodes AAC into an M4A file: fragments of one second while it is written, each synced to the disk, so that neither
+/// a kill nor a power cut costs much more than the last one; a plain file with its index in front after
+/// `finishWriting`. If that last step fails the fragmented file stays, whole and playable, and that is no failure. Used
+/// by one thread at a time.
 class M4AAssetWriter : public AssetWriter {
 public:
-    /// Creates the file; throws AudioFileError. `health` is called by whoever appends. Finishing runs on
+    /// Creates the file; throws AudioFileError. `health` is called by whoever appends. Syncs and finishing run on
     /// `blockingExecutor`.
     M4AAssetWriter(const std::filesystem::path& path, AudioChannel channel, TrackHealthHandler health,
                    Executor blockingExecutor);

@@ -70,7 +70,7 @@ PlatformAudioFiles::PlatformAudioFiles(Executor blockingExecutor, TrackHealthHan
 
 std::unique_ptr<AudioFile> PlatformAudioFiles::createFile(const std::filesystem::path& path, const AudioFormat& format,
                                                           AudioChannel channel) {
-    return std::make_unique<WaveFile>(path, format, channel, health_);
+    return std::make_unique<WaveFile>(path, format, channel, health_, blockingExecutor_);
 }
 
 std::unique_ptr<AssetWriter> PlatformAudioFiles::makeAssetWriter(const std::filesystem::path& path,

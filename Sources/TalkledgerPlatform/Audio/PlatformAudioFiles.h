@@ -8,9 +8,9 @@
 
 namespace talkledger {
 
-/// Audio files through libsndfile (WAV) and FFmpeg (M4A, durations). Creating a file blocks shortly; finishing and
-/// measuring run on `blockingExecutor`. Any thread. Keeps FFmpeg from writing to the standard error: it would comment
-/// on every damaged file.
+/// Audio files through libsndfile (WAV) and FFmpeg (M4A, durations). Creating a file blocks shortly; syncing,
+/// finishing and measuring run on `blockingExecutor`. Any thread. Keeps FFmpeg from writing to the standard error: it
+/// would comment on every damaged file.
 class PlatformAudioFiles : public AudioFiles {
 public:
     /// `health` is called by whoever writes to a file.

@@ -19,8 +19,12 @@ std::size_t sampleBytes(const AudioFormat& format) {
 } // namespace
 
 WaveFile::WaveFile(const std::filesystem::path& path, const AudioFormat& format, AudioChannel channel,
-                   TrackHealthHandler health)
-    : path_(path), format_(format), health_(channel, std::move(health)), descriptor_(FileDescriptor::create(path)) {
+                   TrackHealthHandler health, Executor blockingExecutor)
+    : path_(path),
+      format_(format),
+      health_(channel, std::move(health)),
+      descriptor_(FileDescriptor::create(path)),
+      sync_(descriptor_, path, std::move(blockingExecutor)) {
     SF_INFO description{};
     description.samplerate = static_cast<int>(format.sampleRate);
     description.channels = static_cast<int>(format.channelCount);
@@ -47,7 +51,7 @@ WaveFile::WaveFile(const std::filesystem::path& path, const AudioFormat& format,
 WaveFile::~WaveFile() {
     makeUpLostFrames();
     file_.reset();
-    fdatasync(descriptor_.number()); // on the disk before a session file says that it is complete
+    sync_.finish(); // on the disk before a session file says that it is complete
 }
 
 off_t WaveFile::lengthWith(std::uint64_t frames) const {
@@ -75,6 +79,10 @@ void WaveFile::write(const AudioBuffer& buffer) {
     if (descriptor_.isRemoved()) {
         health_.publish(false);
         throw AudioFileError(AudioFileError::Case::removed, path_);
+    }
+    beginSync();
+    if (const int syncError = sync_.lastError(); syncError != 0) {
+        fail(syncError);
     }
     health_.publish(true);
 }
@@ -113,6 +121,12 @@ void WaveFile::cutToWholeFrames() {
     [[maybe_unused]] const int shortened = ftruncate(descriptor_.number(), lengthWith(frames_));
     sf_seek(file_.get(), static_cast<sf_count_t>(frames_), SEEK_SET);
     sf_command(file_.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
+}
+
+void WaveFile::beginSync() {
+    if (frames_ - syncedFrames_ >= static_cast<std::uint64_t>(format_.sampleRate) && sync_.begin()) {
+        syncedFrames_ = frames_;
+    }
 }
 
 void WaveFile::fail(int error) {

@@ -1,3 +1,4 @@
+#include "Fakes/FakeDisk.h"
 #include "Support/RunTask.h"
 #include "TalkledgerPlatform/Audio/AudioFileError.h"
 #include "TalkledgerPlatform/Audio/AudioTestSupport.h"
@@ -5,13 +6,16 @@
 #include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
 #include "TalkledgerPlatform/Audio/WaveFile.h"
 
+#include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
+#include <boost/asio/use_future.hpp>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <csignal>
 #include <fstream>
@@ -182,6 +186,42 @@ TEST_F(M4AAssetWriterTest, FullDiskLosesNothingOnceItTakesBytesAgain) {
     expectChirps(decodeFirstChannel(path_), {0, 1, 2, 3, 4, 5, 6});
 }
 
+TEST_F(M4AAssetWriterTest, EveryFragmentReachesTheDiskAndASlowOneHoldsUpNone) {
+    testing::FakeDisk disk;
+    auto writer = makeWriter();
+    disk.hold();
+    for (std::uint64_t second = 0; second < 4; ++second) {
+        appendSecond(*writer, second);
+    }
+    disk.waitForSyncs(1);
+    EXPECT_GE(decodeFirstChannel(path_).size(), 2 * kTestRate);
+    disk.letGo();
+    for (std::uint64_t second = 4; second < 8; ++second) {
+        boost::asio::post(pool_, boost::asio::use_future).get(); // the sync under way has ended
+        appendSecond(*writer, second);
+    }
+    disk.waitForSyncs(4);
+    EXPECT_EQ(health_, std::vector{fileWritten});
+    const int syncs = disk.syncs();
+    finish(*writer);
+    EXPECT_EQ(disk.syncs(), syncs + 1);
+    EXPECT_EQ(disk.mostAtOnce(), 1);
+}
+
+TEST_F(M4AAssetWriterTest, ADiskThatDoesNotKeepWhatItTakesIsTold) {
+    testing::FakeDisk disk;
+    disk.failWith(EIO);
+    auto writer = makeWriter();
+    for (std::uint64_t second = 0; second < 3; ++second) {
+        appendSecond(*writer, second);
+        boost::asio::post(pool_, boost::asio::use_future).get();
+    }
+    EXPECT_EQ(health_, (std::vector{fileWritten, writeFailed}));
+    writer->markAsFinished();
+    runTask(context_, writer->finishWriting());
+    EXPECT_EQ(writer->error(), "\"speaker.m4a\" could not be written: Input/output error");
+}
+
 TEST_F(M4AAssetWriterTest, WhatCannotBeFinishedIsToldAndStays) {
     auto writer = makeWriter();
     for (std::uint64_t second = 0; second < 3; ++second) {
@@ -263,7 +303,7 @@ TEST(KilledWriter, BothFilesDecodeToWithinTwoSeconds) {
         ASSERT_GE(child, 0);
         if (child == 0) {
             boost::asio::io_context context;
-            WaveFile wave(folder / "mic.wav", floatFormat(1), AudioChannel::mic, {});
+            WaveFile wave(folder / "mic.wav", floatFormat(1), AudioChannel::mic, {}, context.get_executor());
             M4AAssetWriter writer(folder / "speaker.m4a", AudioChannel::speaker, {}, context.get_executor());
             writer.addInput({});
             writer.startWriting();
