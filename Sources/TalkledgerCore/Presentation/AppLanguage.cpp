@@ -126,6 +126,9 @@ std::string AppCopy::diagnosticMessage(const std::string& message) const {
     if (language == DisplayLanguage::english) {
         return message;
     }
+    if (message == AppCopy{DisplayLanguage::english}.noSpeechRecogniser()) {
+        return noSpeechRecogniser();
+    }
     if (const auto whole = translated(wholeMessages, message)) {
         return *whole;
     }
@@ -141,9 +144,9 @@ std::string AppCopy::diagnosticMessage(const std::string& message) const {
 }
 
 bool AppCopy::tellsOfLoss(const std::string& message) {
-    return translated(trackMessages, message) || std::ranges::any_of(failurePrefixes, [&](const Translation& prefix) {
-               return message.starts_with(prefix.first);
-           });
+    return message == AppCopy{DisplayLanguage::english}.noSpeechRecogniser() || translated(trackMessages, message) ||
+           std::ranges::any_of(failurePrefixes,
+                               [&](const Translation& prefix) { return message.starts_with(prefix.first); });
 }
 
 std::string AppCopy::summaryOverview(const std::string& overview) const {

@@ -30,6 +30,12 @@ std::vector<std::string> unique(const std::vector<std::string>& locales) {
     return kept;
 }
 
+/// Which transcriber stands for a locale.
+Task<SpeechTranscriber> transcriberFor(std::string locale, SpeechRecognition& recognition) {
+    const std::optional<std::string> supportedLocale = co_await recognition.supportedLocale(locale);
+    co_return SpeechTranscriber::timeIndexedTranscriptionWithAlternatives(supportedLocale.value_or(fallbackLocale));
+}
+
 /// One attempt at one file in one locale.
 class SpeechAnalyzerFileTranscriber {
 public:
@@ -40,9 +46,7 @@ public:
         if (!recognition_.isAvailable()) {
             co_return std::vector<TranscriptSegment>();
         }
-        const std::optional<std::string> supportedLocale = co_await recognition_.supportedLocale(locale_);
-        const SpeechTranscriber transcriber =
-            SpeechTranscriber::timeIndexedTranscriptionWithAlternatives(supportedLocale.value_or(fallbackLocale));
+        const SpeechTranscriber transcriber = co_await transcriberFor(locale_, recognition_);
         if (!co_await prepareAssets(transcriber)) {
             co_return std::vector<TranscriptSegment>();
         }
@@ -119,6 +123,21 @@ SpeechTranscriptionConfiguration::SpeechTranscriptionConfiguration(const std::st
         assetPolicy = SpeechAssetPolicy::installedOnly;
         break;
     }
+}
+
+Task<bool> offersTranscription(SpeechTranscriptionConfiguration configuration, SpeechRecognition& recognition) {
+    if (!recognition.isAvailable()) {
+        co_return false;
+    }
+    for (const std::string& locale : configuration.candidateLocales) {
+        const SpeechTranscriber transcriber = co_await transcriberFor(locale, recognition);
+        const SpeechAssetStatus status = co_await recognition.assetInventory().status(transcriber);
+        const bool mayBeFetched = configuration.assetPolicy == SpeechAssetPolicy::installIfNeeded;
+        if (status == SpeechAssetStatus::installed || (mayBeFetched && status != SpeechAssetStatus::unsupported)) {
+            co_return true;
+        }
+    }
+    co_return false;
 }
 
 SpeechRecordingTrackTranscriptProvider::SpeechRecordingTrackTranscriptProvider(

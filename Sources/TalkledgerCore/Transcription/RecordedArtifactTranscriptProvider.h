@@ -51,6 +51,9 @@ struct SpeechTranscriptionConfiguration {
     bool operator==(const SpeechTranscriptionConfiguration&) const = default;
 };
 
+/// Whether any of its locales can be recognised now, or once its model has been fetched.
+Task<bool> offersTranscription(SpeechTranscriptionConfiguration configuration, SpeechRecognition& recognition);
+
 /// How much of a channel's track has been worked through, from 0 to 1; starts anew with each locale that is tried.
 using TranscriptionProgressHandler = std::function<void(AudioChannel channel, double share)>;
 

@@ -60,6 +60,8 @@ TEST(AppCopy, TellsLossFromWhatWentWell) {
         }
     }
     EXPECT_TRUE(AppCopy::tellsOfLoss("System audio capture stop failed: x"));
+    EXPECT_TRUE(AppCopy::tellsOfLoss(english.noSpeechRecogniser()));
+    EXPECT_EQ(japanese.diagnosticMessage(english.noSpeechRecogniser()), japanese.noSpeechRecogniser());
     EXPECT_FALSE(AppCopy::tellsOfLoss("Microphone capture stopped."));
     EXPECT_FALSE(AppCopy::tellsOfLoss("Foundation Models summary failed: x"));
 }

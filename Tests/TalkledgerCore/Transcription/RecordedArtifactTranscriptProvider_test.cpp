@@ -112,6 +112,20 @@ TEST_F(SpeechRecordingTrackTest, InstallsMissingModelsOnlyWhereItMay) {
     EXPECT_EQ(log.calls().size(), 3U);
 }
 
+TEST_F(SpeechRecordingTrackTest, TellsWhetherThereIsAnythingToTranscribeWith) {
+    const auto isOffered = [&] { return testing::runTask(context, offersTranscription(configuration, recognition)); };
+    recognition.scripts["en_US"].status = SpeechAssetStatus::unsupported;
+    EXPECT_FALSE(isOffered());
+    recognition.scripts["fr_FR"].status = SpeechAssetStatus::supported;
+    EXPECT_TRUE(isOffered()) << "it can be fetched";
+    configuration.assetPolicy = SpeechAssetPolicy::installedOnly;
+    EXPECT_FALSE(isOffered());
+    recognition.scripts["en_US"].status = SpeechAssetStatus::installed;
+    EXPECT_TRUE(isOffered()) << "it stands for the locales that have none";
+    recognition.available = false;
+    EXPECT_FALSE(isOffered());
+}
+
 TEST_F(SpeechRecordingTrackTest, AsksNobodyAboutATrackThatHoldsNothing) {
     recognition.scripts["ja_JP"].results = {result("phantom")};
     fileSystem.createEmptyFile(file);
