@@ -6,11 +6,13 @@
 #include "TalkledgerApp/AppWindowController.h"
 #include "TalkledgerApp/CaptureReports.h"
 #include "TalkledgerApp/DesktopAppearance.h"
+#include "TalkledgerApp/QtDesktop.h"
 #include "TalkledgerApp/QtMainExecutor.h"
 #include "TalkledgerApp/TerminationSignals.h"
 #include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
 #include "TalkledgerPlatform/Audio/PipeWireSystemAudio.h"
 #include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
+#include "TalkledgerPlatform/Audio/ResamplerAudioConversion.h"
 #include "TalkledgerPlatform/Audio/SoundServerAuthorization.h"
 #include "TalkledgerPlatform/Files/PosixFileSystem.h"
 #include "TalkledgerPlatform/LanguageModel/AbsentLanguageModel.h"
@@ -48,9 +50,11 @@ private:
     PipeWireAudioInput audioInput_;
     PipeWireSystemAudio systemAudio_;
     PlatformAudioFiles audioFiles_;
+    ResamplerAudioConversion audioConversion_;
     SoundServerAuthorization authorization_;
     WorkerSpeechRecognition speechRecognition_;
     AbsentLanguageModel languageModel_;
+    QtDesktop desktop_;
     AppModel model_;
     DesktopAppearance appearance_;
     AppWindowController windows_;

@@ -9,13 +9,12 @@
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 
-#include <QClipboard>
-#include <QGuiApplication>
 #include <QLocale>
 #include <algorithm>
 #include <chrono>
 #include <exception>
 #include <iterator>
+#include <stdexcept>
 #include <utility>
 
 namespace talkledger {
@@ -32,6 +31,10 @@ DisplayLanguage storedLanguage(const QSettings& settings) {
     return isEnglish ? DisplayLanguage::english : DisplayLanguage::japanese;
 }
 
+std::string currentLocale() {
+    return QLocale::system().name().toStdString();
+}
+
 std::optional<std::filesystem::path> storedFolder(const QSettings& settings) {
     const QString folder = settings.value(markdownExportDirectoryKey).toString();
     return folder.isEmpty() ? std::nullopt : std::optional<std::filesystem::path>(folder.toStdString());
@@ -40,27 +43,33 @@ std::optional<std::filesystem::path> storedFolder(const QSettings& settings) {
 } // namespace
 
 AppModel::AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captureReports, Executor main,
-                   const Executor& background, QSettings& settings)
+                   const Executor& background, QSettings& settings, LiveSummary::Interval liveSummaryInterval)
     : displayLanguage_(storedLanguage(settings)),
       statusText_(copy().ready()),
+      ports_(ports),
       main_(std::move(main)),
       settings_(settings),
       captureReports_(std::move(captureReports)),
       tracks_(captureReports_),
+      timeline_(std::make_shared<RecordingTimelineRecorder>(ports.fileSystem, background)),
+      liveTranscription_(ports.speechRecognition, ports.audioConversion, liveAudioBufferRelay_, main_),
+      liveSummary_(ports.languageModel, main_, liveSummaryInterval),
       markdownExporter_(ports.fileSystem) {
     connect(&tracks_, &RecordingTracks::microphoneLevelChanged, this, &AppModel::microphoneLevelChanged);
+    connect(&liveTranscription_, &LiveTranscription::listeningChanged, this, &AppModel::listeningChanged);
     markdownExportDirectory_ = storedFolder(settings_);
-    createStore(ports.fileSystem);
+    createStore();
     if (store_) {
-        createCoordinator(*store_, ports, background);
+        createCoordinator(*store_, background);
     }
     refreshSessions();
-    permissions_ = CapturePermissionInspector::quickSnapshot(ports.authorization);
+    permissions_ = CapturePermissionInspector::quickSnapshot(ports_.authorization);
+    boost::asio::co_spawn(main_, findWhetherSpeechIsOffered(), boost::asio::detached);
 }
 
-void AppModel::createStore(FileSystem& fileSystem) {
+void AppModel::createStore() {
     try {
-        store_.emplace(RecordingStore::defaultRootDirectory(fileSystem), fileSystem);
+        store_.emplace(RecordingStore::defaultRootDirectory(ports_.fileSystem), ports_.fileSystem);
         rootDirectory_ = store_->rootDirectory();
     } catch (const std::exception& error) {
         setFailedStatusText(copy().storageUnavailable());
@@ -68,28 +77,27 @@ void AppModel::createStore(FileSystem& fileSystem) {
     }
 }
 
-void AppModel::createCoordinator(RecordingStore& store, const AppPorts& ports, const Executor& background) {
-    const auto timeline = std::make_shared<RecordingTimelineRecorder>(ports.fileSystem, background);
+void AppModel::createCoordinator(RecordingStore& store, const Executor& background) {
     const auto relayTo = [this](AudioChannel channel) {
         return [this, channel](SharedAudioBuffer buffer) { liveAudioBufferRelay_.append(std::move(buffer), channel); };
     };
     auto microphone = std::make_shared<MicrophoneWAVRecorder>(
-        ports.audioInput, ports.audioFiles, ports.authorization, ports.fileSystem, background, timeline,
+        ports_.audioInput, ports_.audioFiles, ports_.authorization, ports_.fileSystem, background, timeline_,
         [reports = captureReports_](double level) { reports->reportMicrophoneLevel(level); },
         relayTo(AudioChannel::mic));
-    auto systemAudio = std::make_shared<SystemAudioM4ARecorder>(ports.systemAudio, ports.audioFiles, ports.fileSystem,
-                                                                timeline, relayTo(AudioChannel::speaker));
+    auto systemAudio = std::make_shared<SystemAudioM4ARecorder>(
+        ports_.systemAudio, ports_.audioFiles, ports_.fileSystem, timeline_, relayTo(AudioChannel::speaker));
     auto transcripts = std::make_unique<RecordedArtifactTranscriptProvider>(
-        speechLocale, QLocale::system().name().toStdString(), RecordedArtifactTranscriptMode::finalAccuracy,
-        ports.speechRecognition, ports.fileSystem, [this](AudioChannel channel, double share) {
+        speechLocale, currentLocale(), RecordedArtifactTranscriptMode::finalAccuracy, ports_.speechRecognition,
+        ports_.fileSystem, [this](AudioChannel channel, double share) {
             if (currentSession_) { // the one that has been stopped, until it is saved
                 tracks_.setTranscribedShare(channel, share);
             }
         });
     coordinator_ = std::make_unique<RecordingCoordinator>(
         store, std::move(microphone), std::move(systemAudio), std::move(transcripts),
-        std::make_unique<FoundationModelsSalesSummaryGenerator>(ports.languageModel),
-        RecordingArtifactDiagnosticsBuilder(ports.fileSystem, ports.audioFiles));
+        std::make_unique<FoundationModelsSalesSummaryGenerator>(ports_.languageModel),
+        RecordingArtifactDiagnosticsBuilder(ports_.fileSystem, ports_.audioFiles));
 }
 
 void AppModel::startRecording() {
@@ -97,6 +105,7 @@ void AppModel::startRecording() {
         return;
     }
     setIsBusy(true);
+    boost::asio::co_spawn(main_, findWhetherSpeechIsOffered(), boost::asio::detached);
     boost::asio::co_spawn(main_, startRecordingNow(), boost::asio::detached);
 }
 
@@ -124,10 +133,13 @@ Task<void> AppModel::startRecordingNow() {
     }
     followCoordinator();
     if (failure) {
+        stopLive();
+        clearLiveTranscript();
         setFailedStatusText(copy().startFailed());
         setLastError(std::move(failure), noTrackStarted);
     } else {
         setStatusText(copy().recordingMicAndSystemAudio());
+        startLive(*currentSession_);
     }
     refreshSessions();
     setIsBusy(false);
@@ -149,6 +161,7 @@ Task<void> AppModel::stopRecordingNow() {
     }
     setLastError(std::nullopt);
     setStatusText(copy().stoppingAndTranscribing());
+    stopLive(); // what has been said stays in view until the files are transcribed
     tracks_.endCapture();
     std::optional<RecordingSession> finished;
     std::optional<std::string> failure;
@@ -157,6 +170,7 @@ Task<void> AppModel::stopRecordingNow() {
     } catch (const std::exception& error) {
         failure = error.what();
     }
+    clearLiveTranscript();
     const std::vector<std::string> trackMessages = tracks_.messages();
     followCoordinator();
     if (failure) {
@@ -166,10 +180,52 @@ Task<void> AppModel::stopRecordingNow() {
     } else if (finished) {
         setStatusText(copy().recordingSaved());
         keepMessages(trackMessages, *finished);
+        tellIfSpeechIsNotOffered(*finished);
         refreshSessions();
         exportMarkdown(*finished);
     }
     setIsBusy(false);
+}
+
+/// Both belong to the recording that has just begun.
+void AppModel::startLive(const RecordingSession& session) {
+    tellIfSpeechIsNotOffered(session);
+    liveTranscription_.start(speechLocale, timeline_->origin().value(),
+                             [this, id = session.id](const TranscriptSegment& segment) {
+                                 if (currentSession_ && currentSession_->id == id) {
+                                     applyLiveTranscriptSegment(segment);
+                                 }
+                             });
+    liveSummary_.start([this] { return liveConversation_.transcript(); });
+}
+
+void AppModel::stopLive() {
+    liveTranscription_.stop();
+    liveSummary_.stop();
+}
+
+void AppModel::applyLiveTranscriptSegment(const TranscriptSegment& segment) {
+    const std::vector<TranscriptLineChange> changes = liveConversation_.apply(segment);
+    hasLiveTranscript_ = true;
+    Q_EMIT liveLinesChanged(changes);
+}
+
+void AppModel::clearLiveTranscript() {
+    liveConversation_.reset();
+    hasLiveTranscript_ = false;
+}
+
+std::optional<TranscriptDocument> AppModel::liveTranscriptDocument() const {
+    return hasLiveTranscript_ ? std::optional(liveConversation_.transcript()) : std::nullopt;
+}
+
+Task<void> AppModel::findWhetherSpeechIsOffered() {
+    const SpeechTranscriptionConfiguration configuration(speechLocale, currentLocale(),
+                                                         RecordedArtifactTranscriptMode::finalAccuracy);
+    const bool isOffered = co_await offersTranscription(configuration, ports_.speechRecognition);
+    if (std::exchange(isSpeechOffered_, isOffered) != isOffered) {
+        Q_EMIT isSpeechOfferedChanged();
+    }
 }
 
 std::string AppModel::defaultRecordingTitle() const {
@@ -186,6 +242,13 @@ void AppModel::followCoordinator() {
         tracks_.end();
     } else if (const auto begun = diagnostics(*session)) {
         tracks_.setStarted(*begun);
+    }
+}
+
+/// A recording that has words has been transcribed by something.
+void AppModel::tellIfSpeechIsNotOffered(const RecordingSession& session) {
+    if (!isSpeechOffered_ && transcript(session).value_or(TranscriptDocument()).segments.empty()) {
+        keepMessages({AppCopy{DisplayLanguage::english}.noSpeechRecogniser()}, session);
     }
 }
 
@@ -223,6 +286,37 @@ void AppModel::dismissLastError() {
     setLastError(std::nullopt);
 }
 
+void AppModel::requestCapturePermissions() {
+    setLastError(std::nullopt);
+    boost::asio::co_spawn(main_, requestCapturePermissionsNow(), boost::asio::detached);
+}
+
+Task<void> AppModel::requestCapturePermissionsNow() {
+    constexpr std::chrono::seconds patience{60};
+    setStatusText(copy().requestingPermissions());
+    std::optional<std::string> failure;
+    try {
+        CapturePermissionSnapshot snapshot;
+        snapshot.microphone =
+            co_await CapturePermissionInspector::requestMicrophoneAccess(ports_.authorization, patience);
+        snapshot.screenCapture = CapturePermissionInspector::requestScreenCaptureAccess(ports_.authorization);
+        snapshot.systemAudio = co_await CapturePermissionInspector::requestSystemAudioAccess(ports_.systemAudio);
+        permissions_ = snapshot;
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    Q_EMIT permissionsChanged();
+    const bool isReady = !failure && isUsable(permissions_->microphone) && isUsable(permissions_->systemAudio);
+    setStatusText(isReady ? copy().permissionsReady() : copy().permissionsNeedAttention());
+    if (failure) {
+        setLastError(std::move(failure));
+    }
+}
+
+void AppModel::openSettings(CapturePermissionKind kind) {
+    attempt([&] { ports_.desktop.openSettings(CapturePermissionInspector::settingsURL(kind)); });
+}
+
 void AppModel::setDisplayLanguage(DisplayLanguage language) {
     displayLanguage_ = language;
     settings_.setValue(displayLanguageKey, displayLanguageName());
@@ -231,37 +325,22 @@ void AppModel::setDisplayLanguage(DisplayLanguage language) {
 }
 
 void AppModel::rename(const RecordingSession& session, const std::string& title) {
-    setLastError(std::nullopt);
-    if (!store_) {
-        setLastError(copy().storageUnavailable());
-        return;
-    }
-    try {
-        const RecordingSession renamed = store_->renameSession(session, title);
+    attempt([&] {
+        const RecordingSession renamed = store().renameSession(session, title);
         if (currentSession_ && currentSession_->id == renamed.id) {
             setCurrentSession(renamed);
         }
         setStatusText(copy().recordingRenamed());
         refreshSessions();
-    } catch (const std::exception& error) {
-        setLastError(error.what());
-    }
+    });
 }
 
 void AppModel::copyTranscriptMarkdown(const RecordingSession& session) {
-    setLastError(std::nullopt);
-    if (!store_) {
-        setLastError(copy().storageUnavailable());
-        return;
-    }
-    try {
-        const std::string document =
-            markdownDocumentBuilder_.build(session, store_->loadTranscript(session), listSummary(session), copy());
-        QGuiApplication::clipboard()->setText(QString::fromStdString(document));
+    attempt([&] {
+        const TranscriptDocument transcript = store().loadTranscript(session);
+        ports_.desktop.copyText(markdownDocumentBuilder_.build(session, transcript, storedSummary(session), copy()));
         setStatusText(copy().transcriptCopied());
-    } catch (const std::exception& error) {
-        setLastError(error.what());
-    }
+    });
 }
 
 void AppModel::exportTranscriptMarkdown(const RecordingSession& session) {
@@ -270,17 +349,10 @@ void AppModel::exportTranscriptMarkdown(const RecordingSession& session) {
 }
 
 void AppModel::exportMarkdown(const RecordingSession& session) {
-    if (!store_) {
-        setFailedStatusText(copy().transcriptExportFailed());
-        setLastError(copy().storageUnavailable());
-        return;
-    }
     try {
-        const TranscriptDocument transcript = store_->loadTranscript(session);
-        const std::filesystem::path folder =
-            markdownExportDirectory_ ? *markdownExportDirectory_ : markdownExporter_.defaultExportDirectory();
-        lastMarkdownExportURL_ =
-            markdownExporter_.exportDocument(session, transcript, listSummary(session), folder, copy());
+        const TranscriptDocument transcript = store().loadTranscript(session);
+        lastMarkdownExportURL_ = markdownExporter_.exportDocument(session, transcript, storedSummary(session),
+                                                                  markdownExportFolder(), copy());
         Q_EMIT lastMarkdownExportURLChanged();
         setStatusText(copy().transcriptExported());
     } catch (const std::exception& error) {
@@ -289,12 +361,86 @@ void AppModel::exportMarkdown(const RecordingSession& session) {
     }
 }
 
+std::filesystem::path AppModel::markdownExportFolder() {
+    return markdownExportDirectory_ ? *markdownExportDirectory_ : markdownExporter_.defaultExportDirectory();
+}
+
+void AppModel::chooseMarkdownExportDirectory() {
+    setLastError(std::nullopt);
+    boost::asio::co_spawn(main_, chooseMarkdownExportDirectoryNow(), boost::asio::detached);
+}
+
+Task<void> AppModel::chooseMarkdownExportDirectoryNow() {
+    std::optional<std::string> failure;
+    try {
+        const std::string prompt = copy().chooseMarkdownExportFolder();
+        const std::filesystem::path startFolder = markdownExportFolder();
+        const auto chosen = co_await ports_.desktop.chooseFolder(prompt, startFolder);
+        if (chosen.has_value()) {
+            markdownExportDirectory_ = chosen;
+            settings_.setValue(markdownExportDirectoryKey, QString::fromStdString(*chosen));
+            Q_EMIT markdownExportDirectoryChanged();
+        }
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    if (failure) {
+        setLastError(std::move(failure));
+    }
+}
+
+/// Before the first export the folder is not there yet.
+void AppModel::openMarkdownExportDirectory() {
+    attempt([&] {
+        const std::filesystem::path folder = markdownExportFolder();
+        ports_.fileSystem.createDirectory(folder);
+        ports_.desktop.openFolder(folder);
+    });
+}
+
+void AppModel::openStorageFolder() {
+    attempt([&] { ports_.desktop.openFolder(store().rootDirectory()); });
+}
+
+/// A failure is shown, like that of any other action.
+template <typename Action>
+void AppModel::attempt(Action action) {
+    setLastError(std::nullopt);
+    try {
+        action();
+    } catch (const std::exception& error) {
+        setLastError(error.what());
+    }
+}
+
+/// Throws when there is none.
+RecordingStore& AppModel::store() {
+    if (!store_) {
+        throw std::runtime_error(copy().storageUnavailable());
+    }
+    return *store_;
+}
+
 std::optional<TranscriptDocument> AppModel::transcript(const RecordingSession& session) const {
+    if (isCurrent(session) && hasLiveTranscript_) {
+        return liveTranscriptDocument();
+    }
     return loaded([&] { return store_->loadTranscript(session); });
 }
 
 std::optional<SalesSummary> AppModel::listSummary(const RecordingSession& session) const {
+    if (isCurrent(session) && liveSummarySnapshot()) {
+        return liveSummarySnapshot()->summary;
+    }
+    return storedSummary(session);
+}
+
+std::optional<SalesSummary> AppModel::storedSummary(const RecordingSession& session) const {
     return loaded([&] { return store_->loadSummary(session); });
+}
+
+bool AppModel::isCurrent(const RecordingSession& session) const {
+    return isRecording_ && currentSession_ && currentSession_->id == session.id;
 }
 
 std::optional<RecordingDiagnostics> AppModel::diagnostics(const RecordingSession& session) const {
@@ -361,6 +507,18 @@ void AppModel::copyTranscriptMarkdown(const QString& recordingID) {
 void AppModel::exportTranscriptMarkdown(const QString& recordingID) {
     if (const RecordingSession* const found = session(recordingID)) {
         exportTranscriptMarkdown(RecordingSession(*found));
+    }
+}
+
+void AppModel::rename(const QString& recordingID, const QString& title) {
+    if (const RecordingSession* const found = session(recordingID)) {
+        rename(RecordingSession(*found), title.toStdString());
+    }
+}
+
+void AppModel::reveal(const QString& recordingID) {
+    if (const RecordingSession* const found = session(recordingID)) {
+        attempt([&] { ports_.desktop.reveal(found->directory); });
     }
 }
 

@@ -1,21 +1,27 @@
 #pragma once
 
 #include "TalkledgerApp/CaptureReports.h"
+#include "TalkledgerApp/LiveSummary.h"
+#include "TalkledgerApp/LiveTranscription.h"
 #include "TalkledgerApp/RecordingTracks.h"
 #include "TalkledgerCore/Capture/CapturePermissionInspector.h"
 #include "TalkledgerCore/Capture/LiveAudioBufferRelay.h"
 #include "TalkledgerCore/Capture/RecordingCoordinator.h"
+#include "TalkledgerCore/Capture/RecordingTimeline.h"
 #include "TalkledgerCore/Export/RecordingDiagnostics.h"
 #include "TalkledgerCore/Export/RecordingMarkdownExporter.h"
 #include "TalkledgerCore/Model/Models.h"
 #include "TalkledgerCore/Ports/Audio.h"
+#include "TalkledgerCore/Ports/AudioConversion.h"
 #include "TalkledgerCore/Ports/AudioFiles.h"
 #include "TalkledgerCore/Ports/Authorization.h"
+#include "TalkledgerCore/Ports/Desktop.h"
 #include "TalkledgerCore/Ports/FileSystem.h"
 #include "TalkledgerCore/Ports/LanguageModel.h"
 #include "TalkledgerCore/Ports/Speech.h"
 #include "TalkledgerCore/Presentation/AppLanguage.h"
 #include "TalkledgerCore/Storage/RecordingStore.h"
+#include "TalkledgerCore/Transcription/LiveConversation.h"
 
 #include <QObject>
 #include <QSettings>
@@ -34,16 +40,19 @@ struct AppPorts {
     AudioInput& audioInput;
     SystemAudio& systemAudio;
     AudioFiles& audioFiles;
+    AudioConversion& audioConversion;
     Authorization& authorization;
     SpeechRecognition& speechRecognition;
     SystemLanguageModel& languageModel;
+    Desktop& desktop;
 };
 
 /// The one controller that the user interface observes: it turns what the user asks for into calls of the core, and
 /// shows how they went. A failure becomes a status text and `lastError`, never an exception.
 ///
 /// Everything happens on the main thread; `startRecording` and `stopRecording` return at once and end when `isBusy`
-/// does. Whoever destroys the model while it is busy runs no event loop afterwards.
+/// does. While a recording is in progress its live transcript and summary stand for those that it will have in the end.
+/// Whoever destroys the model while it is busy or recording runs no event loop afterwards.
 class AppModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY isRecordingChanged)
@@ -57,12 +66,16 @@ class AppModel : public QObject {
     Q_PROPERTY(double currentRecordingStart READ currentRecordingStart NOTIFY currentSessionChanged)
     Q_PROPERTY(bool isBusy READ isBusy NOTIFY isBusyChanged)
     Q_PROPERTY(double microphoneLevel READ microphoneLevel NOTIFY microphoneLevelChanged)
+    Q_PROPERTY(LiveSummary* liveSummary READ liveSummary CONSTANT)
+    Q_PROPERTY(bool isListening READ isListening NOTIFY listeningChanged)
+    Q_PROPERTY(bool isSpeechOffered READ isSpeechOffered NOTIFY isSpeechOfferedChanged)
     Q_PROPERTY(RecordingTracks* tracks READ tracks CONSTANT)
 
 public:
     /// `captureReports` is what the capture ports report to; `background` may block.
     AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captureReports, Executor main,
-             const Executor& background, QSettings& settings);
+             const Executor& background, QSettings& settings,
+             LiveSummary::Interval liveSummaryInterval = LiveSummary::interval);
 
     bool isRecording() const { return isRecording_; }
 
@@ -97,12 +110,33 @@ public:
 
     const RecordingTracks& tracks() const { return tracks_; }
 
+    /// What the recording in progress is known to say so far, without echoes; absent before its first words. Made when
+    /// it is read.
+    std::optional<TranscriptDocument> liveTranscriptDocument() const;
+
+    /// The same as it is shown.
+    std::vector<TranscriptTimelineLine> liveLines() const { return liveConversation_.lines(); }
+
+    const std::optional<LiveSummarySnapshot>& liveSummarySnapshot() const { return liveSummary_.snapshot(); }
+
+    LiveSummaryStatus liveSummaryStatus() const { return liveSummary_.status(); }
+
+    LiveSummary* liveSummary() { return &liveSummary_; }
+
     const std::optional<std::filesystem::path>& markdownExportDirectory() const { return markdownExportDirectory_; }
 
     const std::optional<std::filesystem::path>& lastMarkdownExportURL() const { return lastMarkdownExportURL_; }
 
     /// The store's folder; absent without a store.
     const std::optional<std::filesystem::path>& rootDirectory() const { return rootDirectory_; }
+
+    /// Whether any track of the recording in progress is being transcribed live.
+    bool isListening() const { return liveTranscription_.isListening(); }
+
+    bool isListening(AudioChannel channel) const { return liveTranscription_.isListening(channel); }
+
+    /// Whether recordings can be transcribed at all; true until it is known.
+    bool isSpeechOffered() const { return isSpeechOffered_; }
 
     AppCopy copy() const { return {displayLanguage_}; }
 
@@ -113,10 +147,21 @@ public:
 
     /// The user has read it.
     Q_INVOKABLE void dismissLastError();
+
+    /// Returns at once and ends with another status text.
+    Q_INVOKABLE void requestCapturePermissions();
+
+    /// Where the user changes what the system lets the program capture.
+    void openSettings(CapturePermissionKind kind);
     void setDisplayLanguage(DisplayLanguage language);
     void rename(const RecordingSession& session, const std::string& title);
     void copyTranscriptMarkdown(const RecordingSession& session);
     void exportTranscriptMarkdown(const RecordingSession& session);
+
+    /// Returns at once; the user takes a while, and may choose none.
+    Q_INVOKABLE void chooseMarkdownExportDirectory();
+    Q_INVOKABLE void openMarkdownExportDirectory();
+    Q_INVOKABLE void openStorageFolder();
 
     /// What there is to show of a recording; absent when there is nothing.
     std::optional<TranscriptDocument> transcript(const RecordingSession& session) const;
@@ -135,6 +180,8 @@ public:
     double currentRecordingStart() const; ///< milliseconds since 1970
     Q_INVOKABLE void copyTranscriptMarkdown(const QString& recordingID);
     Q_INVOKABLE void exportTranscriptMarkdown(const QString& recordingID);
+    Q_INVOKABLE void rename(const QString& recordingID, const QString& title);
+    Q_INVOKABLE void reveal(const QString& recordingID);
 
 Q_SIGNALS:
     void isRecordingChanged();
@@ -143,19 +190,40 @@ Q_SIGNALS:
     void lastErrorChanged();
     void sessionsChanged();
     void currentSessionChanged();
+    void permissionsChanged();
     void isBusyChanged();
     void microphoneLevelChanged();
+
+    /// What a piece of text has made of `liveLines`. All of them go at the end, which `currentSessionChanged` tells.
+    void liveLinesChanged(const std::vector<talkledger::TranscriptLineChange>& changes);
+    void listeningChanged();
+    void isSpeechOfferedChanged();
+    void markdownExportDirectoryChanged();
     void lastMarkdownExportURLChanged();
 
 private:
-    void createStore(FileSystem& fileSystem);
-    void createCoordinator(RecordingStore& store, const AppPorts& ports, const Executor& background);
+    void createStore();
+    void createCoordinator(RecordingStore& store, const Executor& background);
+    RecordingStore& store();
+    bool isCurrent(const RecordingSession& session) const;
     Task<void> startRecordingNow();
     Task<void> stopRecordingNow();
     std::string defaultRecordingTitle() const;
     void followCoordinator();
+    void startLive(const RecordingSession& session);
+    void stopLive();
+    void applyLiveTranscriptSegment(const TranscriptSegment& segment);
+    void clearLiveTranscript();
+    Task<void> findWhetherSpeechIsOffered();
+    void tellIfSpeechIsNotOffered(const RecordingSession& session);
     void keepMessages(const std::vector<std::string>& messages, const RecordingSession& session);
+    Task<void> requestCapturePermissionsNow();
+    Task<void> chooseMarkdownExportDirectoryNow();
+    std::filesystem::path markdownExportFolder();
     void exportMarkdown(const RecordingSession& session);
+    template <typename Action>
+    void attempt(Action action);
+    std::optional<SalesSummary> storedSummary(const RecordingSession& session) const;
     template <typename Load>
     auto loaded(Load load) const -> std::optional<decltype(load())>;
 
@@ -179,11 +247,18 @@ private:
     std::optional<std::filesystem::path> markdownExportDirectory_;
     std::optional<std::filesystem::path> lastMarkdownExportURL_;
 
+    AppPorts ports_;
     Executor main_;
     QSettings& settings_;
     std::shared_ptr<CaptureReports> captureReports_;
     RecordingTracks tracks_;
+    bool isSpeechOffered_{true};
+    std::shared_ptr<RecordingTimelineRecorder> timeline_;
     LiveAudioBufferRelay liveAudioBufferRelay_;
+    LiveTranscription liveTranscription_;
+    LiveConversation liveConversation_{recordingSourceSeparator};
+    bool hasLiveTranscript_{false};
+    LiveSummary liveSummary_;
     RecordingMarkdownDocumentBuilder markdownDocumentBuilder_;
     RecordingMarkdownExporter markdownExporter_;
     std::optional<RecordingStore> store_;

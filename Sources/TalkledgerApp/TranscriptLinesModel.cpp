@@ -2,12 +2,16 @@
 
 #include "TalkledgerCore/Transcription/TranscriptBubblePlacement.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace talkledger {
 
 TranscriptLinesModel::TranscriptLinesModel(const AppModel& model) : model_(model) {
     connect(&model, &AppModel::sessionsChanged, this, &TranscriptLinesModel::load);
+    connect(&model, &AppModel::currentSessionChanged, this, &TranscriptLinesModel::load);
+    connect(&model, &AppModel::liveLinesChanged, this,
+            qOverload<const std::vector<TranscriptLineChange>&>(&TranscriptLinesModel::apply));
     connect(&model, &AppModel::displayLanguageChanged, this, &TranscriptLinesModel::redrawAll);
 }
 
@@ -27,6 +31,8 @@ QVariant TranscriptLinesModel::data(const QModelIndex& index, int role) const {
         return QString::fromStdString(model_.copy().roleLabel(line.role));
     case isTrailing:
         return TranscriptBubblePlacement::side(line.role) == TranscriptBubbleSide::trailing;
+    case isPartial:
+        return line.status == TranscriptSegmentStatus::partial;
     case text:
         return QString::fromStdString(line.text);
     default:
@@ -35,7 +41,11 @@ QVariant TranscriptLinesModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> TranscriptLinesModel::roleNames() const {
-    return {{timecode, "timecode"}, {speaker, "speaker"}, {isTrailing, "isTrailing"}, {text, "text"}};
+    return {{timecode, "timecode"},
+            {speaker, "speaker"},
+            {isTrailing, "isTrailing"},
+            {isPartial, "isPartial"},
+            {text, "text"}};
 }
 
 QString TranscriptLinesModel::lastTimecode() const {
@@ -44,22 +54,76 @@ QString TranscriptLinesModel::lastTimecode() const {
 
 void TranscriptLinesModel::setRecordingID(const QString& recordingID) {
     if (std::exchange(recordingID_, recordingID) != recordingID) {
-        load();
+        beginResetModel();
+        lines_ = currentLines();
+        endResetModel();
+        Q_EMIT linesChanged();
     }
 }
 
-void TranscriptLinesModel::load() {
-    std::vector<TranscriptTimelineLine> lines;
-    if (const RecordingSession* const session = model_.session(recordingID_)) {
-        lines = TranscriptTimelineBuilder().buildLines(model_.transcript(*session).value_or(TranscriptDocument()));
+bool TranscriptLinesModel::isLive() const {
+    return !recordingID_.isEmpty() && recordingID_ == model_.currentRecordingID();
+}
+
+std::vector<TranscriptTimelineLine> TranscriptLinesModel::currentLines() const {
+    if (isLive()) {
+        return model_.liveLines();
     }
+    const RecordingSession* const session = model_.session(recordingID_);
+    if (session == nullptr) {
+        return {};
+    }
+    return TranscriptTimelineBuilder().buildLines(model_.transcript(*session).value_or(TranscriptDocument()));
+}
+
+void TranscriptLinesModel::load() {
+    const std::vector<TranscriptTimelineLine> lines = currentLines();
     if (lines == lines_) {
         return;
     }
-    beginResetModel();
-    lines_ = std::move(lines);
-    endResetModel();
+    const std::size_t shared = std::min(lines.size(), lines_.size());
+    std::vector<TranscriptLineChange> changes;
+    for (std::size_t row = lines_.size(); row > shared; --row) {
+        changes.push_back({.kind = TranscriptLineChange::Kind::removed, .row = row - 1, .line = {}});
+    }
+    for (std::size_t row = 0; row < lines.size(); ++row) {
+        const auto kind = row < shared ? TranscriptLineChange::Kind::replaced : TranscriptLineChange::Kind::inserted;
+        changes.push_back({.kind = kind, .row = row, .line = lines[row]});
+    }
+    for (const TranscriptLineChange& change : changes) {
+        apply(change);
+    }
     Q_EMIT linesChanged();
+}
+
+void TranscriptLinesModel::apply(const std::vector<TranscriptLineChange>& changes) {
+    if (!isLive()) {
+        return;
+    }
+    for (const TranscriptLineChange& change : changes) {
+        apply(change);
+    }
+    Q_EMIT linesChanged();
+}
+
+void TranscriptLinesModel::apply(const TranscriptLineChange& change) {
+    const int row = static_cast<int>(change.row);
+    switch (change.kind) {
+    case TranscriptLineChange::Kind::inserted:
+        beginInsertRows({}, row, row);
+        lines_.insert(lines_.begin() + row, change.line);
+        endInsertRows();
+        break;
+    case TranscriptLineChange::Kind::replaced:
+        lines_[change.row] = change.line;
+        Q_EMIT dataChanged(index(row), index(row));
+        break;
+    case TranscriptLineChange::Kind::removed:
+        beginRemoveRows({}, row, row);
+        lines_.erase(lines_.begin() + row);
+        endRemoveRows();
+        break;
+    }
 }
 
 void TranscriptLinesModel::redrawAll() {

@@ -4,18 +4,21 @@
 #include "TalkledgerCore/Transcription/TranscriptTimelineBuilder.h"
 
 #include <QAbstractListModel>
+#include <cstddef>
 #include <vector>
 
 namespace talkledger {
 
-/// The lines of one recording's transcript, loaded when the recording is chosen and when its state changes.
+/// The lines of one recording's transcript: those of the recording in progress as they come, and the stored ones of any
+/// other. Only another recording resets them, so that selection and scrolling stay while a line is added or corrected
+/// and when the final transcript takes the place of the live one.
 class TranscriptLinesModel : public QAbstractListModel {
     Q_OBJECT
     Q_PROPERTY(int count READ count NOTIFY linesChanged)
     Q_PROPERTY(QString lastTimecode READ lastTimecode NOTIFY linesChanged)
 
 public:
-    enum Role { timecode = Qt::UserRole, speaker, isTrailing, text };
+    enum Role { timecode = Qt::UserRole, speaker, isTrailing, isPartial, text };
 
     /// `model` has to outlive it.
     explicit TranscriptLinesModel(const AppModel& model);
@@ -35,7 +38,11 @@ Q_SIGNALS:
     void linesChanged();
 
 private:
+    bool isLive() const;
+    std::vector<TranscriptTimelineLine> currentLines() const;
     void load();
+    void apply(const std::vector<TranscriptLineChange>& changes);
+    void apply(const TranscriptLineChange& change);
     void redrawAll();
 
     const AppModel& model_;

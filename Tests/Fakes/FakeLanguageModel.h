@@ -18,6 +18,7 @@ public:
     GenerationSchema schema;
     bool schemaIsIncluded{false};
     GenerationOptions options;
+    Gate answering;
 
     LanguageModelAvailability availability() const override {
         ++availabilityCount;
@@ -41,6 +42,7 @@ private:
             model_.schema = wantedSchema;
             model_.schemaIsIncluded = includeSchemaInPrompt;
             model_.options = wantedOptions;
+            co_await model_.answering.pass();
             throwIfSet(model_.failure);
             co_return model_.answer;
         }

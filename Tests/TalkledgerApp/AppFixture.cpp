@@ -25,14 +25,19 @@ AppModel& AppFixture::makeModel() {
                          .audioInput = audioInput_,
                          .systemAudio = systemAudio_,
                          .audioFiles = audioFiles_,
+                         .audioConversion = audioConversion_,
                          .authorization = authorization_,
                          .speechRecognition = speech_,
-                         .languageModel = languageModel_};
-    return model_.emplace(ports, reports_, QtMainExecutor(context_), background_.get_executor(), settings_);
+                         .languageModel = languageModel_,
+                         .desktop = desktop_};
+    model_.emplace(ports, reports_, QtMainExecutor(context_), background_.get_executor(), settings_,
+                   liveSummaryInterval_);
+    QCoreApplication::processEvents(); // what it has begun by itself ends before a test replaces it
+    return *model_;
 }
 
 void AppFixture::waitUntilIdle() {
-    ASSERT_TRUE(QTest::qWaitFor([this] { return !model().isBusy(); }, 60'000));
+    waitUntil([this] { return !model().isBusy(); });
 }
 
 void AppFixture::record() {
@@ -45,8 +50,26 @@ void AppFixture::stop() {
     waitUntilIdle();
 }
 
+void AppFixture::recordLive() {
+    record();
+    waitUntil([this] { return model().isListening(AudioChannel::mic) && model().isListening(AudioChannel::speaker); });
+}
+
+FakeLiveAnalysis& AppFixture::live(AudioChannel channel) {
+    return *speech_.live.at(speech_.live.size() - (channel == AudioChannel::mic ? 2 : 1));
+}
+
+void AppFixture::say(AudioChannel channel, const SpeechTranscriptionResult& result) {
+    bool isShown = false;
+    const auto watch =
+        QObject::connect(&model(), &AppModel::liveLinesChanged, &model(), [&isShown] { isShown = true; });
+    live(channel).say(result);
+    waitUntil([&] { return isShown; });
+    QObject::disconnect(watch);
+}
+
 void AppFixture::hearSomething() {
-    const std::vector<float> samples(128, 0.25F);
+    const std::vector<float> samples(4096, 0.25F);
     const AudioBuffer buffer = makeFloatBuffer(samples, 2, std::chrono::steady_clock::now());
     audioInput_.deliver(buffer);
     systemAudio_.deliver({.type = CaptureOutputType::audio, .isDataReady = true, .audio = buffer});

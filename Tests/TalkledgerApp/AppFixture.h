@@ -4,6 +4,7 @@
 #include "Fakes/FakeAudioFiles.h"
 #include "Fakes/FakeAudioInput.h"
 #include "Fakes/FakeAuthorization.h"
+#include "Fakes/FakeDesktop.h"
 #include "Fakes/FakeLanguageModel.h"
 #include "Fakes/FakeSpeechRecognition.h"
 #include "Fakes/FakeSystemAudio.h"
@@ -11,6 +12,7 @@
 #include "TalkledgerApp/AppModel.h"
 #include "TalkledgerApp/CaptureReports.h"
 #include "TalkledgerApp/QtMainExecutor.h"
+#include "TalkledgerPlatform/Audio/ResamplerAudioConversion.h"
 #include "TalkledgerPlatform/Files/PosixFileSystem.h"
 
 #include <QtTest/QTest>
@@ -45,6 +47,21 @@ protected:
     void record();
     void stop();
 
+    /// Runs the event loop until it holds; fails if that takes very long.
+    template <typename Condition>
+    void waitUntil(Condition holds) {
+        ASSERT_TRUE(QTest::qWaitFor(holds, 60'000));
+    }
+
+    /// Begins a recording both of whose tracks are transcribed live.
+    void recordLive();
+
+    /// What the recogniser makes of a channel of the recording begun last.
+    FakeLiveAnalysis& live(AudioChannel channel);
+
+    /// Says it in that channel, and waits until it is shown.
+    void say(AudioChannel channel, const SpeechTranscriptionResult& result);
+
     /// Lets both tracks of the recording in progress have heard something.
     void hearSomething();
 
@@ -58,14 +75,17 @@ protected:
 
     TemporaryFolder home_;
     QSettings settings_;
+    LiveSummary::Interval liveSummaryInterval_{LiveSummary::interval};
     CallLog log_;
     PosixFileSystem fileSystem_;
     FakeAudioInput audioInput_{log_};
     FakeSystemAudio systemAudio_{log_};
     FakeAudioFiles audioFiles_{log_};
+    ResamplerAudioConversion audioConversion_;
     FakeAuthorization authorization_;
     FakeSpeechRecognition speech_{log_};
     FakeLanguageModel languageModel_;
+    FakeDesktop desktop_{log_};
     QtMainContext context_;
     boost::asio::thread_pool background_{1};
     std::shared_ptr<CaptureReports> reports_;

@@ -1,11 +1,10 @@
 #include "TalkledgerApp/AppFixture.h"
 #include "TalkledgerApp/AppModel.h"
 #include "TalkledgerCore/Storage/RecordingStore.h"
+#include "TalkledgerCore/Support/Uuid.h"
 
 #include <gmock/gmock.h>
 
-#include <QClipboard>
-#include <QGuiApplication>
 #include <chrono>
 #include <fstream>
 #include <sstream>
@@ -14,10 +13,13 @@
 namespace talkledger::testing {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
 using ::testing::MatchesRegex;
+using ::testing::Not;
 using ::testing::SizeIs;
 
 class AppModelTest : public AppFixture {
@@ -252,7 +254,7 @@ TEST_F(AppModelTest, RenamesCopiesAndExportsARecording) {
     EXPECT_EQ(model().sessions().front().title, "Aoba");
     model().copyTranscriptMarkdown(model().sessions().front());
     EXPECT_EQ(model().statusText(), "文字起こしをコピーしました");
-    EXPECT_THAT(QGuiApplication::clipboard()->text().toStdString(), HasSubstr("- `00:01` 自分: We agree."));
+    EXPECT_THAT(desktop_.clipboard, HasSubstr("- `00:01` 自分: We agree."));
     model().exportTranscriptMarkdown(model().sessions().front());
     EXPECT_EQ(model().statusText(), "Markdownを保存しました");
 
@@ -262,6 +264,106 @@ TEST_F(AppModelTest, RenamesCopiesAndExportsARecording) {
     EXPECT_EQ(model().transcript(session), std::nullopt);
     model().exportTranscriptMarkdown(session);
     EXPECT_EQ(model().statusText(), "Markdown保存に失敗しました");
+}
+
+TEST_F(AppModelTest, TellsTheRecordingThatNobodyCanTranscribeIt) {
+    speech_.scripts = {{"en_US", {.status = SpeechAssetStatus::unsupported, .results = {}}}};
+    const std::string message = AppCopy{DisplayLanguage::english}.noSpeechRecogniser();
+    makeModel();
+    EXPECT_FALSE(model().isSpeechOffered()) << "told before anything is recorded";
+    record();
+    EXPECT_THAT(model().diagnostics(*model().currentSession())->messages, Contains(message));
+    hearSomething();
+    stop();
+    const RecordingSession untold = model().sessions().front();
+    EXPECT_THAT(model().diagnostics(untold)->messages, Contains(message));
+    EXPECT_THAT(model().transcript(untold)->segments, IsEmpty());
+
+    // A recogniser has been installed meanwhile.
+    speech_.scripts["ja_JP"].results = {spoken("The budget is approved.", 1, 2)};
+    record();
+    EXPECT_TRUE(model().isSpeechOffered());
+    const RecordingSession told = model().currentSession().value_or(RecordingSession());
+    hearSomething();
+    stop();
+    EXPECT_THAT(model().diagnostics(told)->messages, Not(Contains(message)));
+}
+
+TEST_F(AppModelTest, TheDesktopShowsTheFoldersAndSettings) {
+    makeModel().setDisplayLanguage(DisplayLanguage::english);
+    model().openMarkdownExportDirectory();
+    EXPECT_TRUE(std::filesystem::is_directory(exportFolder())) << "also before the first export";
+    model().openStorageFolder();
+    model().openSettings(CapturePermissionKind::systemAudio);
+    record();
+    stop();
+    const RecordingSession session = model().sessions().front();
+    model().reveal(QString::fromStdString(uuidText(session.id)));
+    EXPECT_THAT(log_.calls(),
+                IsSupersetOf({"open " + exportFolder().string(), "open " + recordingsFolder().string(),
+                              "settings " + CapturePermissionInspector::settingsURL(CapturePermissionKind::systemAudio),
+                              "reveal " + session.directory.string()}));
+    desktop_.failure = "There is no file browser.";
+    model().openStorageFolder();
+    EXPECT_EQ(model().lastError(), "There is no file browser.");
+    desktop_.failure.reset();
+    model().openStorageFolder();
+    EXPECT_EQ(model().lastError(), std::nullopt) << "the next action begins without the old error";
+}
+
+TEST_F(AppModelTest, TheUserChoosesTheExportFolderOrThinksBetterOfIt) {
+    makeModel().setDisplayLanguage(DisplayLanguage::english);
+    desktop_.dialog.close();
+    model().chooseMarkdownExportDirectory();
+    waitUntil([this] { return desktop_.dialog.waitingCount() == 1; });
+    EXPECT_THAT(log_.calls(), Contains("Choose Markdown Folder: " + exportFolder().string()));
+    EXPECT_FALSE(model().isBusy()) << "a dialog holds nothing up";
+    desktop_.chosenFolder = home_.path() / "chosen";
+    desktop_.dialog.open();
+    waitUntil([this] { return model().markdownExportDirectory().has_value(); });
+    EXPECT_EQ(settings_.value(QStringLiteral("markdownExportDirectory")).toString().toStdString(),
+              home_.path() / "chosen");
+    record();
+    stop();
+    EXPECT_EQ(model().lastMarkdownExportURL()->parent_path(), home_.path() / "chosen");
+
+    desktop_.chosenFolder.reset();
+    model().chooseMarkdownExportDirectory();
+    desktop_.failure = "There is no dialog.";
+    model().chooseMarkdownExportDirectory();
+    waitUntil([this] { return model().lastError().has_value(); });
+    EXPECT_EQ(model().markdownExportDirectory(), home_.path() / "chosen");
+}
+
+TEST_F(AppModelTest, PermissionsAreRequestedAndTold) {
+    makeModel().setDisplayLanguage(DisplayLanguage::english);
+    const std::vector<std::string>& statusTexts = watchStatus();
+    const auto request = [&](std::size_t texts) {
+        model().requestCapturePermissions();
+        waitUntil([&, texts] { return statusTexts.size() == texts; });
+    };
+    authorization_.screenCaptureIsGranted = false; // which does not matter
+    request(2);
+    systemAudio_.contentFailure = "The sound server cannot be reached.";
+    request(4);
+    EXPECT_EQ(model().permissions()->systemAudio, CapturePermissionState::denied);
+    EXPECT_EQ(model().permissions()->screenCapture, CapturePermissionState::denied);
+    EXPECT_EQ(model().permissions()->microphone, CapturePermissionState::authorized);
+    EXPECT_THAT(statusTexts, ElementsAre("Requesting permissions...", "Permissions ready", "Requesting permissions...",
+                                         "Permissions need attention"));
+    EXPECT_EQ(model().lastError(), std::nullopt);
+}
+
+TEST_F(AppModelTest, ATitleGivenWhileRecordingStays) {
+    makeModel();
+    record();
+    const QString recordingID = model().currentRecordingID();
+    model().rename(recordingID, QStringLiteral("Aoba"));
+    EXPECT_EQ(model().currentSession()->title, "Aoba");
+    EXPECT_EQ(model().statusText(), "録音名を変更しました");
+    stop();
+    EXPECT_EQ(model().sessions().front().title, "Aoba");
+    EXPECT_THAT(content(*model().lastMarkdownExportURL()), HasSubstr("# Aoba"));
 }
 
 TEST_F(AppModelTest, LevelsReachTheModelWithoutAFloodAndNotAfterTheEnd) {
