@@ -37,6 +37,7 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
               .languageModel = languageModel_,
               .desktop = desktop_},
              captureReports_, QtMainExecutor(mainContext_), background_.get_executor(), settings_),
+      liveTranscript_(model_, singleInstance),
       appearance_(QDBusConnection::sessionBus()),
       windows_(model_, appearance_),
       delegate_(model_, windows_, singleInstance, terminationSignals) {}

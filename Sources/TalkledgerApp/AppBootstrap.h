@@ -6,6 +6,7 @@
 #include "TalkledgerApp/AppWindowController.h"
 #include "TalkledgerApp/CaptureReports.h"
 #include "TalkledgerApp/DesktopAppearance.h"
+#include "TalkledgerApp/LiveTranscriptAdaptor.h"
 #include "TalkledgerApp/QtDesktop.h"
 #include "TalkledgerApp/QtMainExecutor.h"
 #include "TalkledgerApp/TerminationSignals.h"
@@ -56,6 +57,7 @@ private:
     AbsentLanguageModel languageModel_;
     QtDesktop desktop_;
     AppModel model_;
+    LiveTranscriptAdaptor liveTranscript_;
     DesktopAppearance appearance_;
     AppWindowController windows_;
     AppDelegate delegate_;

@@ -75,6 +75,13 @@ void examineSound(const std::filesystem::path& recording, const Performance& per
 
 } // namespace
 
+WordShares sharesOfWords(const Conversation& conversation, const TranscriptDocument& transcript) {
+    const auto share = [&](SpeakerRole speaker) {
+        return shareOfWords(spokenText(conversation, speaker), writtenText(transcript, speaker));
+    };
+    return {.me = share(SpeakerRole::me), .customer = share(SpeakerRole::customer)};
+}
+
 void demandCompleteness(const std::filesystem::path& recording, const std::filesystem::path& document) {
     for (const char* name : {"session.json", "mic.wav", "speaker.m4a", "timeline.json", "transcript.json",
                              "summary.json", "diagnostics.json"}) {
@@ -99,11 +106,7 @@ RecordingFindings examine(const std::filesystem::path& recording, const Conversa
                           const Performance& performance) {
     RecordingFindings findings;
     const auto transcript = load<TranscriptDocument>(recording / "transcript.json");
-    const auto share = [&](SpeakerRole speaker) {
-        return shareOfWords(spokenText(conversation, speaker), writtenText(transcript, speaker));
-    };
-    findings.wordsOfMe = share(SpeakerRole::me);
-    findings.wordsOfCustomer = share(SpeakerRole::customer);
+    findings.words = sharesOfWords(conversation, transcript);
     examineSound(recording, performance, findings);
     return findings;
 }

@@ -12,6 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <iterator>
@@ -26,6 +27,7 @@ using Clock = std::chrono::steady_clock;
 // A sound server without realtime rights has to keep up on a loaded machine: 171 ms for each cycle.
 constexpr std::uint32_t kQuantum = 8192;
 constexpr double kSmallestShareOfWords = 0.8;
+constexpr double kSmallestShareOfLiveWords = 0.7;
 constexpr double kLargestErrorMs = 1;
 // Both tracks at a fifth of their length would do; this also holds on a loaded machine.
 constexpr std::chrono::seconds kPatienceForTranscript{300};
@@ -49,6 +51,8 @@ public:
     fs::path recording() const { return folder_ / "recording"; }
 
     fs::path picture() const { return folder_ / "window.png"; }
+
+    fs::path pictureWhileRecording() const { return folder_ / "window-recording.png"; }
 
     /// The document, if there is one.
     fs::path document() const { return folder_ / result_.value(kDocument, std::string()); }
@@ -84,6 +88,7 @@ private:
         }
         fs::remove_all(recording());
         fs::remove(picture());
+        fs::remove(pictureWhileRecording());
     }
 
     void write() const {
@@ -101,16 +106,16 @@ private:
     Json result_ = Json::object();
 };
 
+Json toJson(const WordShares& words) {
+    return {{"me", words.me}, {"customer", words.customer}};
+}
+
 Json toJson(const RehearsalResult& result) {
-    return {{"words", {{"me", result.recording.wordsOfMe}, {"customer", result.recording.wordsOfCustomer}}},
-            {"echoesDropped", result.echoesDropped},
-            {"micExact", result.recording.micExact},
-            {"offsetMs", result.recording.offsetMs},
-            {"lengthErrorMs", result.recording.lengthErrorMs},
-            {"likeness", result.recording.likeness},
-            {"recordingSeconds", result.recordingSeconds},
-            {"captureCpuShare", result.captureCpuShare},
-            {"cpuShare", result.cpuShare},
+    return {{"words", toJson(result.recording.words)},   {"liveWords", toJson(result.liveWords)},
+            {"echoesDropped", result.echoesDropped},     {"micExact", result.recording.micExact},
+            {"offsetMs", result.recording.offsetMs},     {"lengthErrorMs", result.recording.lengthErrorMs},
+            {"likeness", result.recording.likeness},     {"recordingSeconds", result.recordingSeconds},
+            {"captureCpuShare", result.captureCpuShare}, {"cpuShare", result.cpuShare},
             {"stopSeconds", result.stopSeconds}};
 }
 
@@ -128,13 +133,18 @@ void demand(bool holds, const std::string& otherwise) {
     }
 }
 
+void demandWords(const WordShares& words, double smallestShare, const std::string& where) {
+    for (const auto& [speaker, share] : {std::pair("me", words.me), {"customer", words.customer}}) {
+        demand(share >= smallestShare,
+               "Of the words of \"" + std::string(speaker) + "\" only " + percent(share) + " stand in " + where + ".");
+    }
+}
+
 /// Throws with the first thing that is not good enough.
 void judge(const RehearsalResult& result, bool echoIsCertain) {
     const RecordingFindings& found = result.recording;
-    for (const auto& [speaker, share] : {std::pair("me", found.wordsOfMe), {"customer", found.wordsOfCustomer}}) {
-        demand(share >= kSmallestShareOfWords,
-               "Of the words of \"" + std::string(speaker) + "\" only " + percent(share) + " stand in the transcript.");
-    }
+    demandWords(found.words, kSmallestShareOfWords, "the transcript");
+    demandWords(result.liveWords, kSmallestShareOfLiveWords, "the live transcript when the recording is stopped");
     demand(found.micExact, "The passage that was played into the microphone does not stand in mic.wav sample for "
                            "sample.");
     demand(std::abs(found.offsetMs) <= kLargestErrorMs,
@@ -154,9 +164,19 @@ Performance stage(const Conversation& conversation, const fs::path& scratchFolde
     return perform(utterances);
 }
 
+/// What the program shows of the conversation, when that is enough or becomes no more.
+WordShares waitForLiveWords(RehearsedProgram& program, const Conversation& conversation) {
+    const auto begin = Clock::now();
+    WordShares words;
+    do {
+        words = sharesOfWords(conversation, program.liveTranscript());
+    } while (std::min(words.me, words.customer) < kSmallestShareOfLiveWords && Clock::now() < begin + kPatience);
+    return words;
+}
+
 /// Plays the performance to the program while it records, and takes what came of it.
-RehearsalResult record(const fs::path& programFile, const Performance& performance, const testing::SoundSession& sound,
-                       OutputFolder& output) {
+RehearsalResult record(const fs::path& programFile, const Conversation& conversation, const Performance& performance,
+                       const testing::SoundSession& sound, OutputFolder& output) {
     const VirtualDisplay display;
     testing::EnvironmentChanges surroundings = sound.environment();
     surroundings.merge(display.environment());
@@ -170,6 +190,7 @@ RehearsalResult record(const fs::path& programFile, const Performance& performan
     const auto startCpu = program.processorTime();
     const fs::path recording = program.startRecording();
     program.waitUntilCapturing(recording);
+    program.waitUntilListening();
     program.await("the program shows its window", [&] { return display.showsWindow(program.pid()); });
 
     const auto captureTime = Clock::now();
@@ -177,6 +198,8 @@ RehearsalResult record(const fs::path& programFile, const Performance& performan
     player.play();
     player.waitUntilPlayed(std::chrono::seconds(performance.output.size() / kFrameRate) + kPatience);
     result.captureCpuShare = (program.processorTime() - captureCpu).count() / secondsSince(captureTime);
+    result.liveWords = waitForLiveWords(program, conversation);
+    display.photograph(program.pid(), output.pictureWhileRecording(), std::chrono::milliseconds(0));
 
     const auto stopTime = Clock::now();
     result.recordingSeconds = secondsSince(startTime);
@@ -207,7 +230,7 @@ RehearsalResult rehearse(const RehearsalOptions& options, OutputFolder& output) 
     const testing::SoundSession sound({.quantum = kQuantum});
     sound.enter();
     const Performance performance = stage(conversation, sound.runtimeFolder());
-    RehearsalResult result = record(fs::absolute(options.program), performance, sound, output);
+    RehearsalResult result = record(fs::absolute(options.program), conversation, performance, sound, output);
     demandCompleteness(output.recording(), output.document());
     result.recording = examine(output.recording(), conversation, performance);
     result.echoesDropped = countEchoes(output.recording());

@@ -16,6 +16,7 @@ struct RehearsalOptions {
 
 struct RehearsalResult {
     RecordingFindings recording;
+    WordShares liveWords; ///< that were shown before the recording was stopped
     std::size_t echoesDropped{0};
     double recordingSeconds{0}; ///< from the start action to the stop action
     double captureCpuShare{0};  ///< of a core, while recording
@@ -24,9 +25,10 @@ struct RehearsalResult {
 };
 
 /// Lets the conversation be recorded by the real program in a private sound session on a virtual display, and leaves
-/// "recording", the Markdown document, "window.png" and "result.json" in the output folder, which is new, empty or an
-/// earlier rehearsal's. Throws an exception with one sentence about what is missing or not good enough; that sentence
-/// is then in "result.json", too. Called on a thread that outlives it, before the process has another one.
+/// "recording", the Markdown document, "window.png", "window-recording.png" and "result.json" in the output folder,
+/// which is new, empty or an earlier rehearsal's. Throws an exception with one sentence about what is missing or not
+/// good enough; that sentence is then in "result.json", too. Called on a thread that outlives it, before the process
+/// has another one.
 RehearsalResult rehearse(const RehearsalOptions& options);
 
 } // namespace talkledger::rehearsal

@@ -1,5 +1,7 @@
 #include "Rehearsal/RehearsedProgram.h"
 
+#include "TalkledgerCore/Model/ModelsJson.h"
+
 #include <unistd.h>
 
 #include <csignal>
@@ -153,6 +155,18 @@ void RehearsedProgram::waitUntilCapturing(const std::filesystem::path& recording
     }
 }
 
+void RehearsedProgram::waitUntilListening() {
+    await("both tracks are transcribed live", [&] {
+        const std::string channels = answer("app.talkledger.LiveTranscript.ListeningChannels");
+        return channels.find("mic") != std::string::npos && channels.find("speaker") != std::string::npos;
+    });
+}
+
+TranscriptDocument RehearsedProgram::liveTranscript() {
+    const JsonSource source{.name = "The program's live transcript", .advice = {}};
+    return decodeJson<TranscriptDocument>(answer("app.talkledger.LiveTranscript.Transcript"), source);
+}
+
 std::filesystem::path RehearsedProgram::waitForDocument(std::chrono::seconds patience) {
     std::filesystem::path document;
     await(
@@ -209,18 +223,29 @@ void RehearsedProgram::end() {
 }
 
 void RehearsedProgram::activateAction(const std::string& action) {
+    outputOf("the action " + action, {"gapplication", "action", kApplication, action});
+}
+
+std::string RehearsedProgram::answer(const std::string& method) {
+    return outputOf(method, {"dbus-send", "--session", "--print-reply=literal", "--dest=" + std::string(kApplication),
+                             "/app/talkledger/Talkledger", method});
+}
+
+/// The command asks the program for something.
+std::string RehearsedProgram::outputOf(const std::string& purpose, const std::vector<std::string>& command) {
     testing::ChildProcessOptions options;
-    options.arguments = {"gapplication", "action", kApplication, action};
+    options.arguments = command;
     options.environment = environment_;
     testing::ChildProcess request(options);
-    await("the action " + action + " is taken", [&] {
+    await(purpose + " is answered", [&] {
         const std::optional<int> status = request.wait(std::chrono::milliseconds(0));
         if (status && *status != 0) {
-            demandRunning("the action " + action + " is taken");
-            throw RehearsalError("The action " + action + " was refused: " + lastLine(request.standardError()));
+            demandRunning(purpose + " is answered");
+            throw RehearsalError(purpose + " was refused: " + lastLine(request.standardError()));
         }
         return status.has_value();
     });
+    return request.standardOutput();
 }
 
 } // namespace talkledger::rehearsal

@@ -3,6 +3,7 @@
 #include "Rehearsal/PrivateHome.h"
 #include "Rehearsal/Waiting.h"
 #include "Support/ChildProcess.h"
+#include "TalkledgerCore/Model/Models.h"
 
 #include <chrono>
 #include <filesystem>
@@ -37,6 +38,12 @@ public:
     /// Waits until both tracks of the recording grow.
     void waitUntilCapturing(const std::filesystem::path& recording);
 
+    /// Waits until both tracks are transcribed live.
+    void waitUntilListening();
+
+    /// What the program shows of the conversation in progress.
+    TranscriptDocument liveTranscript();
+
     /// The finished recording's Markdown document, once it is there.
     std::filesystem::path waitForDocument(std::chrono::seconds patience);
 
@@ -56,6 +63,8 @@ public:
 private:
     void demandRunning(const std::string& purpose);
     void activateAction(const std::string& action);
+    std::string answer(const std::string& method);
+    std::string outputOf(const std::string& purpose, const std::vector<std::string>& command);
 
     PrivateHome home_;
     testing::EnvironmentChanges environment_;

@@ -21,9 +21,6 @@ std::unique_ptr<Reply, ReplyDeleter> owned(Reply* reply) {
     return std::unique_ptr<Reply, ReplyDeleter>(reply);
 }
 
-/// A program that has not painted for so long has shown all that there is.
-constexpr std::chrono::milliseconds kStill{500};
-
 bool isBlank(const QImage& image) {
     QImage blank(image.size(), image.format());
     blank.fill(image.pixel(0, 0));
@@ -105,7 +102,8 @@ std::optional<xcb_window_t> VirtualDisplay::findWindow(pid_t process) const {
     }
 }
 
-void VirtualDisplay::photograph(pid_t process, const std::filesystem::path& file) const {
+void VirtualDisplay::photograph(pid_t process, const std::filesystem::path& file,
+                                std::chrono::milliseconds still) const {
     const std::optional<xcb_window_t> window = findWindow(process);
     if (!window) {
         throw RehearsalError("The program shows no window.");
@@ -118,7 +116,7 @@ void VirtualDisplay::photograph(pid_t process, const std::filesystem::path& file
         if (before != image) {
             lastChange = now;
         }
-        return now - lastChange > kStill && !isBlank(image);
+        return now - lastChange >= still && !isBlank(image);
     });
     if (!image.save(QString::fromStdString(file.string()), "PNG")) {
         throw RehearsalError("The window's picture could not be written to " + file.string() + ".");

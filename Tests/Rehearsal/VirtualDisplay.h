@@ -4,6 +4,7 @@
 
 #include <xcb/xcb.h>
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -33,8 +34,11 @@ public:
     /// A window of the process with this id is on the screen.
     bool showsWindow(pid_t process) const { return findWindow(process).has_value(); }
 
-    /// Writes the window of that process as a PNG file, once it is painted and stands still.
-    void photograph(pid_t process, const std::filesystem::path& file) const;
+    /// A program that has not painted for so long has shown all that there is.
+    static constexpr std::chrono::milliseconds kStill{500};
+
+    /// Writes the window of that process as a PNG file, once it is painted and has stood still for that long.
+    void photograph(pid_t process, const std::filesystem::path& file, std::chrono::milliseconds still = kStill) const;
 
 private:
     struct ConnectionDeleter {

@@ -40,17 +40,19 @@ RehearsalOptions parse(const std::vector<std::string>& arguments) {
 
 void printSummary(const RehearsalResult& result, const std::string& folder) {
     const auto& found = result.recording;
-    std::printf("The rehearsal passed: the real program recorded and transcribed a sales call.\n"
-                "  words found     %.0f %% of me, %.0f %% of the customer\n"
-                "  echoes removed  %zu\n"
-                "  microphone      the passage stands in mic.wav sample for sample\n"
-                "  system audio    the passage in speaker.m4a begins %+.3f ms off its place and is %+.3f ms longer\n"
-                "  processor       %.1f %% of a core while recording, %.1f %% with the transcription\n"
-                "  after the stop  %.1f s until the document was written\n"
-                "The results are in %s: recording/, the Markdown document, window.png, result.json\n",
-                100 * found.wordsOfMe, 100 * found.wordsOfCustomer, result.echoesDropped, found.offsetMs,
-                found.lengthErrorMs, 100 * result.captureCpuShare, 100 * result.cpuShare, result.stopSeconds,
-                folder.c_str());
+    std::printf(
+        "The rehearsal passed: the real program recorded and transcribed a sales call.\n"
+        "  words found     %.0f %% of me, %.0f %% of the customer\n"
+        "  shown live      %.0f %% of me, %.0f %% of the customer\n"
+        "  echoes removed  %zu\n"
+        "  microphone      the passage stands in mic.wav sample for sample\n"
+        "  system audio    the passage in speaker.m4a begins %+.3f ms off its place and is %+.3f ms longer\n"
+        "  processor       %.1f %% of a core while recording, %.1f %% with the transcription\n"
+        "  after the stop  %.1f s until the document was written\n"
+        "The results are in %s: recording/, the Markdown document, window.png, window-recording.png, result.json\n",
+        100 * found.words.me, 100 * found.words.customer, 100 * result.liveWords.me, 100 * result.liveWords.customer,
+        result.echoesDropped, found.offsetMs, found.lengthErrorMs, 100 * result.captureCpuShare, 100 * result.cpuShare,
+        result.stopSeconds, folder.c_str());
 }
 
 } // namespace
