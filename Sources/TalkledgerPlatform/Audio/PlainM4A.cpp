@@ -2,15 +2,18 @@
 
 #include "TalkledgerPlatform/Audio/Ffmpeg.h"
 #include "TalkledgerPlatform/Audio/FileDescriptor.h"
+#include "TalkledgerPlatform/Audio/FileSync.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <exception>
 #include <optional>
-#include <system_error>
+#include <string>
 
 namespace talkledger {
 namespace {
@@ -84,29 +87,67 @@ bool writePlain(const std::filesystem::path& source, const std::filesystem::path
            av_write_trailer(output.get()) >= 0 && file.close() >= 0;
 }
 
-bool synchronise(const std::filesystem::path& path) {
-    const FileDescriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    return descriptor.number() >= 0 && fsync(descriptor.number()) == 0;
-}
+/// A new file, private from its first byte on, that takes another one's place when it is whole. Until then it has no
+/// name, where the file system knows such files: a kill leaves nothing of it behind.
+class Replacement {
+public:
+    /// Throws AudioFileError.
+    explicit Replacement(const std::filesystem::path& replaced)
+        : replaced_(replaced),
+          name_(replaced.parent_path() / ("." + replaced.filename().string() + ".new")),
+          descriptor_(create()) {}
+
+    ~Replacement() {
+        if (hasName_) {
+            unlink(name_.c_str());
+        }
+    }
+
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    /// By which this process can open it.
+    std::filesystem::path path() const { return "/proc/self/fd/" + std::to_string(descriptor_.number()); }
+
+    bool takePlace() {
+        if (fdatasync(descriptor_.number()) != 0 || !takeName() || rename(name_.c_str(), replaced_.c_str()) != 0) {
+            return false;
+        }
+        hasName_ = false;
+        synchroniseFolder(replaced_.parent_path());
+        return true;
+    }
+
+private:
+    FileDescriptor create() {
+        const int nameless = open(replaced_.parent_path().c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        hasName_ = nameless < 0;
+        return hasName_ ? FileDescriptor::create(name_) : FileDescriptor(nameless);
+    }
+
+    bool takeName() {
+        if (!hasName_) {
+            unlink(name_.c_str()); // of a kill at just this point
+            hasName_ = linkat(AT_FDCWD, path().c_str(), AT_FDCWD, name_.c_str(), AT_SYMLINK_FOLLOW) == 0;
+        }
+        return hasName_;
+    }
+
+    std::filesystem::path replaced_;
+    std::filesystem::path name_;
+    bool hasName_{false};
+    FileDescriptor descriptor_;
+};
 
 } // namespace
 
 bool rewriteAsPlainM4A(const std::filesystem::path& path) noexcept {
     try {
-        const std::filesystem::path temporary = path.parent_path() / ("." + path.filename().string() + ".new");
-        FileDescriptor::create(temporary); // private from the first byte on
-        std::error_code error;
-        if (writePlain(path, temporary) && synchronise(temporary)) {
-            std::filesystem::rename(temporary, path, error);
-            if (!error) {
-                synchronise(path.parent_path());
-                return true;
-            }
-        }
-        std::filesystem::remove(temporary, error);
+        Replacement plain(path);
+        return writePlain(path, plain.path()) && plain.takePlace();
     } catch (const std::exception&) { // the fragmented file is as good, only slower to open
+        return false;
     }
-    return false;
 }
 
 } // namespace talkledger

@@ -3,12 +3,14 @@
 #include "TalkledgerPlatform/Audio/AudioFileError.h"
 #include "TalkledgerPlatform/Audio/AudioTestSupport.h"
 #include "TalkledgerPlatform/Audio/M4AAssetWriter.h"
+#include "TalkledgerPlatform/Audio/PlainM4A.h"
 #include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
 #include "TalkledgerPlatform/Audio/WaveFile.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <boost/asio/use_future.hpp>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -22,6 +24,7 @@
 #include <numbers>
 #include <random>
 #include <sstream>
+#include <thread>
 
 namespace talkledger {
 namespace {
@@ -167,6 +170,33 @@ TEST_F(M4AAssetWriterTest, CancelledFileKeepsWhatIsOnDisk) {
     EXPECT_NEAR(duration.value_or(0), static_cast<double>(samples.size()) / kTestRate, 0.05);
 }
 
+TEST_F(M4AAssetWriterTest, AKillDuringTheRewritingLeavesNothingBesideTheFile) {
+    const FileDescriptor nameless(open(folder_.path().c_str(), O_TMPFILE | O_RDWR, 0600));
+    if (nameless.number() < 0) {
+        GTEST_SKIP() << "The file system here gives every file a name.";
+    }
+    auto writer = makeWriter();
+    for (std::uint64_t second = 0; second < 3; ++second) {
+        appendSecond(*writer, second);
+    }
+    writer->cancelWriting();
+    writer.reset();
+    pool_.join();
+    const auto entries = [this] { return std::distance(std::filesystem::directory_iterator(folder_.path()), {}); };
+    testing::FakeDisk disk;
+    disk.hold();
+    std::thread rewriting([this] { EXPECT_TRUE(rewriteAsPlainM4A(path_)); });
+    disk.waitForSyncs(1); // the new file is written whole
+    EXPECT_EQ(entries(), 1);
+    EXPECT_TRUE(contains(path_, "moof"));
+    std::ofstream(folder_ / ".speaker.m4a.new") << "of a kill at the very end, some time ago";
+    disk.letGo();
+    rewriting.join();
+    EXPECT_EQ(entries(), 1);
+    EXPECT_FALSE(contains(path_, "moof"));
+    expectChirps(decodeFirstChannel(path_), {0, 1});
+}
+
 TEST_F(M4AAssetWriterTest, FullDiskLosesNothingOnceItTakesBytesAgain) {
     auto writer = makeWriter();
     appendSecond(*writer, 0);
@@ -204,7 +234,7 @@ TEST_F(M4AAssetWriterTest, EveryFragmentReachesTheDiskAndASlowOneHoldsUpNone) {
     EXPECT_EQ(health_, std::vector{fileWritten});
     const int syncs = disk.syncs();
     finish(*writer);
-    EXPECT_EQ(disk.syncs(), syncs + 1);
+    EXPECT_EQ(disk.syncs(), syncs + 2) << "the last fragment and the plain file";
     EXPECT_EQ(disk.mostAtOnce(), 1);
 }
 
