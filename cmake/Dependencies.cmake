@@ -1,8 +1,19 @@
+# Where the scripts unpack Boost's headers (scripts/common.sh) when the system's own are too old.
+set(cache_home "$ENV{XDG_CACHE_HOME}")
+if(cache_home STREQUAL "")
+  set(cache_home "$ENV{HOME}/.cache")
+endif()
+list(APPEND CMAKE_PREFIX_PATH "${cache_home}/talkledger/boost/usr")
+
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 find_package(ICU 70 REQUIRED COMPONENTS uc i18n)
 find_package(nlohmann_json 3.11 REQUIRED)
-find_package(Boost 1.81 REQUIRED)
+find_package(Boost 1.81 QUIET)
+if(NOT Boost_FOUND)
+  message(FATAL_ERROR "Boost 1.81 or newer is missing: install libboost1.81-dev, or run a script in scripts/, which "
+                      "unpacks its headers beside an older Boost.")
+endif()
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 DBus Test)
 find_package(GTest REQUIRED)
 find_package(benchmark REQUIRED)

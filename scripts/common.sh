@@ -32,7 +32,6 @@ fail() {
 }
 
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/talkledger
-configure_options=()
 
 is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
 
@@ -89,9 +88,9 @@ install_missing() {
 }
 
 # Boost 1.81 or newer, headers only. Debian 12 offers 1.81 beside its default 1.74, and lets only one of them be
-# installed: where 1.74 is, the newer headers are unpacked into the cache and nothing is taken away.
+# installed: where 1.74 is, the newer headers are unpacked into the cache, where cmake/Dependencies.cmake finds them, and
+# nothing is taken away.
 unpack_boost() {
-  configure_options+=("-DCMAKE_PREFIX_PATH=$cache/boost/usr")
   [ ! -d "$cache/boost/usr/include/boost" ] || return 0
   step "Unpacking the headers of Boost 1.81 into $cache/boost (1.74 stays installed)"
   local unfinished="$cache/boost.unfinished"
@@ -118,7 +117,7 @@ build() {
   shift
   if [ ! -f "build/$preset/build.ninja" ]; then
     step "Configuring ($preset)"
-    cmake --preset "$preset" "${configure_options[@]}" >"$log" 2>&1 || {
+    cmake --preset "$preset" >"$log" 2>&1 || {
       tail -n 20 "$log" >&2
       fail "The build could not be configured (build/$preset.log)."
     }
