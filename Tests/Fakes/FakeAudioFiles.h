@@ -50,6 +50,11 @@ public:
         co_return known == durations.end() ? std::nullopt : std::optional(known->second);
     }
 
+    Task<void> mend(std::filesystem::path path) override {
+        log.add("mend " + path.filename().string());
+        co_return;
+    }
+
 private:
     class File final : public AudioFile {
     public:

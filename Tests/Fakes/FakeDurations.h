@@ -22,6 +22,8 @@ public:
     }
 
     Task<std::optional<double>> duration(const std::filesystem::path& path) override { co_return answer(path); }
+
+    Task<void> mend(std::filesystem::path /*path*/) override { throw std::logic_error("Nothing is recorded here."); }
 };
 
 } // namespace talkledger::testing

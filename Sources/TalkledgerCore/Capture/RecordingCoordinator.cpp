@@ -1,9 +1,7 @@
 #include "TalkledgerCore/Capture/RecordingCoordinator.h"
 
 #include <boost/asio/cancellation_state.hpp>
-#include <boost/asio/error.hpp>
 #include <boost/asio/this_coro.hpp>
-#include <boost/system/system_error.hpp>
 
 #include <exception>
 #include <utility>
@@ -61,7 +59,7 @@ RecordingCoordinator::RecordingCoordinator(RecordingStore& store, std::shared_pt
       systemAudioRecorder_(std::move(systemAudioRecorder)),
       transcriptProvider_(std::move(transcriptProvider)),
       summaryGenerator_(std::move(summaryGenerator)),
-      artifactDiagnosticsBuilder_(artifactDiagnosticsBuilder),
+      documentWriter_(store, *transcriptProvider_, *summaryGenerator_, artifactDiagnosticsBuilder),
       clock_(std::move(clock)) {}
 
 Task<RecordingSession> RecordingCoordinator::start(std::string title) {
@@ -109,19 +107,7 @@ Task<RecordingSession> RecordingCoordinator::finish(RecordingSession session) {
     co_await boost::asio::this_coro::reset_cancellation_state(boost::asio::disable_cancellation());
     co_await stopTracks(diagnostics.messages);
     co_await boost::asio::this_coro::reset_cancellation_state(boost::asio::enable_terminal_cancellation());
-    TranscriptDocument transcript = co_await transcribe(session, diagnostics.messages);
-    const boost::asio::cancellation_state cancellation = co_await boost::asio::this_coro::cancellation_state;
-    if (cancellation.cancelled() != boost::asio::cancellation_type::none) {
-        // What was abandoned is not written down as an empty transcript.
-        throw boost::system::system_error(boost::asio::error::operation_aborted);
-    }
-    store_.saveTranscript(transcript, session);
-    co_await summarize(std::move(transcript), session, diagnostics.messages);
-    diagnostics.artifacts.push_back(
-        co_await artifactDiagnosticsBuilder_.buildDiagnostic(AudioChannel::mic, session.artifacts.micAudio));
-    diagnostics.artifacts.push_back(
-        co_await artifactDiagnosticsBuilder_.buildDiagnostic(AudioChannel::speaker, session.artifacts.speakerAudio));
-    store_.saveDiagnostics(diagnostics, session);
+    co_await documentWriter_.write(session, std::move(diagnostics));
     const Date endedAt = clock_();
     session.title = currentTitle(session);
     co_return store_.finishSession(session, endedAt);
@@ -145,34 +131,6 @@ Task<void> RecordingCoordinator::stopTracks(Messages& messages) {
         co_await succeeds(systemAudioRecorder_->stopRecording(), "System audio capture stopped.",
                           "System audio capture stop failed: ", messages);
     }
-}
-
-Task<TranscriptDocument> RecordingCoordinator::transcribe(const RecordingSession& session, Messages& messages) {
-    try {
-        TranscriptDocument transcript = co_await transcriptProvider_->transcript(session);
-        // Said before there is a summary, and it stays when the summary fails.
-        messages.emplace_back("Transcript and summary generated.");
-        co_return transcript;
-    } catch (const std::exception& error) {
-        messages.push_back(std::string("Transcription failed: ") + error.what());
-        messages.emplace_back("Empty transcript and summary generated.");
-        co_return TranscriptDocument();
-    }
-}
-
-Task<void> RecordingCoordinator::summarize(TranscriptDocument transcript, const RecordingSession& session,
-                                           Messages& messages) {
-    std::string failure;
-    try {
-        const SalesSummary summary = co_await summaryGenerator_->summary(std::move(transcript));
-        store_.saveSummary(summary, session);
-        co_return;
-    } catch (const std::exception& error) {
-        failure = error.what();
-    }
-    store_.saveSummary(SalesSummary(), session);
-    messages.push_back("Foundation Models summary failed: " + failure);
-    messages.emplace_back("Empty summary generated.");
 }
 
 void RecordingCoordinator::becomeIdle() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TalkledgerCore/Capture/AudioRecorder.h"
+#include "TalkledgerCore/Capture/RecordingDocumentWriter.h"
 #include "TalkledgerCore/Export/RecordingArtifactDiagnosticsBuilder.h"
 #include "TalkledgerCore/Model/Models.h"
 #include "TalkledgerCore/Storage/RecordingStore.h"
@@ -73,8 +74,6 @@ private:
     Task<RecordingSession> finish(RecordingSession session);
     std::string currentTitle(const RecordingSession& session) const;
     Task<void> stopTracks(Messages& messages);
-    Task<TranscriptDocument> transcribe(const RecordingSession& session, Messages& messages);
-    Task<void> summarize(TranscriptDocument transcript, const RecordingSession& session, Messages& messages);
     void becomeIdle();
 
     RecordingStore& store_;
@@ -82,7 +81,7 @@ private:
     std::shared_ptr<AudioRecorder> systemAudioRecorder_;
     std::unique_ptr<TranscriptProvider> transcriptProvider_;
     std::unique_ptr<SalesSummaryGenerating> summaryGenerator_;
-    RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder_;
+    RecordingDocumentWriter documentWriter_;
     Clock clock_;
     std::optional<RecordingSession> currentSession_;
     bool microphoneStarted_{false};

@@ -90,6 +90,9 @@ public:
 
     /// The playable duration in seconds; absent when the file cannot be read as audio or does not tell.
     virtual Task<std::optional<double>> duration(const std::filesystem::path& path) = 0;
+
+    /// Completes a compressed file whose writing was cut off; one that cannot be completed stays as it is.
+    virtual Task<void> mend(std::filesystem::path path) = 0;
 };
 
 } // namespace talkledger

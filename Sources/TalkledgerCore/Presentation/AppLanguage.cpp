@@ -39,6 +39,14 @@ constexpr std::array<Translation, 4> trackMessages{{
     {"Some of the system audio could not be saved.", "システム音声の一部を保存できませんでした。"},
 }};
 
+/// What `RecordingRevision` tells of a recording.
+constexpr std::array<Translation, 4> revisionMessages{{
+    {"The recording was interrupted and has been finished later.", "録音が中断されたため、あとから仕上げました。"},
+    {"Transcribed again.", "文字起こしをやり直しました。"},
+    {"Summarized again.", "要約をやり直しました。"},
+    {"The summary was drafted from key phrases.", "要約は、手がかりになる言い回しから下書きしました。"},
+}};
+
 /// Beginnings of messages that end in an error's own text, which stays.
 constexpr std::array<Translation, 5> failurePrefixes{{
     {"Microphone capture failed: ", "マイク録音の開始に失敗しました: "},
@@ -134,6 +142,9 @@ std::string AppCopy::diagnosticMessage(const std::string& message) const {
     }
     if (const auto ofTrack = translated(trackMessages, message)) {
         return *ofTrack;
+    }
+    if (const auto ofRevision = translated(revisionMessages, message)) {
+        return *ofRevision;
     }
     for (const auto& [english, japanese] : failurePrefixes) {
         if (message.starts_with(english)) {

@@ -41,10 +41,10 @@ bool copyPackets(AVFormatContext& input, AVFormatContext& output) {
     while ((result = av_read_frame(&input, packet.get())) >= 0) {
         if (packet->stream_index == 0) {
             if (!end) {
-                end = packet->pts + track.duration;
+                end = av_sat_add64(packet->pts, track.duration); // the file may claim anything
             }
             // The last packet's own length, shorter than the others, is known from the track's only.
-            packet->duration = std::clamp<std::int64_t>(*end - packet->pts, 0, kFramesPerPacket);
+            packet->duration = std::clamp<std::int64_t>(av_sat_sub64(*end, packet->pts), 0, kFramesPerPacket);
             av_packet_rescale_ts(packet.get(), track.time_base, output.streams[0]->time_base);
             packet->pos = -1;
             if (av_write_frame(&output, packet.get()) < 0) {
@@ -63,7 +63,8 @@ bool writePlain(const std::filesystem::path& source, const std::filesystem::path
     }
     const ffmpeg::Input input(opened);
     AVFormatContext* allocated = nullptr;
-    if (input->nb_streams != 1 || avformat_alloc_output_context2(&allocated, nullptr, "ipod", nullptr) < 0) {
+    if (input->nb_streams != 1 || input->streams[0]->codecpar->codec_id != AV_CODEC_ID_AAC ||
+        avformat_alloc_output_context2(&allocated, nullptr, "ipod", nullptr) < 0) {
         return false;
     }
     OutputFile file;

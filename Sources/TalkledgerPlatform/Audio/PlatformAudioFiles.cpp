@@ -3,6 +3,7 @@
 #include "TalkledgerCore/Support/RunOn.h"
 #include "TalkledgerPlatform/Audio/Ffmpeg.h"
 #include "TalkledgerPlatform/Audio/M4AAssetWriter.h"
+#include "TalkledgerPlatform/Audio/PlainM4A.h"
 #include "TalkledgerPlatform/Audio/WaveFile.h"
 
 #include <algorithm>
@@ -81,6 +82,11 @@ std::unique_ptr<AssetWriter> PlatformAudioFiles::makeAssetWriter(const std::file
 Task<std::optional<double>> PlatformAudioFiles::duration(const std::filesystem::path& path) {
     std::function<std::optional<double>()> measureFile = [path] { return measure(path); };
     return runOn(blockingExecutor_, std::move(measureFile));
+}
+
+Task<void> PlatformAudioFiles::mend(std::filesystem::path path) {
+    std::function<bool()> rewrite = [path] { return rewriteAsPlainM4A(path); };
+    co_await runOn(blockingExecutor_, std::move(rewrite));
 }
 
 } // namespace talkledger

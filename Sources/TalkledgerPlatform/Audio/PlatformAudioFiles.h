@@ -21,6 +21,7 @@ public:
     std::unique_ptr<AssetWriter> makeAssetWriter(const std::filesystem::path& path, AssetFileType type,
                                                  AudioChannel channel) override;
     Task<std::optional<double>> duration(const std::filesystem::path& path) override;
+    Task<void> mend(std::filesystem::path path) override;
 
 private:
     Executor blockingExecutor_;

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "TalkledgerCore/Export/RecordingArtifactDiagnosticsBuilder.h"
+#include "TalkledgerCore/Model/Models.h"
+#include "TalkledgerCore/Storage/RecordingStore.h"
+#include "TalkledgerCore/Summary/SalesSummaryGenerating.h"
+#include "TalkledgerCore/Support/Task.h"
+#include "TalkledgerCore/Transcription/TranscriptProvider.h"
+
+#include <string>
+#include <vector>
+
+namespace talkledger {
+
+/// Writes what belongs to a recording whose tracks have ended: its transcript, its summary and its diagnostics. A
+/// transcription or a summary that fails becomes an empty document and English messages; failures to write are passed
+/// on. Lives on the main executor; what it is given has to outlive what is under way.
+class RecordingDocumentWriter {
+public:
+    RecordingDocumentWriter(RecordingStore& store, TranscriptProvider& transcriptProvider,
+                            SalesSummaryGenerating& summaryGenerator,
+                            RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder);
+
+    /// `diagnostics` says which tracks were started, and opens the messages. A cancellation leaves everything unwritten
+    /// that would have needed the transcript.
+    Task<void> write(RecordingSession session, RecordingDiagnostics diagnostics);
+
+private:
+    using Messages = std::vector<std::string>;
+
+    Task<TranscriptDocument> transcribe(const RecordingSession& session, Messages& messages);
+    Task<void> summarize(TranscriptDocument transcript, const RecordingSession& session, Messages& messages);
+
+    RecordingStore& store_;
+    TranscriptProvider& transcriptProvider_;
+    SalesSummaryGenerating& summaryGenerator_;
+    RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder_;
+};
+
+} // namespace talkledger
