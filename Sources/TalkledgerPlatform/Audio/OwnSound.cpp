@@ -34,8 +34,8 @@ void OwnSound::follow(PipeWireConnection& connection, std::uint32_t output) {
     if (filter_ == nullptr && !open(connection)) {
         return;
     }
-    for (auto& [ports, link] : links_) {
-        link.isWanted = false;
+    for (auto& entry : links_) {
+        entry.second.isWanted = false;
     }
     for (const PlayedPort& port : played) {
         if (const auto input = connection.portOf(pw_filter_get_node_id(filter_), port.channel)) {
