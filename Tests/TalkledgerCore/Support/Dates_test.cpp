@@ -70,11 +70,13 @@ TEST(Dates, ReadWhatTheyWrite) {
 }
 
 TEST(Dates, WriteLocalTimeForTitles) {
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is no other thread.
     ::setenv("TZ", "JST-9", 1);
     ::tzset();
     EXPECT_EQ(formatLocalDateTime(at(1763199000) + 400ms), "2025-11-15 18:30:00");
     ::unsetenv("TZ");
     ::tzset();
+    // NOLINTEND(concurrency-mt-unsafe)
 }
 
 } // namespace

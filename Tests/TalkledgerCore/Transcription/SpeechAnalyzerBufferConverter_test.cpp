@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <limits>
 #include <utility>
 
@@ -19,7 +20,8 @@ using ::testing::SizeIs;
 constexpr AudioFormat speechFormat{AudioSampleFormat::int16, 16000, 1, true};
 
 SharedAudioBuffer makeBuffer(std::uint32_t frames, double rate = 48000, std::uint32_t channels = 2) {
-    AudioBuffer buffer = testing::makeFloatBuffer(std::vector<float>(frames * channels), channels, MonotonicTime());
+    AudioBuffer buffer =
+        testing::makeFloatBuffer(std::vector<float>(std::size_t{frames} * channels), channels, MonotonicTime());
     buffer.format.sampleRate = rate;
     return std::make_shared<const AudioBuffer>(std::move(buffer));
 }

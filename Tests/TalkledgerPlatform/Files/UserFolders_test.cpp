@@ -29,6 +29,7 @@ TEST(UserFolders, FallsBackOnWhatIsNoAbsoluteFolder) {
 }
 
 TEST(UserFolders, TakesAbsolutePlacesFromTheEnvironmentOnly) {
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is no other thread.
     ::setenv("HOME", "/home/someone", 1);
     ::setenv("XDG_DATA_HOME", "relative", 1);
     ::setenv("XDG_CONFIG_HOME", "/etc/conf", 1);
@@ -38,6 +39,7 @@ TEST(UserFolders, TakesAbsolutePlacesFromTheEnvironmentOnly) {
     EXPECT_EQ(found.configHome, "/etc/conf");
     ::unsetenv("HOME");
     EXPECT_TRUE(UserFolders::fromEnvironment().home.is_absolute());
+    // NOLINTEND(concurrency-mt-unsafe)
 }
 
 } // namespace

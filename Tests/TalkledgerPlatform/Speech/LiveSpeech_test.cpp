@@ -31,7 +31,7 @@ using testing::children;
 using testing::Samples;
 using testing::silence;
 using testing::speak;
-using testing::operator+;
+using testing::operator+; // NOLINT(misc-unused-using-decls): the check overlooks operators
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;

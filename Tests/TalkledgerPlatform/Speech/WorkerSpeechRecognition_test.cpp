@@ -30,7 +30,7 @@ using testing::children;
 using testing::openDescriptors;
 using testing::silence;
 using testing::speak;
-using testing::operator+;
+using testing::operator+; // NOLINT(misc-unused-using-decls): the check overlooks operators
 using ::testing::HasSubstr;
 
 constexpr const char* sentence = "We have a budget of twenty thousand dollars for this year.";
@@ -157,7 +157,7 @@ TEST_F(WorkerSpeechRecognitionTest, OffersEnglishToAnEnglishDesktopWithTheModelO
 
 TEST_F(WorkerSpeechRecognitionTest, NamesWhatCannotBeOpened) {
     WorkerSpeechRecognition recognition(settings());
-    std::ofstream(folder_ / "empty.wav");
+    std::ofstream(folder_ / "empty.wav").close();
     std::ofstream(folder_ / "garbage \xFF.m4a") << std::string(5000, '\x7F');
     EXPECT_THAT(failureOf(recognition, folder_ / "empty.wav"), HasSubstr("empty.wav\" cannot be opened as audio"));
     EXPECT_THAT(failureOf(recognition, folder_ / "garbage \xFF.m4a"), HasSubstr("cannot be opened as audio"));

@@ -19,8 +19,8 @@ void expectToComeBack(const Message& message) {
 }
 
 template <typename AnyMessage>
-void expectRefused(const std::string& head, std::vector<std::byte> payload = {}) {
-    EXPECT_THROW(decodeMessage<AnyMessage>({.head = head, .payload = std::move(payload)}), std::runtime_error)
+void expectRefused(const std::string& head, const std::vector<std::byte>& payload = {}) {
+    EXPECT_THROW(decodeMessage<AnyMessage>({.head = head, .payload = payload}), std::runtime_error)
         << head.substr(0, 100);
 }
 

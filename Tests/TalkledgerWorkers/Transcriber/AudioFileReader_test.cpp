@@ -86,7 +86,7 @@ TEST_F(AudioFileReaderTest, ReadsWhatIsThereOfAFileCutShort) {
 }
 
 TEST_F(AudioFileReaderTest, NamesTheFileThatItCannotOpen) {
-    std::ofstream(folder_ / "empty.wav");
+    std::ofstream(folder_ / "empty.wav").close();
     std::mt19937 random(3);
     std::ofstream garbage(folder_ / "garbage.m4a");
     for (int count = 0; count < 20000; ++count) {

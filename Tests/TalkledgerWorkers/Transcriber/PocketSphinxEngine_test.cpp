@@ -14,7 +14,7 @@ using testing::Samples;
 using testing::silence;
 using testing::speak;
 using testing::synthesize;
-using testing::operator+;
+using testing::operator+; // NOLINT(misc-unused-using-decls): the check overlooks operators
 
 std::vector<SpeechSegment> recognise(SpeechEngine& engine, std::span<const std::int16_t> samples,
                                      SpeechReporting reporting = SpeechReporting::finalSegments) {

@@ -42,7 +42,7 @@ protected:
         receive<Hello>();
     }
 
-    ~TranscriberTest() override { letGoOn(); }
+    void TearDown() override { letGoOn(); }
 
     void letGoOn() {
         if (!std::exchange(goesOn, true)) {
