@@ -48,7 +48,7 @@ public:
         : session_(std::make_shared<LiveSpeechTranscriptionSession>(
               "ja_JP", channel, structuralSpeakerRole(channel),
               [this](const TranscriptSegment& segment) { segments_.push_back(segment); }, recognition, conversion,
-              origin)) {}
+              origin, std::chrono::hours(1))) {}
 
     LiveSpeechTranscriptionSession& session() { return *session_; }
 
