@@ -29,6 +29,7 @@ public:
     int appendedBuffers{0};
     int appendsAfterEnd{0}; ///< to a writer that was finished or cancelled
     std::map<std::filesystem::path, double> durations;
+    std::optional<std::string> durationFailure;
 
     std::unique_ptr<AudioFile> createFile(const std::filesystem::path& /*path*/, const AudioFormat& format,
                                           AudioChannel /*channel*/) override {
@@ -46,6 +47,7 @@ public:
     }
 
     Task<std::optional<double>> duration(const std::filesystem::path& path) override {
+        throwIfSet(durationFailure);
         const auto known = durations.find(path);
         co_return known == durations.end() ? std::nullopt : std::optional(known->second);
     }

@@ -1,6 +1,7 @@
 #include "TalkledgerWorkers/SpokenAudio.h"
 
 #include "Support/ChildProcess.h"
+#include "Support/TemporaryFolder.h"
 #include "TalkledgerWorkers/Transcriber/AudioFileReader.h"
 
 #include <algorithm>
@@ -41,7 +42,7 @@ std::vector<std::string> words(const std::string& text) {
 } // namespace
 
 Samples speak(const std::string& voice, const std::string& text) {
-    const ScratchFolder folder;
+    const TemporaryFolder folder;
     const std::filesystem::path path = folder / "speech.wav";
     runProgram({.arguments = {"flite", "-voice", voice, "-t", text, "-o", path.string()}}, std::chrono::seconds(60));
     return readWav(path);
@@ -52,7 +53,7 @@ Samples silence(double seconds) {
 }
 
 Samples synthesize(const std::string& effects) {
-    const ScratchFolder folder;
+    const TemporaryFolder folder;
     const std::filesystem::path path = folder / "sound.wav";
     std::vector<std::string> arguments{"sox", "-R", "-n", "-r", "16000", "-c", "1", "-b", "16", path.string()};
     std::istringstream stream(effects);
@@ -115,19 +116,6 @@ double wordErrorRate(const std::string& spoken, const std::string& heard) {
         }
     }
     return static_cast<double>(distances.back()) / static_cast<double>(expected.size());
-}
-
-ScratchFolder::ScratchFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "talkledger-speech-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) {
-        throw std::runtime_error("No folder for temporary files could be made.");
-    }
-    path_ = pattern;
-}
-
-ScratchFolder::~ScratchFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
 }
 
 } // namespace talkledger::testing

@@ -29,18 +29,4 @@ void writeWav(const std::filesystem::path& path, const Samples& samples);
 /// The words that `heard` lacks, has wrongly or has in excess, as a share of the words of `spoken`.
 double wordErrorRate(const std::string& spoken, const std::string& heard);
 
-/// A folder that goes with its object.
-class ScratchFolder {
-public:
-    ScratchFolder();
-    ~ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-
-private:
-    std::filesystem::path path_;
-};
-
 } // namespace talkledger::testing

@@ -62,21 +62,6 @@ TEST_F(CapturePermissionInspectorTest, ARefusedScreenIsDeniedOnceItWasAskedFor) 
     authorization.screenCaptureIsGranted = false;
     EXPECT_EQ(CapturePermissionInspector::quickSnapshot(authorization).screenCapture, State::notDetermined);
     EXPECT_EQ(CapturePermissionInspector::requestScreenCaptureAccess(authorization), State::denied);
-    for (const State state : {State::notDetermined, State::denied, State::restricted, State::unknown}) {
-        EXPECT_FALSE(isUsable(state)) << rawValue(state);
-    }
-    EXPECT_TRUE(isUsable(State::authorized));
-}
-
-TEST(CapturePermissionInspector, LinksEachPermissionToItsOwnPage) {
-    const auto page = [](CapturePermissionKind kind) {
-        const std::string link = CapturePermissionInspector::settingsURL(kind);
-        const std::string settings = "x-apple.systempreferences:com.apple.preference.security?";
-        return link.starts_with(settings) ? link.substr(settings.size()) : link;
-    };
-    EXPECT_EQ(page(CapturePermissionKind::microphone), "Privacy_Microphone");
-    EXPECT_EQ(page(CapturePermissionKind::systemAudio), "Privacy_AudioCapture");
-    EXPECT_EQ(page(CapturePermissionKind::screenCapture), "Privacy_ScreenCapture");
 }
 
 TEST_F(CapturePermissionInspectorTest, TakesTheAnswerFromAnyThread) {

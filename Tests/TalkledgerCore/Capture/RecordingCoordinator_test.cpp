@@ -170,16 +170,6 @@ TEST_F(RecordingCoordinatorTest, LeavesARunningStopAlone) {
     EXPECT_FALSE(coordinator->isRecording());
 }
 
-TEST_F(RecordingCoordinatorTest, ReadsTheEndTimeAfterEverythingIsWritten) {
-    start();
-    generator->answering.close();
-    testing::RunningTask<std::optional<RecordingSession>> stopping(context, coordinator->stop());
-    now += 10min;
-    generator->answering.open();
-    testing::poll(context);
-    EXPECT_EQ(stopping.result().value().endedAt, now);
-}
-
 TEST_F(RecordingCoordinatorTest, KeepsTheTitleThatTheRecordingWasGivenMeanwhile) {
     const RecordingSession session = start();
     store.renameSession(session, "While it was recorded");

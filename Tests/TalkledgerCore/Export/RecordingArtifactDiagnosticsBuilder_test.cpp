@@ -1,4 +1,4 @@
-#include "Fakes/FakeDurations.h"
+#include "Fakes/FakeAudioFiles.h"
 #include "Support/RunTask.h"
 #include "Support/TemporaryFolder.h"
 #include "TalkledgerCore/Export/RecordingArtifactDiagnosticsBuilder.h"
@@ -23,13 +23,14 @@ protected:
 
     testing::TemporaryFolder folder;
     PosixFileSystem fileSystem;
-    testing::FakeDurations durations;
-    RecordingArtifactDiagnosticsBuilder builder{fileSystem, durations};
+    testing::CallLog log;
+    testing::FakeAudioFiles files{log};
+    RecordingArtifactDiagnosticsBuilder builder{fileSystem, files};
     std::filesystem::path file = folder.path() / "speaker.m4a";
 };
 
 TEST_F(RecordingArtifactDiagnosticsBuilderTest, MeasuresMissingEmptyAndPlayableFiles) {
-    durations.answer = [](const auto&) { return std::optional(2.5); };
+    files.durations[file] = 2.5;
     EXPECT_EQ(measured(file),
               (RecordingArtifactDiagnostic{AudioChannel::speaker, "speaker.m4a", false, 0, std::nullopt, true}));
     fileSystem.createEmptyFile(file);
@@ -43,16 +44,15 @@ TEST_F(RecordingArtifactDiagnosticsBuilderTest, KeepsADurationOnlyIfItIsOne) {
     fileSystem.writeFileAtomically(file, "sound");
     for (const double seconds :
          {0.0, -1.0, std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
-        durations.answer = [seconds](const auto&) { return std::optional(seconds); };
+        files.durations[file] = seconds;
         EXPECT_FALSE(measured(file).durationSeconds) << seconds;
     }
-    durations.answer = [](const auto&) -> std::optional<double> { throw std::runtime_error("broken"); };
+    files.durationFailure = "broken";
     EXPECT_FALSE(measured(file).durationSeconds);
     EXPECT_FALSE(measured(file).isEmpty);
 }
 
 TEST_F(RecordingArtifactDiagnosticsBuilderTest, MeasuresTheMicrophoneFirst) {
-    durations.answer = [](const auto&) { return std::nullopt; };
     RecordingSession session;
     session.artifacts.micAudio = folder.path() / "mic.wav";
     session.artifacts.speakerAudio = file;

@@ -130,13 +130,5 @@ TEST(RecordingMarkdownExporter, WritesATitleOfAnyLengthAndReplacesItself) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(target), {}), 1);
 }
 
-TEST(RecordingMarkdownExporter, GoesToTheDocumentsFolderUnlessToldOtherwise) {
-    const testing::TemporaryFolder folder;
-    PosixFileSystem fileSystem(UserFolders{folder.path(), folder.path() / "share", folder.path() / "config"});
-    RecordingMarkdownExporter exporter(fileSystem);
-    EXPECT_EQ(exporter.defaultExportDirectory(), folder.path() / "Documents" / "Talkledger Transcripts");
-    EXPECT_TRUE(std::filesystem::is_directory(folder.path() / "Documents"));
-}
-
 } // namespace
 } // namespace talkledger

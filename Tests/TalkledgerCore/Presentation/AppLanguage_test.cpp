@@ -73,17 +73,6 @@ TEST(AppCopy, TranslatesTheFixedSentencesOnly) {
               "Thanks for the call. I will address concern.");
     EXPECT_EQ(english.summaryOverview("Customer discussion captured for review."),
               "Customer discussion captured for review.");
-    EXPECT_EQ(japanese.artifactStatusLabel(true, true), "空ファイル");
-    EXPECT_EQ(english.artifactStatusLabel(false, true), "Missing");
-    EXPECT_EQ(english.artifactStatusLabel(true, false), "Saved");
-    EXPECT_EQ(english.displayStatusLabel(RecordingDisplayStatus::transcribed), "transcribed");
-    EXPECT_EQ(japanese.displayStatusLabel(RecordingDisplayStatus::recording), "録音中");
-}
-
-TEST(DisplayLanguage, IsReadFromItsExactWord) {
-    EXPECT_EQ(fromRawValue<DisplayLanguage>("japanese"), DisplayLanguage::japanese);
-    EXPECT_EQ(fromRawValue<DisplayLanguage>("english"), DisplayLanguage::english);
-    EXPECT_FALSE(fromRawValue<DisplayLanguage>("English"));
 }
 
 } // namespace

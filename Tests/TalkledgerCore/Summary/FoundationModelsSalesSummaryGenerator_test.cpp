@@ -115,12 +115,6 @@ TEST_F(SalesSummaryGeneratorTest, SaysWhyTheModelIsUnavailable) {
     const auto failure = [&] { return testing::failureText([&] { summarize("words"); }); };
     model.state.reason = UnavailableReason::deviceNotEligible;
     EXPECT_EQ(failure(), "Foundation Models is unavailable: this Mac is not eligible for Apple Intelligence.");
-    model.state.reason = UnavailableReason::appleIntelligenceNotEnabled;
-    EXPECT_EQ(failure(), "Foundation Models is unavailable: Apple Intelligence is not enabled.");
-    model.state.reason = UnavailableReason::modelNotReady;
-    EXPECT_EQ(failure(), "Foundation Models is unavailable: the on-device model is not ready yet.");
-    model.state.reason = UnavailableReason::unknown;
-    EXPECT_EQ(failure(), "Foundation Models is unavailable: unknown reason.");
     model.state.explanation = "no model is installed.";
     EXPECT_EQ(failure(), "Foundation Models is unavailable: no model is installed.");
     EXPECT_EQ(model.sessionCount, 0);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <sstream>
 
 namespace talkledger {
 namespace {
@@ -218,60 +219,23 @@ std::vector<std::string> painsFallback(const std::string& text) {
 /// Speech made of what the tables look for, and of what is hard about Unicode.
 class RandomSpeech {
 public:
+    RandomSpeech() {
+        std::istringstream list(
+            "issue is |Issue Is |current issue|Problem|pain|budget approved| for june|manual |reporting|"
+            "budget is approved|we decided to |I WILL |we will "
+            "|アクションアイテムとして|決定事項は|確認事項は|です|ます|"
+            "question is |.|!|?|。|！|？| "
+            "|\u3000|\r\n|\n|\u2028|\u0301|\u3099|\uFE0F|\u200D|👨‍👩‍👧|🇯🇵|🇯|İ|"
+            "\u212A|ẞ|ſ|Σ|ｶﾞ|Ａ|각|e|値|\xFF|\xE3\x81|\u0600");
+        for (std::string fragment; std::getline(list, fragment, '|');) {
+            fragments_.push_back(fragment);
+        }
+    }
+
     std::string operator()(std::size_t fragmentCount) {
-        static const std::vector<std::string> fragments{"issue is ",
-                                                        "Issue Is ",
-                                                        "current issue",
-                                                        "Problem",
-                                                        "pain",
-                                                        "budget approved",
-                                                        " for june",
-                                                        "manual ",
-                                                        "reporting",
-                                                        "budget is approved",
-                                                        "we decided to ",
-                                                        "I WILL ",
-                                                        "we will ",
-                                                        "アクションアイテムとして",
-                                                        "決定事項は",
-                                                        "確認事項は",
-                                                        "です",
-                                                        "ます",
-                                                        "question is ",
-                                                        ".",
-                                                        "!",
-                                                        "?",
-                                                        "。",
-                                                        "！",
-                                                        "？",
-                                                        " ",
-                                                        "\u3000",
-                                                        "\r\n",
-                                                        "\n",
-                                                        "\u2028",
-                                                        "\u0301",
-                                                        "\u3099",
-                                                        "\uFE0F",
-                                                        "\u200D",
-                                                        "👨‍👩‍👧",
-                                                        "🇯🇵",
-                                                        "🇯",
-                                                        "İ",
-                                                        "\u212A",
-                                                        "ẞ",
-                                                        "ſ",
-                                                        "Σ",
-                                                        "ｶﾞ",
-                                                        "Ａ",
-                                                        "각",
-                                                        "e",
-                                                        "値",
-                                                        "\xFF",
-                                                        "\xE3\x81",
-                                                        "\u0600"};
         std::string text;
         for (std::size_t count = random_() % (fragmentCount + 1); count > 0; --count) {
-            text += fragments[random_() % fragments.size()];
+            text += fragments_[random_() % fragments_.size()];
         }
         return text;
     }
@@ -279,6 +243,7 @@ public:
     std::mt19937& random() { return random_; }
 
 private:
+    std::vector<std::string> fragments_;
     std::mt19937 random_{11};
 };
 

@@ -1,4 +1,3 @@
-#include "TalkledgerCore/Transcription/TranscriptBubblePlacement.h"
 #include "TalkledgerCore/Transcription/TranscriptTimelineBuilder.h"
 
 #include <gmock/gmock.h>
@@ -107,11 +106,6 @@ TEST(TranscriptTimelineBuilder, ReadsUnknownTimesAsNothing) {
                 ElementsAre("mic 01:40 a b z"));
     EXPECT_THAT(linesOf({mic(10, endless, "a"), mic(14.5, 15, "b")}), ElementsAre("mic 00:10 a", "mic 00:14 b"));
     EXPECT_THAT(linesOf({mic(10, 5, "a"), mic(13, 13, "b")}), ElementsAre("mic 00:10 a b"));
-}
-
-TEST(TranscriptBubblePlacement, PutsTheUserOnTheTrailingSide) {
-    EXPECT_EQ(TranscriptBubblePlacement::side(SpeakerRole::me), TranscriptBubbleSide::trailing);
-    EXPECT_EQ(TranscriptBubblePlacement::side(SpeakerRole::customer), TranscriptBubbleSide::leading);
 }
 
 } // namespace

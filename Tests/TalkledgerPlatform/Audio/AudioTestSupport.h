@@ -3,41 +3,11 @@
 #include "TalkledgerCore/Ports/Audio.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <stdexcept>
-#include <string>
 #include <vector>
 
 namespace talkledger::testing {
-
-/// A new folder, removed with what is in it.
-class ScratchFolder {
-public:
-    ScratchFolder() {
-        std::string path = (std::filesystem::temp_directory_path() / "talkledger-audio-XXXXXX").string();
-        if (mkdtemp(path.data()) == nullptr) {
-            throw std::runtime_error("Could not create " + path);
-        }
-        path_ = path;
-    }
-
-    ~ScratchFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
 
 constexpr std::size_t kTestRate = 48000;
 

@@ -1,5 +1,6 @@
 #include "Fakes/FakeDisk.h"
 #include "Support/RunTask.h"
+#include "Support/TemporaryFolder.h"
 #include "TalkledgerPlatform/Audio/AudioFileError.h"
 #include "TalkledgerPlatform/Audio/AudioTestSupport.h"
 #include "TalkledgerPlatform/Audio/M4AAssetWriter.h"
@@ -35,7 +36,7 @@ using testing::floatFormat;
 using testing::kTestRate;
 using testing::makeBuffer;
 using testing::runTask;
-using testing::ScratchFolder;
+using testing::TemporaryFolder;
 using testing::timeOfFrame;
 using enum TrackHealthEvent;
 
@@ -121,7 +122,7 @@ protected:
         }
     }
 
-    ScratchFolder folder_;
+    TemporaryFolder folder_;
     std::filesystem::path path_{folder_ / "speaker.m4a"};
     std::vector<TrackHealthEvent> health_;
     boost::asio::io_context context_;
@@ -321,7 +322,7 @@ TEST_F(M4AAssetWriterTest, RandomDamageIsAnAnswerAndNotACrash) {
 
 /// The kill comes at a random place of what is written, not at a time: it holds on any machine.
 TEST(KilledWriter, BothFilesDecodeToWithinTwoSeconds) {
-    const ScratchFolder folder;
+    const TemporaryFolder folder;
     void* memory =
         mmap(nullptr, sizeof(std::atomic<std::uint64_t>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(memory, MAP_FAILED);

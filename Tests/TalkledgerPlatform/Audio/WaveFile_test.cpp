@@ -1,4 +1,5 @@
 #include "Fakes/FakeDisk.h"
+#include "Support/TemporaryFolder.h"
 #include "TalkledgerPlatform/Audio/AudioFileError.h"
 #include "TalkledgerPlatform/Audio/AudioTestSupport.h"
 #include "TalkledgerPlatform/Audio/WaveFile.h"
@@ -21,7 +22,7 @@ namespace {
 using testing::FileSizeLimit;
 using testing::floatFormat;
 using testing::makeBuffer;
-using testing::ScratchFolder;
+using testing::TemporaryFolder;
 using enum TrackHealthEvent;
 
 /// Samples that tell their own place.
@@ -67,7 +68,7 @@ protected:
     /// Until what runs on the pool has ended.
     void drainPool() { boost::asio::post(pool_, boost::asio::use_future).get(); }
 
-    ScratchFolder folder_;
+    TemporaryFolder folder_;
     std::filesystem::path path_{folder_ / "mic.wav"};
     std::vector<TrackHealthEvent> health_;
     boost::asio::thread_pool pool_{1};

@@ -1,4 +1,5 @@
 #include "Support/RunTask.h"
+#include "Support/TemporaryFolder.h"
 #include "TalkledgerCore/Support/Both.h"
 #include "TalkledgerPlatform/Speech/OwnResources.h"
 #include "TalkledgerPlatform/Speech/WorkerError.h"
@@ -111,7 +112,7 @@ protected:
     }
 
     asio::io_context context_;
-    testing::ScratchFolder folder_;
+    testing::TemporaryFolder folder_;
 };
 
 TEST_F(WorkerSpeechRecognitionTest, TranscribesBothTracksAtOnceOnTheRecordingsTimeLine) {

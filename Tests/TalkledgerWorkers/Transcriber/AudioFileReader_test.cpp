@@ -1,4 +1,5 @@
 #include "Support/ChildProcess.h"
+#include "Support/TemporaryFolder.h"
 #include "TalkledgerWorkers/SpokenAudio.h"
 #include "TalkledgerWorkers/Transcriber/AudioFileReader.h"
 
@@ -49,7 +50,7 @@ protected:
         return samples;
     }
 
-    testing::ScratchFolder folder_;
+    testing::TemporaryFolder folder_;
 };
 
 TEST_F(AudioFileReaderTest, KeepsTheTimesOfEveryKindOfRecording) {

@@ -31,8 +31,8 @@ MessageFromTranscriber sound(double start, double duration) {
 
 class LiveTranscriptionTest : public ::testing::Test {
 protected:
-    LiveTranscription make(bool reportsHypotheses = false) {
-        return {{.request = number, .locale = "en_US", .reportsHypotheses = reportsHypotheses},
+    LiveTranscription make() {
+        return {{.request = number, .locale = "en_US"},
                 shelf,
                 stop.get_token(),
                 [this](const MessageFromTranscriber& message) { told.push_back(message); }};
@@ -57,15 +57,6 @@ TEST_F(LiveTranscriptionTest, TellsResultsOnTheTimeLineOfTheAudio) {
     live.append(audio(92, 100));
     live.finish();
     EXPECT_THAT(told, SizeIs(8)) << "nothing comes after the end";
-}
-
-TEST_F(LiveTranscriptionTest, TellsHypothesesWhenAskedTo) {
-    LiveTranscription live = make(true);
-    live.start();
-    live.append(audio(1, 8000));
-    ASSERT_THAT(told, SizeIs(4));
-    EXPECT_EQ(told[1], MessageFromTranscriber(TranscriptionResult{number, "soun", 1, 0.5, false}));
-    EXPECT_EQ(told[2], MessageFromTranscriber(TranscriptionResult{number, "sound", 1, 0.5, true}));
 }
 
 TEST_F(LiveTranscriptionTest, AHoleIsAPauseAndTimesStayTrue) {

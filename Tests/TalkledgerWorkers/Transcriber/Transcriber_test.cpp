@@ -1,5 +1,6 @@
 #include "Fakes/FakeSpeechEngine.h"
 #include "Support/RunTask.h"
+#include "Support/TemporaryFolder.h"
 #include "TalkledgerWorkers/Protocol/Message.h"
 #include "TalkledgerWorkers/SpokenAudio.h"
 #include "TalkledgerWorkers/Transcriber/Transcriber.h"
@@ -83,7 +84,7 @@ protected:
         return {.request = request, .start = 0, .payload = std::vector<std::byte>(2 * samples, std::byte{1})};
     }
 
-    testing::ScratchFolder folder;
+    testing::TemporaryFolder folder;
     std::promise<void> goingOn; ///< of the slow engines
     std::shared_future<void> mayGoOn{goingOn.get_future()};
     bool goesOn{false};
