@@ -14,6 +14,7 @@ build_packages=(
   qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools libgl1-mesa-dev libqt6svg6 qt6-wayland
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-templates
   qml6-module-qtquick-window qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
+  qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
   fonts-inter fonts-noto-cjk xdg-user-dirs
   libgtest-dev libgmock-dev libbenchmark-dev libxcb1-dev
 )

@@ -39,7 +39,7 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
              captureReports_, QtMainExecutor(mainContext_), background_.get_executor(), settings_),
       liveTranscript_(model_, singleInstance),
       appearance_(QDBusConnection::sessionBus()),
-      windows_(model_, appearance_),
+      windows_(model_, appearance_, desktop_),
       delegate_(model_, windows_, singleInstance, terminationSignals) {}
 
 AppBootstrap::~AppBootstrap() {

@@ -1,6 +1,7 @@
 #include "TalkledgerApp/AppModel.h"
 
 #include "TalkledgerCore/Capture/LiveAudioRecorders.h"
+#include "TalkledgerCore/Presentation/RecordingActionPresentation.h"
 #include "TalkledgerCore/Summary/FoundationModelsSalesSummaryGenerator.h"
 #include "TalkledgerCore/Support/Dates.h"
 #include "TalkledgerCore/Support/Uuid.h"
@@ -56,6 +57,10 @@ AppModel::AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captur
       liveSummary_(ports.languageModel, main_, liveSummaryInterval),
       markdownExporter_(ports.fileSystem) {
     connect(&tracks_, &RecordingTracks::microphoneLevelChanged, this, &AppModel::microphoneLevelChanged);
+    for (const auto change :
+         {&AppModel::isRecordingChanged, &AppModel::isBusyChanged, &AppModel::displayLanguageChanged}) {
+        connect(this, change, this, &AppModel::recordingActionChanged);
+    }
     connect(&liveTranscription_, &LiveTranscription::listeningChanged, this, &AppModel::listeningChanged);
     markdownExportDirectory_ = storedFolder(settings_);
     createStore();
@@ -485,6 +490,15 @@ QString AppModel::statusTextForScreen() const {
 
 QString AppModel::lastErrorForScreen() const {
     return QString::fromStdString(lastError_.value_or(std::string()));
+}
+
+/// A recording that is being stopped is not in progress any more, for whoever looks at the button.
+QVariantMap AppModel::recordingAction() const {
+    const RecordingActionPresentation presentation(isRecording_ && !isBusy_, copy());
+    const bool stops = presentation.tone == RecordingActionTone::stop;
+    return {{QStringLiteral("title"), QString::fromStdString(presentation.title)},
+            {QStringLiteral("iconName"), stops ? QStringLiteral("stop") : QStringLiteral("record")},
+            {QStringLiteral("stops"), stops}};
 }
 
 QString AppModel::currentRecordingID() const {

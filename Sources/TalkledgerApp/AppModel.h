@@ -26,6 +26,7 @@
 #include <QObject>
 #include <QSettings>
 #include <QString>
+#include <QVariantMap>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -67,8 +68,9 @@ class AppModel : public QObject {
     Q_PROPERTY(bool isBusy READ isBusy NOTIFY isBusyChanged)
     Q_PROPERTY(double microphoneLevel READ microphoneLevel NOTIFY microphoneLevelChanged)
     Q_PROPERTY(LiveSummary* liveSummary READ liveSummary CONSTANT)
-    Q_PROPERTY(bool isListening READ isListening NOTIFY listeningChanged)
+    Q_PROPERTY(bool awaitsLiveText READ awaitsLiveText NOTIFY listeningChanged)
     Q_PROPERTY(bool isSpeechOffered READ isSpeechOffered NOTIFY isSpeechOfferedChanged)
+    Q_PROPERTY(QVariantMap recordingAction READ recordingAction NOTIFY recordingActionChanged)
     Q_PROPERTY(RecordingTracks* tracks READ tracks CONSTANT)
 
 public:
@@ -123,6 +125,8 @@ public:
 
     LiveSummary* liveSummary() { return &liveSummary_; }
 
+    const LiveSummary& liveSummary() const { return liveSummary_; }
+
     const std::optional<std::filesystem::path>& markdownExportDirectory() const { return markdownExportDirectory_; }
 
     const std::optional<std::filesystem::path>& lastMarkdownExportURL() const { return lastMarkdownExportURL_; }
@@ -134,6 +138,9 @@ public:
     bool isListening() const { return liveTranscription_.isListening(); }
 
     bool isListening(AudioChannel channel) const { return liveTranscription_.isListening(channel); }
+
+    /// Whether it is, or is still about to.
+    bool awaitsLiveText() const { return liveTranscription_.awaitsText(); }
 
     /// Whether recordings can be transcribed at all; true until it is known.
     bool isSpeechOffered() const { return isSpeechOffered_; }
@@ -176,6 +183,7 @@ public:
     void setDisplayLanguageName(const QString& name);
     QString statusTextForScreen() const;
     QString lastErrorForScreen() const;
+    QVariantMap recordingAction() const; ///< what the main button does: its title, its icon and whether it stops
     QString currentRecordingID() const;
     double currentRecordingStart() const; ///< milliseconds since 1970
     Q_INVOKABLE void copyTranscriptMarkdown(const QString& recordingID);
@@ -192,6 +200,7 @@ Q_SIGNALS:
     void currentSessionChanged();
     void permissionsChanged();
     void isBusyChanged();
+    void recordingActionChanged();
     void microphoneLevelChanged();
 
     /// What a piece of text has made of `liveLines`. All of them go at the end, which `currentSessionChanged` tells.

@@ -37,7 +37,7 @@ QFont screenFont() {
 
 } // namespace
 
-AppWindowController::AppWindowController(AppModel& model, DesktopAppearance& appearance)
+AppWindowController::AppWindowController(AppModel& model, DesktopAppearance& appearance, QtDesktop& desktop)
     : recordings_(model), chosenRecording_(model, recordings_), texts_(model) {
     QGuiApplication::setFont(screenFont());
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
@@ -45,6 +45,7 @@ AppWindowController::AppWindowController(AppModel& model, DesktopAppearance& app
     QQmlContext* const context = engine_.rootContext();
     context->setContextProperty(QStringLiteral("appModel"), &model);
     context->setContextProperty(QStringLiteral("appearance"), &appearance);
+    context->setContextProperty(QStringLiteral("desktop"), &desktop);
     context->setContextProperty(QStringLiteral("recordings"), &recordings_);
     context->setContextProperty(QStringLiteral("chosenRecording"), &chosenRecording_);
     context->setContextProperty(QStringLiteral("texts"), &texts_);

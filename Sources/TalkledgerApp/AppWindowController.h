@@ -3,6 +3,7 @@
 #include "TalkledgerApp/AppModel.h"
 #include "TalkledgerApp/DesktopAppearance.h"
 #include "TalkledgerApp/DisplayTexts.h"
+#include "TalkledgerApp/QtDesktop.h"
 #include "TalkledgerApp/RecordingDetail.h"
 #include "TalkledgerApp/RecordingListModel.h"
 
@@ -19,8 +20,8 @@ class AppWindowController : public QObject {
     Q_OBJECT
 
 public:
-    /// Both have to outlive it.
-    AppWindowController(AppModel& model, DesktopAppearance& appearance);
+    /// All of them have to outlive it.
+    AppWindowController(AppModel& model, DesktopAppearance& appearance, QtDesktop& desktop);
 
     /// Places the window anew and brings it to the front. The token is the desktop's leave to do so and may be empty.
     /// Throws when the screens cannot be loaded.

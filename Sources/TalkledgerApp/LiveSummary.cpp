@@ -8,15 +8,29 @@
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
+#include <QDateTime>
+#include <QStringList>
+#include <QVariantMap>
+#include <algorithm>
 #include <exception>
+#include <iterator>
 #include <utility>
 #include <variant>
+#include <vector>
 
 namespace talkledger {
 namespace {
 
 /// Less speech than this is not worth a summary.
 constexpr int minimumCharacterCount = 40;
+
+QVariantMap section(const char* heading, const std::vector<std::string>& entries, bool isList) {
+    QStringList texts;
+    std::ranges::transform(entries, std::back_inserter(texts), &QString::fromStdString);
+    return {{QStringLiteral("heading"), QString::fromLatin1(heading)},
+            {QStringLiteral("entries"), texts},
+            {QStringLiteral("isList"), isList}};
+}
 
 } // namespace
 
@@ -67,6 +81,55 @@ Task<> LiveSummary::run(std::shared_ptr<Loop> loop, std::shared_ptr<Loop> earlie
         // It was cancelled while it slept.
     }
     loop->ended.resume({});
+}
+
+QString LiveSummary::statusName() const {
+    switch (status_) {
+    case LiveSummaryStatus::idle:
+        return QStringLiteral("idle");
+    case LiveSummaryStatus::waitingForSpeech:
+        return QStringLiteral("waitingForSpeech");
+    case LiveSummaryStatus::generating:
+        return QStringLiteral("generating");
+    case LiveSummaryStatus::updated:
+        return QStringLiteral("updated");
+    case LiveSummaryStatus::failed:
+        return QStringLiteral("failed");
+    }
+    return {};
+}
+
+QString LiveSummary::updateTime() const {
+    if (!snapshot_) {
+        return {};
+    }
+    const auto sinceEpoch =
+        std::chrono::duration_cast<std::chrono::milliseconds>(snapshot_->updatedAt.time_since_epoch());
+    return QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).toString(QStringLiteral("HH:mm:ss"));
+}
+
+QVariantList LiveSummary::sections() const {
+    QVariantList sections;
+    if (!snapshot_) {
+        return sections;
+    }
+    const SalesSummary& summary = snapshot_->summary;
+    if (!summary.overview.empty()) {
+        sections.push_back(section("overview", {summary.overview}, false));
+    }
+    const std::pair<const char*, const std::vector<std::string>*> lists[] = {
+        {"decisions", &summary.decisions},
+        {"nextActions", &summary.nextActions},
+        {"unresolvedQuestions", &summary.unresolvedQuestions},
+        {"customerPains", &summary.customerPains},
+        {"budgetSignals", &summary.budgetSignals},
+        {"objections", &summary.objections}};
+    for (const auto& [heading, entries] : lists) {
+        if (!entries->empty()) {
+            sections.push_back(section(heading, *entries, true));
+        }
+    }
+    return sections;
 }
 
 Task<> LiveSummary::refreshUntilStopped(const Loop& loop) {

@@ -7,6 +7,8 @@
 #include "TalkledgerCore/Support/Task.h"
 
 #include <QObject>
+#include <QString>
+#include <QVariantList>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -17,6 +19,10 @@ namespace talkledger {
 /// The summary of the recording in progress, made anew at intervals from what has been said so far. Main thread.
 class LiveSummary : public QObject {
     Q_OBJECT
+    Q_PROPERTY(QString status READ statusName NOTIFY changed)
+    Q_PROPERTY(QString updatedAt READ updateTime NOTIFY changed)
+    Q_PROPERTY(QVariantList sections READ sections NOTIFY changed)
+    Q_PROPERTY(bool isModelAvailable READ isModelAvailable NOTIFY changed)
 
 public:
     using Interval = std::chrono::duration<double>;
@@ -39,6 +45,12 @@ public:
 
     /// Whether there is a model that could write one.
     bool isModelAvailable() const { return model_.availability().isAvailable; }
+
+    /// The screens' forms of the above: the time of the day, and what is not empty of the summary, each section with
+    /// the key of its heading.
+    QString statusName() const;
+    QString updateTime() const;
+    QVariantList sections() const;
 
 Q_SIGNALS:
     void changed();

@@ -4,6 +4,7 @@
 
 #include <boost/asio/post.hpp>
 
+#include <exception>
 #include <utility>
 
 namespace talkledger {
@@ -30,6 +31,7 @@ void LiveTranscription::start(const std::string& locale, MonotonicTime timelineO
     for (const AudioChannel channel : {AudioChannel::mic, AudioChannel::speaker}) {
         const Session session = makeSession(locale, channel, timelineOrigin, segmentHandler);
         sessions_[channel] = session;
+        starting_.insert(channel);
         startTasks_[channel] = startTask(main_, startSession(session, channel));
     }
 }
@@ -45,13 +47,22 @@ LiveTranscription::Session LiveTranscription::makeSession(const std::string& loc
 }
 
 Task<> LiveTranscription::startSession(Session session, AudioChannel channel) {
-    co_await session->start(capturedFormat);
+    bool isStarted = true;
+    try {
+        co_await session->start(capturedFormat);
+    } catch (const std::exception&) {
+        isStarted = false;
+    }
     const auto wanted = sessions_.find(channel);
-    if (wanted != sessions_.end() && wanted->second == session) {
+    if (wanted == sessions_.end() || wanted->second != session) {
+        co_return;
+    }
+    starting_.erase(channel);
+    if (isStarted) {
         relay_.attach(session, channel);
         listening_.insert(channel);
-        Q_EMIT listeningChanged();
     }
+    Q_EMIT listeningChanged();
 }
 
 void LiveTranscription::stop() {
@@ -64,10 +75,9 @@ void LiveTranscription::stop() {
     }
     startTasks_.clear();
     sessions_.clear();
-    if (!listening_.empty()) {
-        listening_.clear();
-        Q_EMIT listeningChanged();
-    }
+    starting_.clear();
+    listening_.clear();
+    Q_EMIT listeningChanged();
 }
 
 } // namespace talkledger

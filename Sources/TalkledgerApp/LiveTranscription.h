@@ -42,6 +42,9 @@ public:
 
     bool isListening() const { return !listening_.empty(); }
 
+    /// Whether it is, or is still about to.
+    bool awaitsText() const { return isListening() || !starting_.empty(); }
+
 Q_SIGNALS:
     void listeningChanged();
 
@@ -58,6 +61,7 @@ private:
     Executor main_;
     std::map<AudioChannel, Session> sessions_;
     std::map<AudioChannel, std::shared_ptr<boost::asio::cancellation_signal>> startTasks_;
+    std::set<AudioChannel> starting_;
     std::set<AudioChannel> listening_;
 };
 

@@ -8,7 +8,7 @@ Rectangle {
     required property bool isNarrow
     signal toggled
 
-    readonly property bool isLive: appModel.isRecording && !appModel.isBusy
+    readonly property bool isLive: appModel.recordingAction.stops
     readonly property bool isFinishing: appModel.isRecording && appModel.isBusy
     readonly property bool hasFailed: appModel.statusIsFailure
 
@@ -46,12 +46,12 @@ Rectangle {
         fill: bar.isLive ? Theme.live : Theme.accentFill
         focus: true
         font.bold: true
-        iconName: bar.isLive ? "stop" : "record"
+        iconName: appModel.recordingAction.iconName
         implicitHeight: Theme.mainButtonHeight
         ink: bar.isLive ? Theme.liveText : Theme.accentText
         objectName: "mainButton"
         shortcutText: enabled && !bar.isNarrow ? "Ctrl+R" : ""
-        text: bar.isLive ? texts.stopRecording : texts.startRecording
+        text: appModel.recordingAction.title
         width: Math.max(152, bothTexts.width + 2 * Theme.gap3 + 22 + (bar.isNarrow ? 0 : 54))
         onClicked: bar.toggled()
 
@@ -161,7 +161,7 @@ Rectangle {
         font.bold: true
         objectName: "statusText"
         text: appModel.statusText
-        visible: !(bar.isLive && bar.isNarrow) // what the tracks do matters more then
+        visible: !bar.isLive || width > 140 // where there is little room, what the tracks do matters more
     }
     SmallWords {
         id: detail
@@ -222,6 +222,15 @@ Rectangle {
             text: appModel.displayLanguage === "japanese" ? "日本語" : "English"
             visible: !bar.isNarrow
             onClicked: bar.switchLanguage()
+        }
+        IconButton {
+            anchors.verticalCenter: parent.verticalCenter
+            iconName: "folder"
+            ink: Theme.text2
+            name: texts.openStorageFolder
+            objectName: "storageButton"
+            visible: !bar.isNarrow
+            onClicked: appModel.openStorageFolder()
         }
     }
 }

@@ -45,6 +45,7 @@ RecordingDetail::RecordingDetail(const AppModel& model, const RecordingListModel
 void RecordingDetail::setRecordingID(const QString& recordingID) {
     if (std::exchange(recordingID_, recordingID) != recordingID) {
         lines_.setRecordingID(recordingID);
+        Q_EMIT recordingChosen();
         Q_EMIT changed();
         findProblems();
     }

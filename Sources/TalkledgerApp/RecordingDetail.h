@@ -31,7 +31,7 @@ public:
 
     void setRecordingID(const QString& recordingID);
 
-    QString title() const { return field(RecordingListModel::title); }
+    QString title() const { return field(RecordingListModel::fullTitle); }
 
     QString date() const { return field(RecordingListModel::date); }
 
@@ -49,6 +49,7 @@ public:
     TranscriptLinesModel* lines() { return &lines_; }
 
 Q_SIGNALS:
+    void recordingChosen();
     void changed();
     void problemsChanged();
 

@@ -1,12 +1,15 @@
 #include "TalkledgerApp/RecordingListModel.h"
 
 #include "TalkledgerCore/Presentation/RecordingDisplayMetadataBuilder.h"
+#include "TalkledgerCore/Presentation/RecordingListTitleBuilder.h"
+#include "TalkledgerCore/Presentation/RecordingSelection.h"
 #include "TalkledgerCore/Support/Uuid.h"
 
 #include <QDateTime>
 #include <QLocale>
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <set>
 
 namespace talkledger {
@@ -17,6 +20,10 @@ constexpr std::chrono::minutes dayCheckInterval{1};
 
 QString screenText(const std::string& text) {
     return QString::fromStdString(text);
+}
+
+QString screenID(const std::optional<RecordingSelection::ID>& id) {
+    return id ? QString::fromStdString(uuidText(*id)) : QString();
 }
 
 QDateTime startOf(const RecordingSession& session) {
@@ -32,6 +39,7 @@ RecordingListModel::RecordingListModel(const AppModel& model)
     connect(&model, &AppModel::displayLanguageChanged, this, &RecordingListModel::redrawAll);
     connect(&model, &AppModel::currentSessionChanged, this, &RecordingListModel::redrawAll);
     connect(&model, &AppModel::isBusyChanged, this, &RecordingListModel::redrawAll);
+    connect(&model.liveSummary(), &LiveSummary::changed, this, [this] { redraw(model_.currentRecordingID()); });
     startTimer(dayCheckInterval);
 }
 
@@ -48,7 +56,9 @@ QVariant RecordingListModel::data(const QModelIndex& index, int role) const {
     case recordingID:
         return screenText(uuidText(session.id));
     case title:
-        return screenText(model_.copy().sessionTitle(session.title));
+        return titleOf(session, RecordingListTitleBuilder::sidebarMaxLength);
+    case fullTitle:
+        return titleOf(session, RecordingListTitleBuilder::editorMaxLength);
     case day:
         return dayOf(session);
     case date:
@@ -70,6 +80,7 @@ QVariant RecordingListModel::data(const QModelIndex& index, int role) const {
 QHash<int, QByteArray> RecordingListModel::roleNames() const {
     return {{recordingID, "recordingID"},
             {title, "title"},
+            {fullTitle, "fullTitle"},
             {day, "day"},
             {date, "date"},
             {time, "time"},
@@ -88,6 +99,17 @@ int RecordingListModel::rowOf(const QString& recordingID) const {
 
 QString RecordingListModel::recordingIDAt(int row) const {
     return data(index(row), recordingID).toString();
+}
+
+QString RecordingListModel::selection(const QString& clickedID) const {
+    const auto clicked = parseUuid(clickedID.toStdString());
+    return clicked ? screenID(RecordingSelection::select(*clicked, sessions_)) : QString();
+}
+
+QString RecordingListModel::preferredSelection(const QString& selectedID) const {
+    const std::optional<RecordingSession>& current = model_.currentSession();
+    return screenID(RecordingSelection::preferredSelectionID(
+        parseUuid(selectedID.toStdString()), current ? std::optional(current->id) : std::nullopt, sessions_));
 }
 
 void RecordingListModel::follow() {
@@ -124,17 +146,28 @@ void RecordingListModel::redrawAll() {
     }
 }
 
+void RecordingListModel::redraw(const QString& recordingID) {
+    if (const int row = rowOf(recordingID); row >= 0) {
+        Q_EMIT dataChanged(index(row), index(row));
+    }
+}
+
 void RecordingListModel::timerEvent(QTimerEvent* /*event*/) {
     if (std::exchange(today_, QDate::currentDate()) != today_) {
         redrawAll();
     }
 }
 
+QString RecordingListModel::titleOf(const RecordingSession& session, int maxLength) const {
+    const RecordingListTitleBuilder builder{.maxLength = maxLength};
+    return screenText(builder.title(session, model_.listSummary(session), model_.copy()));
+}
+
 /// A recording without an end that is not in progress was cut off by the end of the program.
 RecordingListModel::Status RecordingListModel::statusOf(const RecordingSession& session) const {
     const AppCopy copy = model_.copy();
     if (session.endedAt) {
-        return {QStringLiteral("transcribed"), copy.transcribed()};
+        return {QStringLiteral("transcribed"), copy.displayStatusLabel(RecordingDisplayStatus::transcribed)};
     }
     const std::optional<RecordingSession>& current = model_.currentSession();
     if (!current || current->id != session.id) {
@@ -143,7 +176,7 @@ RecordingListModel::Status RecordingListModel::statusOf(const RecordingSession& 
     if (model_.isBusy()) {
         return {QStringLiteral("transcribing"), copy.transcribing()};
     }
-    return {QStringLiteral("recording"), copy.recording()};
+    return {QStringLiteral("recording"), copy.displayStatusLabel(RecordingDisplayStatus::recording)};
 }
 
 QString RecordingListModel::dayOf(const RecordingSession& session) const {

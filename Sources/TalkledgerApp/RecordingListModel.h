@@ -20,7 +20,8 @@ class RecordingListModel : public QAbstractListModel {
 public:
     enum Role {
         recordingID = Qt::UserRole,
-        title,
+        title,      ///< short, and telling where the summary is
+        fullTitle,  ///< the same without a limit
         day,        ///< when it began, as a heading over the day's recordings
         date,       ///< the same in full
         time,       ///< of that day
@@ -42,6 +43,11 @@ public:
     Q_INVOKABLE int rowOf(const QString& recordingID) const;
     Q_INVOKABLE QString recordingIDAt(int row) const;
 
+    /// Which recording is selected after that one has been clicked, and which when nobody has clicked: the one in
+    /// progress before the one that was. Empty without recordings.
+    Q_INVOKABLE QString selection(const QString& clickedID) const;
+    Q_INVOKABLE QString preferredSelection(const QString& selectedID) const;
+
 Q_SIGNALS:
     void countChanged();
 
@@ -56,6 +62,8 @@ private:
 
     void follow();
     void redrawAll();
+    void redraw(const QString& recordingID);
+    QString titleOf(const RecordingSession& session, int maxLength) const;
     Status statusOf(const RecordingSession& session) const;
     QString dayOf(const RecordingSession& session) const;
     QString dateOf(const RecordingSession& session) const;

@@ -10,17 +10,12 @@ FocusScope {
     readonly property bool isWide: width >= Theme.wideFrom
     readonly property bool isNarrow: width < Theme.narrowBelow
 
-    /// The recording in progress wins, then the one chosen before, then the newest.
     function selectPreferred() {
-        if (recordings.rowOf(appModel.currentRecordingID) >= 0) {
-            selectedID = appModel.currentRecordingID
-        } else if (recordings.rowOf(selectedID) < 0) {
-            selectedID = recordings.recordingIDAt(0)
-        }
+        selectedID = recordings.preferredSelection(selectedID)
     }
 
     function toggleRecording() {
-        if (appModel.isRecording) {
+        if (appModel.recordingAction.stops) {
             appModel.stopRecording()
         } else {
             appModel.startRecording()
@@ -70,6 +65,10 @@ FocusScope {
         onActivated: appModel.copyTranscriptMarkdown(screen.selectedID)
     }
     Shortcut {
+        sequences: ["Ctrl+E"]
+        onActivated: appModel.reveal(screen.selectedID)
+    }
+    Shortcut {
         sequences: ["Alt+Up"]
         onActivated: list.step(-1)
     }
@@ -96,7 +95,7 @@ FocusScope {
         anchors.top: bar.bottom
         selectedID: screen.selectedID
         width: screen.isWide ? 288 : screen.isNarrow ? Math.min(200, screen.width * 0.4) : 256
-        onChosen: recordingID => screen.selectedID = recordingID
+        onChosen: recordingID => screen.selectedID = recordings.selection(recordingID)
     }
 
     ErrorBanner {
@@ -107,19 +106,33 @@ FocusScope {
         anchors.top: bar.bottom
     }
 
+    Notices {
+        id: notice
+
+        anchors.left: list.right
+        anchors.right: parent.right
+        anchors.top: banner.bottom
+        margin: Theme.gap6
+        objectName: "notice"
+        // Where the recording says it by itself, once is enough.
+        lines: appModel.isSpeechOffered || chosenRecording.problems.includes(texts.noSpeechRecogniser)
+               ? [] : [texts.noSpeechRecogniser]
+    }
+
     TranscriptViews {
         anchors.bottom: parent.bottom
         anchors.left: list.right
         anchors.right: parent.right
-        anchors.top: banner.bottom
+        anchors.top: notice.bottom
         isWide: screen.isWide
+        liveColumnWidth: screen.isWide ? 368 : screen.width >= Theme.mediumFrom ? 320 : 0
         visible: recordings.count > 0
     }
     EmptyView {
         anchors.bottom: parent.bottom
         anchors.left: list.right
         anchors.right: parent.right
-        anchors.top: banner.bottom
+        anchors.top: notice.bottom
         visible: recordings.count === 0
     }
 }

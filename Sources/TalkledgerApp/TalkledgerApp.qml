@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Dialogs
 
 /// The recordings window. It is kept when it is closed; what closing means is decided outside.
 ApplicationWindow {
@@ -49,5 +50,24 @@ ApplicationWindow {
 
     RecordingViews {
         anchors.fill: parent
+    }
+
+    Connections {
+        function onFolderWanted(prompt, startFolder) {
+            folderDialog.title = prompt
+            folderDialog.acceptLabel = prompt
+            folderDialog.currentFolder = startFolder
+            folderDialog.open()
+        }
+
+        target: desktop
+    }
+    FolderDialog {
+        id: folderDialog
+
+        objectName: "folderDialog"
+        rejectLabel: texts.cancel
+        onAccepted: desktop.answerFolder(selectedFolder)
+        onRejected: desktop.answerFolder("")
     }
 }

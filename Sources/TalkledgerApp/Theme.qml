@@ -76,8 +76,11 @@ QtObject {
     readonly property int widestBubble: 560
 
     readonly property int wideFrom: 1180
+    readonly property int mediumFrom: 1080
     readonly property int narrowBelow: 720
     readonly property int hoverMilliseconds: 80
     readonly property int progressMilliseconds: 200
     readonly property int meterFallMilliseconds: 300
+    readonly property int caretMilliseconds: 1000
+    readonly property int workingMilliseconds: 1200
 }

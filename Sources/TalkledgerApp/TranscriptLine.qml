@@ -1,12 +1,14 @@
 import QtQuick
 
-/// One line of a transcript: time and speaker in the gutter, the speech beyond the gutter on its speaker's side.
+/// One line of a transcript: time and speaker in the gutter, the speech beyond the gutter on its speaker's side; as an
+/// outline as long as it may change.
 Item {
     id: line
 
     required property string timecode
     required property string speaker
     required property bool isTrailing
+    required property bool isPartial
     required property string text
     required property int gutter
     required property int margin
@@ -37,9 +39,9 @@ Item {
     Rectangle {
         id: bubble
 
-        border.color: line.isTrailing ? Theme.accentLine : Theme.line
+        border.color: line.isPartial ? Theme.lineStrong : line.isTrailing ? Theme.accentLine : Theme.line
         border.width: 1
-        color: line.isTrailing ? Theme.accentTint : Theme.surface
+        color: line.isPartial ? "transparent" : line.isTrailing ? Theme.accentTint : Theme.surface
         height: words.height + 11
         radius: Theme.cardRadius
         width: words.width + 2 * Theme.gap3 + 2
@@ -51,14 +53,23 @@ Item {
 
             readonly property int widest: Math.min(line.available * (line.isWide ? 0.86 : 0.92), Theme.widestBubble) - 2 * Theme.gap3 - 2
 
+            color: line.isPartial ? Theme.text2 : Theme.text
             font.pixelSize: Theme.bodySize
             line: Theme.bodyLine
             objectName: "speech"
+            rightPadding: line.isPartial ? 10 : 0 // for the caret
             text: line.text
-            width: Math.min(Math.ceil(unwrapped.advanceWidth) + 1, widest)
+            width: Math.min(Math.ceil(unwrapped.advanceWidth) + 1 + rightPadding, widest)
             wrapMode: Text.Wrap
             x: Theme.gap3 + 1
             y: 5
+
+            Loader {
+                active: line.isPartial
+                sourceComponent: TextCaret {
+                    speech: words
+                }
+            }
 
             // The text's own implicit width depends on its width when it is wrapped.
             TextMetrics {

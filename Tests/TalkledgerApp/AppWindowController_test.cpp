@@ -1,12 +1,16 @@
 #include "TalkledgerApp/AppFixture.h"
 #include "TalkledgerApp/AppWindowController.h"
 #include "TalkledgerCore/Storage/RecordingStore.h"
+#include "TalkledgerCore/Support/TaskHandle.h"
 
 #include <QDateTime>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QUrl>
 #include <algorithm>
 #include <cctype>
+#include <chrono>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,7 +27,7 @@ class AppWindowControllerTest : public testing::AppFixture {
 protected:
     void show() {
         appearance_.emplace(QDBusConnection(QStringLiteral("no bus")));
-        windows_.emplace(makeModel(), *appearance_);
+        windows_.emplace(makeModel(), *appearance_, qtDesktop_);
         windows_->showRecordings();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window()));
     }
@@ -51,8 +55,9 @@ protected:
     void click(const char* name) {
         QQuickItem* const item = itemBelow(*window().contentItem(), QString::fromLatin1(name));
         ASSERT_NE(item, nullptr) << name;
-        const QPointF middle = item->mapToScene({item->width() / 2, item->height() / 2});
-        QTest::mouseClick(&window(), Qt::LeftButton, {}, middle.toPoint());
+        const auto middle = [item] { return item->mapToScene({item->width() / 2, item->height() / 2}); };
+        waitUntil([&] { return item->isVisible() && window().contentItem()->contains(middle()); });
+        QTest::mouseClick(&window(), Qt::LeftButton, {}, middle().toPoint());
     }
 
     /// Every text that a person sees.
@@ -76,6 +81,8 @@ protected:
     bool shows(const std::string& text) {
         return QTest::qWaitFor([&] { return shownItem(text) != nullptr; }, 60'000);
     }
+
+    QtDesktop qtDesktop_;
 
 private:
     std::vector<const QQuickItem*> shownItems() {
@@ -166,6 +173,117 @@ TEST_F(AppWindowControllerTest, TellsWhatATrackLacksWhileAndAfterItIsRecorded) {
     EXPECT_THAT(shownTexts(), Contains("Some of the system audio could not be saved."));
 }
 
+TEST_F(AppWindowControllerTest, ShowsWhatIsSaidAndFollowsItUntilTheUserScrolls) {
+    settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
+    show();
+    recordLive();
+    EXPECT_TRUE(shows("What is said appears here."));
+    for (int line = 0; line < 40; ++line) {
+        say(AudioChannel::mic, testing::spoken("Line " + std::to_string(line), line * 10, 1));
+    }
+    EXPECT_TRUE(shows("Line 39"));
+    EXPECT_TRUE(shows("Following the latest line"));
+    QQuickItem* const lines = itemBelow(*window().contentItem(), QStringLiteral("transcriptLines"));
+    ASSERT_NE(lines, nullptr);
+    lines->forceActiveFocus();
+    QTest::keyClick(&window(), Qt::Key_PageUp);
+    EXPECT_TRUE(shows("Paused while you read"));
+    const QVariant readAt = lines->property("contentY");
+    SpeechTranscriptionResult growing = testing::spoken("And", 400, 1);
+    growing.isFinal = false;
+    for (int word = 0; word < 3; ++word) {
+        growing.text += " so on and on and on, until the text needs more lines than one";
+        say(AudioChannel::speaker, growing);
+    }
+    EXPECT_TRUE(shows("Jump to latest  1"));
+    EXPECT_EQ(lines->property("contentY"), readAt) << "what is being read stays where it is";
+    click("jumpToLatest");
+    EXPECT_TRUE(shows(growing.text));
+    EXPECT_TRUE(shows("Following the latest line"));
+    QTest::keyClick(&window(), Qt::Key_Home);
+    EXPECT_TRUE(shows("Line 0"));
+    QTest::keyClick(&window(), Qt::Key_End);
+    EXPECT_TRUE(shows(growing.text));
+    stop();
+}
+
+TEST_F(AppWindowControllerTest, ShowsHowTheLiveSummaryStands) {
+    settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
+    liveSummaryInterval_ = std::chrono::milliseconds(10);
+    languageModel_.state.isAvailable = true;
+    languageModel_.answer = R"({"overview": "They begin in May.", "decisions": ["The standard package"],
+        "customerPains": [], "budgetSignals": [], "decisionCriteria": [], "objections": [], "unresolvedQuestions": [],
+        "nextActions": [], "followUpEmailDraft": ""})";
+    languageModel_.answering.close();
+    show();
+    window().resize(1280, 720);
+    recordLive();
+    EXPECT_TRUE(shows(AppCopy{DisplayLanguage::english}.liveSummaryWaitingForSpeech()));
+    say(AudioChannel::speaker, testing::spoken("We would like to begin with the standard package in May.", 1, 3));
+    EXPECT_TRUE(shows("Updating summary..."));
+    languageModel_.answering.open();
+    EXPECT_TRUE(shows("The standard package"));
+    EXPECT_THAT(shownTexts(), IsSupersetOf({"Live Summary", "Overview", "They begin in May.", "Decisions"}));
+    EXPECT_TRUE(shownItem("They begin in May...") || shownItem("They begin in May.")) << "the list has it as the title";
+    languageModel_.failure = "The model gave up.";
+    say(AudioChannel::mic, testing::spoken("May it is.", 6, 1));
+    EXPECT_TRUE(shows("Could not update live summary."));
+    EXPECT_THAT(shownTexts(),
+                IsSupersetOf({AppCopy{DisplayLanguage::english}.lastSummaryShown(), std::string("Decisions")}));
+    window().resize(800, 600);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return shownItem("Decisions") == nullptr; }, 60'000)) << "folded";
+    EXPECT_THAT(shownTexts(), Contains("They begin in May."));
+    stop();
+    EXPECT_EQ(shownItem("Live Summary"), nullptr);
+}
+
+TEST_F(AppWindowControllerTest, TellsThatNothingCanBeTranscribedOrSummarised) {
+    settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
+    speech_.scripts = {{"en_US", {.status = SpeechAssetStatus::unsupported, .results = {}}}};
+    const AppCopy english{DisplayLanguage::english};
+    const auto countOfNotices = [&] { return std::ranges::count(shownTexts(), english.noSpeechRecogniser()); };
+    show();
+    EXPECT_EQ(countOfNotices(), 1);
+    record();
+    EXPECT_TRUE(shows(english.recordingIsRunning()));
+    EXPECT_EQ(countOfNotices(), 1);
+    EXPECT_THAT(shownTexts(), Contains(english.noSummaryModel()));
+    hearSomething();
+    stop();
+    EXPECT_TRUE(shows("No transcript segments to show"));
+    EXPECT_EQ(countOfNotices(), 1);
+}
+
+Task<> choose(Desktop& desktop, std::filesystem::path startFolder, std::optional<std::filesystem::path>& folder,
+              bool& isAnswered) {
+    folder = co_await desktop.chooseFolder("Choose", startFolder);
+    isAnswered = true;
+}
+
+TEST_F(AppWindowControllerTest, LetsTheUserChooseAFolder) {
+    show();
+    std::filesystem::create_directory(home_.path() / "chosen");
+    const std::filesystem::path startFolder = home_.path() / "not there yet";
+    std::optional<std::filesystem::path> folder;
+    bool isAnswered = false;
+    startTask(QtMainExecutor(context_), choose(qtDesktop_, startFolder, folder, isAnswered));
+    QObject* const dialog = window().findChild<QObject*>(QStringLiteral("folderDialog"));
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dialog->property("visible").toBool(); }, 60'000));
+    EXPECT_EQ(dialog->property("currentFolder").toUrl(), QUrl::fromLocalFile(QString::fromStdString(home_.path())));
+    ASSERT_TRUE(QMetaObject::invokeMethod(dialog, "reject"));
+    waitUntil([&] { return isAnswered; });
+    EXPECT_EQ(folder, std::nullopt);
+
+    isAnswered = false;
+    startTask(QtMainExecutor(context_), choose(qtDesktop_, home_.path(), folder, isAnswered));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dialog->property("visible").toBool(); }, 60'000));
+    dialog->setProperty("selectedFolder", QUrl::fromLocalFile(QString::fromStdString(home_.path() / "chosen")));
+    ASSERT_TRUE(QMetaObject::invokeMethod(dialog, "accept"));
+    waitUntil([&] { return isAnswered; });
+    EXPECT_EQ(folder, home_.path() / "chosen");
+}
+
 TEST_F(AppWindowControllerTest, GroupsTheRecordingsByDay) {
     settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
     const std::int64_t now = QDateTime::currentSecsSinceEpoch();
@@ -200,24 +318,63 @@ TEST_F(AppWindowControllerTest, HoldsLongWordsAndLongMeetingsInANarrowWindow) {
 }
 
 TEST_F(AppWindowControllerTest, SpeaksNoEnglishInJapanese) {
+    const AppCopy japanese{DisplayLanguage::japanese};
     const TranscriptDocument transcript{
         {TranscriptSegment(AudioChannel::speaker, SpeakerRole::customer, 0, 1, "予算は承認されています。",
                            TranscriptSegmentStatus::final)}};
     addFinishedRecording("Sales call 2025-06-02 10:30:00", 1'000, transcript);
     addFinishedRecording("月次の打ち合わせ", 2'000, transcript);
+    liveSummaryInterval_ = std::chrono::milliseconds(10);
+    languageModel_.state.isAvailable = true;
+    languageModel_.answer = R"({"overview": "五月に始めます。", "decisions": ["標準"], "customerPains": ["費用"],
+        "budgetSignals": ["予算"], "decisionCriteria": [], "objections": ["期間"], "unresolvedQuestions": ["担当"],
+        "nextActions": ["見積り"], "followUpEmailDraft": ""})";
+    speech_.scripts["ja_JP"].results = {testing::spoken("予算は承認されています。", 1, 2)};
     show();
+    window().resize(1280, 720);
     const auto expectJapanese = [this](const char* state) {
         for (const std::string& text : shownTexts()) {
-            const bool isShortcut = text.starts_with("Ctrl+");
+            const bool isShortcut = text.starts_with("Ctrl+") || text == "End";
             EXPECT_FALSE(hasLatinWord(text) && !isShortcut && text.find("Markdown") == std::string::npos)
                 << state << ": " << text;
         }
     };
     expectJapanese("idle");
-    record();
+    recordLive();
+    EXPECT_TRUE(shows(japanese.speechAppearsHere()));
     expectJapanese("recording");
-    stop();
+    for (int line = 0; line < 20; ++line) {
+        say(AudioChannel::speaker, testing::spoken("五月に標準の内容で始めたいと思います。", line * 10, 1));
+    }
+    EXPECT_TRUE(shows("五月に始めます。"));
+    EXPECT_TRUE(shows(japanese.followingLatestLine()));
+    expectJapanese("summarised");
+    languageModel_.failure = "The model gave up.";
+    say(AudioChannel::mic, testing::spoken("分かりました。", 300, 1));
+    EXPECT_TRUE(shows(japanese.lastSummaryShown()));
+    itemBelow(*window().contentItem(), QStringLiteral("transcriptLines"))->forceActiveFocus();
+    QTest::keyClick(&window(), Qt::Key_Home);
+    EXPECT_TRUE(shows(japanese.pausedWhileYouRead()));
+    expectJapanese("not summarised");
+    speech_.results.close();
+    hearSomething();
+    model().stopRecording();
+    EXPECT_TRUE(shows(japanese.liveTranscriptKept()));
+    expectJapanese("stopping");
+    speech_.results.open();
+    waitUntilIdle();
+    click("exportFolderButton");
+    EXPECT_TRUE(shows("Markdown保存先を開く"));
     expectJapanese("saved");
+    QTest::keyClick(&window(), Qt::Key_Escape);
+
+    languageModel_.state.isAvailable = false;
+    speech_.scripts = {{"en_US", {.status = SpeechAssetStatus::unsupported, .results = {}}}};
+    record();
+    EXPECT_TRUE(shows(japanese.noSpeechRecogniser()));
+    EXPECT_TRUE(shows(japanese.noSummaryModel()));
+    expectJapanese("nothing to transcribe with");
+    stop();
     click("languageButton");
     EXPECT_EQ(model().displayLanguage(), DisplayLanguage::english);
     EXPECT_TRUE(QTest::qWaitFor([this] { return textOf("mainButton") == QStringLiteral("Start Recording"); }));

@@ -1,29 +1,29 @@
 import QtQuick
 
-/// What the chosen recording lacks, a line each.
+/// What is not as it should be and what it means for the recording, a line each.
 Rectangle {
-    id: problems
+    id: notices
 
     required property int margin
+    required property var lines
 
-    Accessible.name: chosenRecording.problems.join(" ")
+    Accessible.name: lines.join(" ")
     Accessible.role: Accessible.AlertMessage
     color: Theme.attentionTint
-    height: visible ? lines.height + 2 * Theme.gap2 : 0
-    objectName: "problems"
-    visible: chosenRecording.problems.length > 0
+    height: visible ? column.height + 2 * Theme.gap2 : 0
+    visible: lines.length > 0
 
     Column {
-        id: lines
+        id: column
 
         anchors.left: parent.left
-        anchors.leftMargin: problems.margin
+        anchors.leftMargin: notices.margin
         anchors.right: parent.right
-        anchors.rightMargin: problems.margin
+        anchors.rightMargin: notices.margin
         anchors.verticalCenter: parent.verticalCenter
 
         Repeater {
-            model: chosenRecording.problems
+            model: notices.lines
 
             Row {
                 id: line
@@ -31,7 +31,7 @@ Rectangle {
                 required property string modelData
 
                 spacing: Theme.gap2
-                width: lines.width
+                width: column.width
 
                 Icon {
                     name: "warn"
