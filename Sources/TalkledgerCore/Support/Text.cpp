@@ -5,6 +5,7 @@
 #include <unicode/casemap.h>
 #include <unicode/edits.h>
 #include <unicode/locid.h>
+#include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
@@ -169,6 +170,38 @@ std::string caseFolded(std::string_view text, std::uint32_t options, icu::Edits*
 std::uint32_t foldingOptions(const icu::Locale& locale) {
     const std::string_view language = locale.getLanguage();
     return language == "tr" || language == "az" ? U_FOLD_CASE_EXCLUDE_SPECIAL_I : U_FOLD_CASE_DEFAULT;
+}
+
+std::string searchableForm(std::string_view validText, icu::Edits* edits) {
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* const form = icu::Normalizer2::getNFKCCasefoldInstance(status);
+    check(status, "search");
+    std::string result;
+    icu::StringByteSink<std::string> sink(&result, icuLength(validText));
+    form->normalizeUTF8(0, validText, sink, edits, status);
+    check(status, "search");
+    return result;
+}
+
+/// Widened to the whole characters that it touches; the character ends are those of the text.
+Range wholeCharacters(const std::vector<std::size_t>& ends, Range range) {
+    const auto firstEnd = std::upper_bound(ends.begin(), ends.end(), range.begin);
+    const auto lastEnd = std::lower_bound(ends.begin(), ends.end(), range.end);
+    return {.begin = firstEnd == ends.begin() ? 0 : *(firstEnd - 1),
+            .end = lastEnd == ends.end() ? range.end : *lastEnd};
+}
+
+std::vector<Range> joined(std::vector<Range> ranges) {
+    std::ranges::sort(ranges, {}, &Range::begin);
+    std::vector<Range> result;
+    for (const Range& range : ranges) {
+        if (!result.empty() && range.begin < result.back().end) {
+            result.back().end = std::max(result.back().end, range.end);
+        } else {
+            result.push_back(range);
+        }
+    }
+    return result;
 }
 
 std::size_t prefixLength(std::string_view validText, std::size_t count) {
@@ -399,6 +432,55 @@ std::optional<std::string> CaselessText::textAfter(std::string_view phrase) cons
         static_cast<std::int32_t>(begin + phrase.size()), status);
     check(status, "case folding");
     return text_.substr(static_cast<std::size_t>(end));
+}
+
+std::string searchable(std::string_view text) {
+    return searchableForm(validated(text), nullptr);
+}
+
+std::vector<Range> occurrences(std::string_view searchableText, std::span<const std::string> phrases) {
+    std::vector<Range> found;
+    for (const std::string& phrase : phrases) {
+        if (phrase.empty()) {
+            continue;
+        }
+        for (std::size_t begin = searchableText.find(phrase); begin != std::string_view::npos;
+             begin = searchableText.find(phrase, begin + phrase.size())) {
+            found.push_back({.begin = begin, .end = begin + phrase.size()});
+        }
+    }
+    return joined(std::move(found));
+}
+
+std::vector<Range> occurrencesInShown(std::string_view text, std::span<const std::string> phrases) {
+    icu::Edits edits;
+    std::vector<Range> found = occurrences(searchableForm(text, &edits), phrases);
+    if (found.empty()) {
+        return found;
+    }
+    std::vector<std::size_t> ends;
+    forEachCharacterEnd(text, [&](std::size_t end) {
+        ends.push_back(end);
+        return true;
+    });
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Edits::Iterator places = edits.getFineIterator();
+    // What the byte at that place of the searchable form was made of.
+    const auto source = [&](std::size_t place) {
+        const auto destination = static_cast<std::int32_t>(place);
+        places.findDestinationIndex(destination, status);
+        const std::int32_t begin = places.sourceIndex();
+        const std::int32_t offset = destination - places.destinationIndex();
+        return places.hasChange() ? Range{.begin = static_cast<std::size_t>(begin),
+                                          .end = static_cast<std::size_t>(begin + places.oldLength())}
+                                  : Range{.begin = static_cast<std::size_t>(begin + offset),
+                                          .end = static_cast<std::size_t>(begin + offset + 1)};
+    };
+    for (Range& range : found) {
+        range = wholeCharacters(ends, {.begin = source(range.begin).begin, .end = source(range.end - 1).end});
+    }
+    check(status, "search");
+    return joined(std::move(found));
 }
 
 } // namespace talkledger::text

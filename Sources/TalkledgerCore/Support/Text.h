@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -86,5 +87,23 @@ private:
     std::string text_;
     std::string folded_;
 };
+
+/// Part of a text, in bytes.
+struct Range {
+    std::size_t begin{0};
+    std::size_t end{0};
+
+    bool operator==(const Range&) const = default;
+};
+
+/// The text as it is searched: letters of either case and characters of any width or composition are one.
+std::string searchable(std::string_view text);
+
+/// Where each of the searchable phrases stands in a searchable text, in order; what overlaps is one. Blank phrases
+/// stand nowhere.
+std::vector<Range> occurrences(std::string_view searchableText, std::span<const std::string> phrases);
+
+/// The same places in the valid text itself, as whole characters.
+std::vector<Range> occurrencesInShown(std::string_view text, std::span<const std::string> phrases);
 
 } // namespace talkledger::text
