@@ -6,10 +6,10 @@
 
 namespace talkledger {
 
-/// Why an audio file could not be created or written; `what()` is the user-visible description.
+/// Why an audio file could not be created, written or played; `what()` is the user-visible description.
 class AudioFileError : public std::runtime_error {
 public:
-    enum class Case { notCreated, notWritten, removed, unsupportedFormat, encoderFailed };
+    enum class Case { notCreated, notWritten, removed, unsupportedFormat, encoderFailed, notPlayable };
 
     /// `reason` is what the system or a library said; not used by `removed` and `unsupportedFormat`.
     AudioFileError(Case errorCase, const std::filesystem::path& path, const std::string& reason = {})
@@ -39,6 +39,8 @@ private:
             return "\"" + name + "\" cannot keep this audio format.";
         case Case::encoderFailed:
             return "\"" + name + "\" could not be encoded: " + reason;
+        case Case::notPlayable:
+            return "\"" + name + "\" cannot be played: " + reason;
         }
         return reason;
     }
