@@ -13,6 +13,35 @@ constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 /// While the stream's converter resamples, packets differ by a frame or two from the cycle's ticks.
 constexpr std::int64_t kResamplingTolerance = 8;
 
+/// After a change of the beat the positions of one or two packets do not tell how much time has passed.
+constexpr int kUnsteadyPackets = 4;
+
+/// The clock may be out by half a millisecond; the lengths of cycles differ by more.
+constexpr std::int64_t kClockTolerancesPerSecond = 2000;
+
+/// Drift is slow: a late packet must not look like it.
+constexpr double kDriftSmoothing = 16;
+
+MonotonicTime captureTime(const CapturePacket& packet) {
+    return MonotonicTime(std::chrono::nanoseconds(packet.firstFrameTime));
+}
+
+bool haveSameBeat(const CapturePacket& one, const CapturePacket& other) {
+    return one.driver == other.driver && one.ticksPerSecond == other.ticksPerSecond &&
+           one.cycleLength == other.cycleLength;
+}
+
+/// Between `previous` and `packet`, by the graph's own positions.
+std::int64_t framesLost(const CapturePacket& previous, const CapturePacket& packet, std::uint64_t rate) {
+    const auto ticks = static_cast<std::int64_t>(packet.ticks - previous.ticks);
+    const std::int64_t lost = ticks * static_cast<std::int64_t>(rate) / packet.ticksPerSecond - previous.frames;
+    return std::abs(lost) <= (packet.ticksPerSecond == rate ? 0 : kResamplingTolerance) ? 0 : lost;
+}
+
+bool isSilent(std::span<const float> samples) {
+    return std::all_of(samples.begin(), samples.end(), [](float sample) { return sample == 0; });
+}
+
 } // namespace
 
 CaptureTimeline::CaptureTimeline(const AudioFormat& format, std::uint32_t bufferSize, Output output)
@@ -43,40 +72,70 @@ void CaptureTimeline::begin(MonotonicTime time) {
     hasBegun_ = true;
 }
 
+void CaptureTimeline::watchBeat(const CapturePacket& packet) {
+    if (previous_ && !haveSameBeat(*previous_, packet)) {
+        unsteadyPackets_ = kUnsteadyPackets;
+    } else if (unsteadyPackets_ > 0) {
+        --unsteadyPackets_;
+    }
+}
+
+void CaptureTimeline::watchDrift(const CapturePacket& packet, std::int64_t missing) {
+    if (!continuesLine(packet)) {
+        drift_ = 0;
+    } else if (unsteadyPackets_ == 0) {
+        const auto behind = static_cast<double>(framesUntil(captureTime(packet)) - missing);
+        drift_ += (behind - drift_) / kDriftSmoothing;
+    }
+}
+
+bool CaptureTimeline::continuesLine(const CapturePacket& packet) const {
+    return previous_ && previous_->streamNumber == packet.streamNumber && !endsInSilence();
+}
+
 std::int64_t CaptureTimeline::framesMissingBefore(const CapturePacket& packet) const {
-    std::int64_t lostByTicks = 0;
-    if (previous_ && !endsInSilence() && previous_->streamNumber == packet.streamNumber && packet.ticksPerSecond != 0) {
-        const std::int64_t ticks = static_cast<std::int64_t>(packet.ticks - previous_->ticks);
-        const std::int64_t elapsed = ticks * static_cast<std::int64_t>(rate_) / packet.ticksPerSecond;
-        lostByTicks = elapsed - previous_->frames;
-        if (std::abs(lostByTicks) <= (packet.ticksPerSecond == rate_ ? 0 : kResamplingTolerance)) {
-            return 0;
-        }
+    if (!previous_ || !continuesLine(packet)) {
+        return framesUntil(captureTime(packet));
     }
-    // A change of driver makes ticks jump without a loss, and moves the cycle by less than half its length.
-    const MonotonicTime time{std::chrono::nanoseconds(packet.firstFrameTime)};
-    const std::int64_t lostByClock = framesUntil(time);
+    if (unsteadyPackets_ > 0 || packet.ticksPerSecond == 0) {
+        return framesMissingByClock(packet);
+    }
+    const std::int64_t lost = framesLost(*previous_, packet, rate_);
+    return lost == 0 ? -surplus_ : framesMissingByTicks(packet, lost);
+}
+
+std::int64_t CaptureTimeline::framesMissingByClock(const CapturePacket& packet) const {
+    const std::int64_t missing = framesUntil(captureTime(packet)) - std::llround(drift_);
+    const std::int64_t tolerance = static_cast<std::int64_t>(rate_) / kClockTolerancesPerSecond;
+    return std::abs(missing + surplus_) <= tolerance ? -surplus_ : missing;
+}
+
+std::int64_t CaptureTimeline::framesMissingByTicks(const CapturePacket& packet, std::int64_t lost) const {
+    const std::int64_t byTicks = lost - surplus_;
+    const std::int64_t byClock = framesUntil(captureTime(packet));
     const std::int64_t tolerance = packet.frames / 2;
-    if (std::abs(lostByClock) < tolerance) {
-        return 0;
+    if (std::abs(byClock) < tolerance) {
+        return 0; // positions that begin anew are no loss
     }
-    return std::abs(lostByClock - lostByTicks) < tolerance ? lostByTicks : lostByClock;
+    return std::abs(byClock - byTicks) < tolerance ? byTicks : byClock;
 }
 
 void CaptureTimeline::add(const CapturePacket& packet, std::span<const float> samples) {
-    std::int64_t missing = 0;
-    if (hasBegun_) {
-        missing = framesMissingBefore(packet);
-    } else {
-        begin(MonotonicTime(std::chrono::nanoseconds(packet.firstFrameTime)));
+    if (!hasBegun_) {
+        begin(captureTime(packet));
     }
-    std::size_t late = 0;
+    watchBeat(packet);
+    const std::int64_t missing = framesMissingBefore(packet);
+    watchDrift(packet, missing);
+    surplus_ = std::max<std::int64_t>(-missing, 0);
+    std::size_t dropped = 0;
     if (missing > 0) {
         appendSilence(static_cast<std::uint64_t>(missing));
-    } else if (endsInSilence()) {
-        late = std::min<std::size_t>(packet.frames, static_cast<std::size_t>(-missing));
+    } else if (missing < 0 && (endsInSilence() || isSilent(samples))) {
+        dropped = std::min<std::size_t>(packet.frames, static_cast<std::size_t>(surplus_));
+        surplus_ -= static_cast<std::int64_t>(dropped);
     }
-    append(samples.data() + late * buffer_.format.channelCount, packet.frames - late);
+    append(samples.data() + dropped * buffer_.format.channelCount, packet.frames - dropped);
     previous_ = packet;
 }
 

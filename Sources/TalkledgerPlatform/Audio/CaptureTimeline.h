@@ -13,7 +13,11 @@ namespace talkledger {
 /// Makes one unbroken run of buffers from captured packets. The line begins with its first packet and counts frames
 /// from there: a frame's time is the beginning plus its number over the rate. Frames that were lost (missed cycles, a
 /// device that is away, a restarted server) become silence, so that count and clock stay together. The device's own
-/// clock is trusted as long as its packets follow each other; its drift is taken up at the next gap. Not thread-safe.
+/// clock is trusted as long as its packets follow each other; its drift is taken up at the next gap.
+///
+/// When the graph's cycles get longer the server hands out more than the time that passes, when they get shorter less,
+/// and its positions tell of neither. The monotonic clock decides then: what is missing becomes silence, and what is
+/// too much is taken out of the next silence, never out of a sound. Not thread-safe.
 class CaptureTimeline {
 public:
     /// The buffer is reused after the call.
@@ -42,7 +46,16 @@ public:
 private:
     /// Frames between the line's end and `time`, below zero when the line is ahead.
     std::int64_t framesUntil(MonotonicTime time) const;
+
+    /// Frames between the line's end and the place of `packet`, below zero when the line is ahead.
     std::int64_t framesMissingBefore(const CapturePacket& packet) const;
+    std::int64_t framesMissingByClock(const CapturePacket& packet) const;
+    std::int64_t framesMissingByTicks(const CapturePacket& packet, std::int64_t lost) const;
+
+    /// Of the same stream as the packet before, without a filling in between.
+    bool continuesLine(const CapturePacket& packet) const;
+    void watchBeat(const CapturePacket& packet);
+    void watchDrift(const CapturePacket& packet, std::int64_t missing);
 
     /// Nothing was captured since the line was begun or filled without a packet.
     bool endsInSilence() const { return frames_ == silenceEnd_; }
@@ -60,6 +73,9 @@ private:
     MonotonicTime begin_;
     std::uint64_t frames_{0};     ///< on the line so far
     std::uint64_t silenceEnd_{0}; ///< where the last `fillTo` ended
+    std::int64_t surplus_{0};     ///< frames to be taken out of the next silence
+    double drift_{0};             ///< frames by which the device's own clock has fallen behind the monotonic one
+    int unsteadyPackets_{0};      ///< so many, from the current one on, follow a change of the beat
     std::optional<CapturePacket> previous_;
 };
 

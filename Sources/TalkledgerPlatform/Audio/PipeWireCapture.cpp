@@ -454,6 +454,7 @@ void PipeWireCapture::capture(Stream& stream, pw_buffer& buffer) noexcept {
     packet.driver = origin.driver;
     packet.ticks = origin.ticks;
     packet.ticksPerSecond = origin.ticksPerSecond;
+    packet.cycleLength = static_cast<std::uint32_t>(origin.length);
     const bool isEmpty = (chunkFlags & SPA_CHUNK_FLAG_EMPTY) != 0;
     const auto* samples =
         reinterpret_cast<const float*>(static_cast<const std::byte*>(plane.data) + offset); // aligned by the server

@@ -12,6 +12,7 @@ struct CapturePacket {
     std::int64_t firstFrameTime{0};  ///< CLOCK_MONOTONIC ns at which the first frame was captured
     std::uint64_t ticks{0};          ///< the graph's own position of the first frame
     std::uint32_t ticksPerSecond{0}; ///< 0: unknown
+    std::uint32_t cycleLength{0};    ///< in ticks, as the graph told it
     std::uint32_t driver{0};         ///< the node that gives the graph its beat: a position is its own
     std::uint32_t streamNumber{0};   ///< positions are comparable only within one stream
     std::uint32_t frames{0};

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
 
 namespace talkledger {
@@ -16,14 +17,25 @@ using testing::timeOfFrame;
 class CaptureTimelineTest : public ::testing::Test {
 protected:
     void add(std::uint64_t frame, std::uint64_t ticks, std::uint32_t frames, std::uint32_t streamNumber = 1) {
+        value_ += 1;
+        addSamples(frame, ticks, streamNumber, std::vector<float>(frames, value_));
+    }
+
+    void addSilent(std::uint64_t frame, std::uint64_t ticks, std::uint32_t frames) {
+        addSamples(frame, ticks, 1, std::vector<float>(frames));
+    }
+
+    void addSamples(std::uint64_t frame, std::uint64_t ticks, std::uint32_t streamNumber,
+                    const std::vector<float>& samples) {
         CapturePacket packet;
         packet.firstFrameTime = std::chrono::nanoseconds(timeOfFrame(frame).time_since_epoch()).count();
         packet.ticks = ticks;
         packet.ticksPerSecond = kTestRate;
+        packet.cycleLength = cycleLength_;
+        packet.driver = driver_;
         packet.streamNumber = streamNumber;
-        packet.frames = frames;
-        value_ += 1;
-        timeline_.add(packet, std::vector<float>(frames, value_));
+        packet.frames = static_cast<std::uint32_t>(samples.size());
+        timeline_.add(packet, samples);
     }
 
     /// The line as runs of equal samples: (length, value).
@@ -43,6 +55,8 @@ protected:
 
     std::vector<float> line_;
     float value_{0};
+    std::uint32_t cycleLength_{256};
+    std::uint32_t driver_{1};
     CaptureTimeline timeline_{floatFormat(1), 1000, [this](const AudioBuffer& buffer) {
                                   EXPECT_LE(buffer.frameLength, 1000U);
                                   const auto error = buffer.time - timeOfFrame(line_.size());
@@ -59,12 +73,90 @@ TEST_F(CaptureTimelineTest, LostCyclesBecomeSilenceOfTheExactLength) {
     EXPECT_EQ(runs(), (Runs{{256, 1}, {256, 2}, {512, 0}, {256, 3}}));
 }
 
-TEST_F(CaptureTimelineTest, JitterAndAChangeOfDriverAreNoGap) {
+TEST_F(CaptureTimelineTest, JitterAndPositionsThatBeginAnewAreNoGap) {
     add(0, 0, 256);
     add(256 + 100, 256, 256);    // a late cycle: the ticks follow each other
-    add(512 + 60, 256, 256);     // another driver repeats the position
-    add(768 - 60, 999'999, 256); // another one starts anywhere
+    add(512 + 60, 256, 256);     // the position is repeated
+    add(768 - 60, 999'999, 256); // and is anywhere
     EXPECT_EQ(runs(), (Runs{{256, 1}, {256, 2}, {256, 3}, {256, 4}}));
+}
+
+TEST_F(CaptureTimelineTest, AnotherDriverIsPlacedByTheClock) {
+    add(0, 0, 256);
+    driver_ = 2;
+    add(256 + 100, 999'999, 256); // its cycles begin at other moments
+    add(512 + 100, 999'999 + 256, 256);
+    EXPECT_EQ(runs(), (Runs{{256, 1}, {100, 0}, {256, 2}, {256, 3}}));
+}
+
+// The server says the new length in a cycle that still lasts as long as the one before, and counts it in full.
+TEST_F(CaptureTimelineTest, WhatLongerCyclesBringTooMuchIsTakenOutOfSilence) {
+    addSilent(0, 0, 256);
+    cycleLength_ = 1024;
+    addSilent(256, 256, 1024);
+    addSilent(512, 1280, 1024); // 768 of these have been there
+    add(1536, 2304, 1024);
+    EXPECT_EQ(runs(), (Runs{{1536, 0}, {1024, 1}}));
+}
+
+TEST_F(CaptureTimelineTest, WhatLongerCyclesBringTooMuchIsNotTakenOutOfASound) {
+    add(0, 0, 256);
+    cycleLength_ = 1024;
+    add(256, 256, 1024);
+    for (std::uint64_t cycle = 0; cycle < 8; ++cycle) {
+        add(512 + 1024 * cycle, 1280 + 1024 * cycle, 1024);
+    }
+    addSilent(512 + 8192, 1280 + 8192, 512); // less than there is to take out
+    addSilent(512 + 8192 + 512, 1280 + 8192 + 512, 512);
+    add(512 + 8192 + 1024, 1280 + 8192 + 1024, 1024);
+    const auto result = runs();
+    ASSERT_EQ(result.size(), 12U);
+    EXPECT_EQ(line_.size(), 512U + 8192 + 2048);
+    EXPECT_EQ(result[10], (std::pair<std::size_t, float>(256, 0)));
+    EXPECT_EQ(result[11], (std::pair<std::size_t, float>(1024, 11)));
+}
+
+TEST_F(CaptureTimelineTest, WhatShorterCyclesLeaveOutBecomesSilence) {
+    cycleLength_ = 1024;
+    add(0, 0, 1024);
+    add(1024, 1024, 256); // the server lost the rest: ticks and clock say it
+    cycleLength_ = 256;
+    add(2048, 2048, 256);
+    add(3072, 2304, 256); // it played nothing for as long as the rest of the long cycle: the clock alone says it
+    add(3328, 2560, 256);
+    EXPECT_EQ(runs(), (Runs{{1024, 1}, {256, 2}, {768, 0}, {256, 3}, {768, 0}, {256, 4}, {256, 5}}));
+}
+
+TEST_F(CaptureTimelineTest, ShorterCyclesMakeUpForLongerOnes) {
+    add(0, 0, 256);
+    cycleLength_ = 1024;
+    add(256, 256, 1024);
+    add(512, 1280, 1024); // 768 too many
+    cycleLength_ = 512;
+    add(1536, 2304, 512);
+    add(2560, 2816, 512); // 512 too few
+    addSilent(3072, 3328, 512);
+    add(3584, 3840, 512);
+    EXPECT_EQ(runs(), (Runs{{256, 1}, {1024, 2}, {1024, 3}, {512, 4}, {512, 5}, {256, 0}, {512, 6}}));
+}
+
+TEST_F(CaptureTimelineTest, DriftAndALatePacketAreNoSignOfAnotherLength) {
+    std::uint64_t ticks = 0;
+    std::uint64_t drift = 0;
+    const auto addCycles = [&](int count) {
+        for (int cycle = 0; cycle < count; ++cycle) {
+            add(ticks + drift, ticks, cycleLength_);
+            ticks += cycleLength_;
+            drift += cycle % 10 == 0 ? 1 : 0;
+        }
+    };
+    addCycles(1000);
+    add(ticks + drift + 200, ticks, 256); // late
+    ticks += 256;
+    cycleLength_ = 1024; // by a server that tells it in time
+    addCycles(1000);
+    EXPECT_EQ(line_.size(), ticks / 1000 * 1000); // buffers of 1000
+    EXPECT_EQ(std::count(line_.begin(), line_.end(), 0), 0);
 }
 
 TEST_F(CaptureTimelineTest, AnotherStreamIsPlacedByTheClock) {

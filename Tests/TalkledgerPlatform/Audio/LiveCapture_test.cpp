@@ -433,6 +433,47 @@ TEST_F(LiveCapture, LongerCyclesInTheMiddleLoseNothing) {
     }));
 }
 
+TEST_F(LiveCapture, CyclesThatBecomeLongerOrShorterLeaveTheTimeRight) {
+    struct Change {
+        const char* quantum;
+        bool isInASound;
+    };
+
+    const std::vector<std::string> targets{kLeft, kRight, "talkledger-microphone:input_MONO"};
+    const auto sound = noise(1, 1, 17);
+    std::uint32_t seed = 100;
+    for (const auto clock : {SharedClock::outputs, SharedClock::microphones}) {
+        const SoundSession& session = enterSession({.sharedClock = clock}, 1024);
+        MicrophoneRecording microphone(session);
+        OutputRecording output;
+        microphone.start();
+        output.start();
+        for (const Change& change : {Change{"4096", false}, {"1024", true}, {"2048", true}}) {
+            std::optional<CyclePlayer> player;
+            if (change.isInASound) {
+                player.emplace(kPlayer, std::vector<PlayedChannel>{{sound, targets}});
+                player->play();
+                EXPECT_TRUE(output.track().waitForSeconds(output.track().seconds() + 0.25));
+            }
+            session.run({"pw-metadata", "-n", "settings", "0", "clock.force-quantum", change.quantum});
+            if (player) {
+                player->waitUntilPlayed(std::chrono::seconds(20));
+                player.reset();
+            }
+            EXPECT_TRUE(holdsWhilePlayersAreLate([&] {
+                const auto passage = noise(0.5, 1, ++seed); // none that was recorded before
+                CyclePlayer next(kPlayer, {{passage, targets}});
+                playWhole(next, {&microphone.track(), &output.track()});
+                return isInTime(microphone.track(), passage, next) &&
+                       isInTime(output.track(), onBothSides(passage), next);
+            })) << "from now on a cycle has "
+                << change.quantum << " frames";
+        }
+        EXPECT_EQ(microphone.track().health(), std::vector{deviceRunning});
+        EXPECT_EQ(output.track().health(), std::vector{deviceRunning});
+    }
+}
+
 TEST_F(LiveCapture, WhatThisProcessPlaysIsNotRecorded) {
     const auto passage = noise(1, 2, 16);
     for (const auto clock : {SharedClock::outputs, SharedClock::microphones}) {
