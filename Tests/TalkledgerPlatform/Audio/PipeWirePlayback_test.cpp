@@ -1,4 +1,5 @@
 #include "Support/SoundSession.h"
+#include "Support/TemporaryFolder.h"
 #include "TalkledgerPlatform/Audio/AudioTestSupport.h"
 #include "TalkledgerPlatform/Audio/PipeWirePlayback.h"
 
@@ -20,8 +21,8 @@ namespace {
 using testing::ChildProcess;
 using testing::decodeFirstChannel;
 using testing::kTestRate;
-using testing::ScratchFolder;
 using testing::SoundSession;
+using testing::TemporaryFolder;
 using Kind = PlaybackEvent::Kind;
 
 /// A tone with a clear beginning.
@@ -99,7 +100,7 @@ protected:
         return decodeFirstChannel(folder_ / "heard.wav");
     }
 
-    ScratchFolder folder_;
+    TemporaryFolder folder_;
     std::optional<SoundSession> session_;
     std::mutex lock_;
     std::condition_variable changed_;

@@ -1,4 +1,5 @@
 #include "Support/RunTask.h"
+#include "Support/TemporaryFolder.h"
 #include "TalkledgerPlatform/Audio/AudioTestSupport.h"
 #include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
 #include "TalkledgerPlatform/Audio/PlaybackMix.h"
@@ -21,7 +22,7 @@ using ::testing::HasSubstr;
 using testing::kTestRate;
 using testing::makeBuffer;
 using testing::runTask;
-using testing::ScratchFolder;
+using testing::TemporaryFolder;
 using testing::timeOfFrame;
 
 /// Each sample says where it is, far below the loudest.
@@ -81,7 +82,7 @@ protected:
         runTask(context, writer->finishWriting());
     }
 
-    ScratchFolder folder_;
+    TemporaryFolder folder_;
     std::filesystem::path wave_{folder_ / "mic.wav"};
     std::filesystem::path m4a_{folder_ / "speaker.m4a"};
 };
