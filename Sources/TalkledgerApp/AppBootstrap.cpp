@@ -37,9 +37,10 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
               .languageModel = languageModel_,
               .desktop = desktop_},
              captureReports_, QtMainExecutor(mainContext_), background_.get_executor(), settings_),
+      revisions_(model_, QtMainExecutor(mainContext_)),
       liveTranscript_(model_, singleInstance),
       appearance_(QDBusConnection::sessionBus()),
-      windows_(model_, appearance_, desktop_),
+      windows_(model_, revisions_, appearance_, desktop_),
       delegate_(model_, windows_, singleInstance, terminationSignals) {}
 
 AppBootstrap::~AppBootstrap() {

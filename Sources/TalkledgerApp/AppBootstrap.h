@@ -9,6 +9,7 @@
 #include "TalkledgerApp/LiveTranscriptAdaptor.h"
 #include "TalkledgerApp/QtDesktop.h"
 #include "TalkledgerApp/QtMainExecutor.h"
+#include "TalkledgerApp/RecordingRevisions.h"
 #include "TalkledgerApp/TerminationSignals.h"
 #include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
 #include "TalkledgerPlatform/Audio/PipeWireSystemAudio.h"
@@ -57,6 +58,7 @@ private:
     AbsentLanguageModel languageModel_;
     QtDesktop desktop_;
     AppModel model_;
+    RecordingRevisions revisions_;
     LiveTranscriptAdaptor liveTranscript_;
     DesktopAppearance appearance_;
     AppWindowController windows_;

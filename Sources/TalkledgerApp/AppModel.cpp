@@ -5,7 +5,6 @@
 #include "TalkledgerCore/Summary/FoundationModelsSalesSummaryGenerator.h"
 #include "TalkledgerCore/Support/Dates.h"
 #include "TalkledgerCore/Support/Uuid.h"
-#include "TalkledgerCore/Transcription/RecordedArtifactTranscriptProvider.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
@@ -92,17 +91,21 @@ void AppModel::createCoordinator(RecordingStore& store, const Executor& backgrou
         relayTo(AudioChannel::mic));
     auto systemAudio = std::make_shared<SystemAudioM4ARecorder>(
         ports_.systemAudio, ports_.audioFiles, ports_.fileSystem, timeline_, relayTo(AudioChannel::speaker));
-    auto transcripts = std::make_unique<RecordedArtifactTranscriptProvider>(
-        speechLocale, currentLocale(), RecordedArtifactTranscriptMode::finalAccuracy, ports_.speechRecognition,
-        ports_.fileSystem, [this](AudioChannel channel, double share) {
-            if (currentSession_) { // the one that has been stopped, until it is saved
-                tracks_.setTranscribedShare(channel, share);
-            }
-        });
+    auto transcripts = makeTranscriptProvider([this](AudioChannel channel, double share) {
+        if (currentSession_) { // the one that has been stopped, until it is saved
+            tracks_.setTranscribedShare(channel, share);
+        }
+    });
     coordinator_ = std::make_unique<RecordingCoordinator>(
         store, std::move(microphone), std::move(systemAudio), std::move(transcripts),
         std::make_unique<FoundationModelsSalesSummaryGenerator>(ports_.languageModel),
         RecordingArtifactDiagnosticsBuilder(ports_.fileSystem, ports_.audioFiles));
+}
+
+std::unique_ptr<TranscriptProvider> AppModel::makeTranscriptProvider(TranscriptionProgressHandler progress) const {
+    return std::make_unique<RecordedArtifactTranscriptProvider>(
+        speechLocale, currentLocale(), RecordedArtifactTranscriptMode::finalAccuracy, ports_.speechRecognition,
+        ports_.fileSystem, std::move(progress));
 }
 
 void AppModel::startRecording() {
@@ -285,6 +288,10 @@ void AppModel::refreshSessions() {
     } catch (const std::exception& error) {
         setLastError(error.what());
     }
+}
+
+void AppModel::showError(std::string description) {
+    setLastError(std::move(description));
 }
 
 void AppModel::dismissLastError() {

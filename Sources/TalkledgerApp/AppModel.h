@@ -22,6 +22,7 @@
 #include "TalkledgerCore/Presentation/AppLanguage.h"
 #include "TalkledgerCore/Storage/RecordingStore.h"
 #include "TalkledgerCore/Transcription/LiveConversation.h"
+#include "TalkledgerCore/Transcription/RecordedArtifactTranscriptProvider.h"
 
 #include <QObject>
 #include <QSettings>
@@ -147,10 +148,18 @@ public:
 
     AppCopy copy() const { return {displayLanguage_}; }
 
+    const AppPorts& ports() const { return ports_; }
+
+    /// For recorded files, in the languages in which recordings are transcribed.
+    std::unique_ptr<TranscriptProvider> makeTranscriptProvider(TranscriptionProgressHandler progress) const;
+
     /// Ignored while busy, as is `stopRecording`.
     Q_INVOKABLE void startRecording();
     Q_INVOKABLE void stopRecording();
     Q_INVOKABLE void refreshSessions();
+
+    /// Of something that the user asked for elsewhere.
+    void showError(std::string description);
 
     /// The user has read it.
     Q_INVOKABLE void dismissLastError();

@@ -37,13 +37,15 @@ QFont screenFont() {
 
 } // namespace
 
-AppWindowController::AppWindowController(AppModel& model, DesktopAppearance& appearance, QtDesktop& desktop)
+AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& revisions, DesktopAppearance& appearance,
+                                         QtDesktop& desktop)
     : recordings_(model), chosenRecording_(model, recordings_), texts_(model) {
     QGuiApplication::setFont(screenFont());
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine_.addImageProvider(QStringLiteral("icons"), std::make_unique<IconProvider>().release());
     QQmlContext* const context = engine_.rootContext();
     context->setContextProperty(QStringLiteral("appModel"), &model);
+    context->setContextProperty(QStringLiteral("revisions"), &revisions);
     context->setContextProperty(QStringLiteral("appearance"), &appearance);
     context->setContextProperty(QStringLiteral("desktop"), &desktop);
     context->setContextProperty(QStringLiteral("recordings"), &recordings_);

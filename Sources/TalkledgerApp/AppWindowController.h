@@ -6,6 +6,7 @@
 #include "TalkledgerApp/QtDesktop.h"
 #include "TalkledgerApp/RecordingDetail.h"
 #include "TalkledgerApp/RecordingListModel.h"
+#include "TalkledgerApp/RecordingRevisions.h"
 
 #include <QObject>
 #include <QQmlApplicationEngine>
@@ -21,7 +22,8 @@ class AppWindowController : public QObject {
 
 public:
     /// All of them have to outlive it.
-    AppWindowController(AppModel& model, DesktopAppearance& appearance, QtDesktop& desktop);
+    AppWindowController(AppModel& model, RecordingRevisions& revisions, DesktopAppearance& appearance,
+                        QtDesktop& desktop);
 
     /// Places the window anew and brings it to the front. The token is the desktop's leave to do so and may be empty.
     /// Throws when the screens cannot be loaded.

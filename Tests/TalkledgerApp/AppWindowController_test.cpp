@@ -27,7 +27,9 @@ class AppWindowControllerTest : public testing::AppFixture {
 protected:
     void show() {
         appearance_.emplace(QDBusConnection(QStringLiteral("no bus")));
-        windows_.emplace(makeModel(), *appearance_, qtDesktop_);
+        AppModel& appModel = makeModel();
+        revisions_.emplace(appModel, QtMainExecutor(context_));
+        windows_.emplace(appModel, *revisions_, *appearance_, qtDesktop_);
         windows_->showRecordings();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window()));
     }
@@ -104,6 +106,7 @@ private:
     }
 
     std::optional<DesktopAppearance> appearance_;
+    std::optional<RecordingRevisions> revisions_;
     std::optional<AppWindowController> windows_;
 };
 
