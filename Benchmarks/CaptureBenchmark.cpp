@@ -1,34 +1,30 @@
 // What it costs to capture and encode both tracks, against the system's own tools at the same work and in the same
 // time: pw-record into a WAV file for the microphone, pw-record piped into ffmpeg with the same encoder settings for
-// the output. Prints the processor time of both, their ratio (at most 1 is asked for; the exit status tells), the share
-// of a core, and the memory after the start and at the end.
+// the output. Then the same while both tracks are recognised. Prints the processor time, its ratio to that of the
+// tools, the share of a core, how much the memory grew, and how much sound was missed. The exit status tells whether
+// the ratio is 1 at most, the memory did not grow, and nothing was missed that the tools did not miss as well.
 //
 //   talkledger-capture-bench [seconds]
 
+#include "MeasuredCapture.h"
 #include "Support/ChildProcess.h"
 #include "Support/SoundSession.h"
-#include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
-#include "TalkledgerPlatform/Audio/PipeWireSystemAudio.h"
-#include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
+#include "TalkledgerWorkers/SpokenAudio.h"
 
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/signal_set.hpp>
-#include <boost/asio/steady_timer.hpp>
-#include <boost/asio/thread_pool.hpp>
-#include <boost/asio/use_awaitable.hpp>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
+#include <memory>
 #include <random>
 #include <string>
 #include <string_view>
@@ -45,91 +41,31 @@ using testing::SoundSession;
 
 constexpr int kRate = 48000;
 constexpr auto kPatience = 30s;
-constexpr auto kSettlingTime = 5s;
+constexpr const char* kCapture = "--capture";
+constexpr const char* kCaptureAndRecognise = "--capture-and-recognise";
+/// Pages that the allocator takes now and then; a buffer a second that is not given back is some MB.
+constexpr long kToleratedGrowth = 256; // kB
 
-long residentKilobytes() {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.starts_with("VmRSS:")) {
-            return std::strtol(line.c_str() + std::strlen("VmRSS:"), nullptr, 10);
-        }
-    }
-    return 0;
+/// The value of a frame's samples, to which some noise is added: no stretch of what is played is silent.
+using Signal = std::function<double(std::uint32_t frame)>;
+
+/// Noise with a slow beat, whose spectrum falls as that of speech.
+Signal noise() {
+    return [random = std::mt19937(1), low = 0.0](std::uint32_t frame) mutable {
+        low += 0.05 * (static_cast<double>(random() % 20001) - 10000 - low);
+        return low * (0.1 + 0.9 * static_cast<double>(frame % kRate) / kRate);
+    };
 }
 
-/// Writes what the output plays, as the program's recorder does.
-class OutputFile : public CaptureStreamOutput {
-public:
-    explicit OutputFile(std::unique_ptr<AssetWriter> writer) : writer_(std::move(writer)) { writer_->addInput({}); }
-
-    void streamDidOutput(const CaptureSampleBuffer& sample) override {
-        if (writer_->status() == AssetWriterStatus::unknown) {
-            writer_->startWriting();
-            writer_->startSession(sample.audio.time);
-        }
-        writer_->append(sample.audio);
-    }
-
-    void streamDidStop(const std::string& /*reason*/) override {}
-
-    AssetWriter& writer() { return *writer_; }
-
-private:
-    std::unique_ptr<AssetWriter> writer_;
-};
-
-/// Captures both tracks into `folder` until SIGINT comes, and prints the memory after the start and at the end.
-Task<void> capture(boost::asio::io_context& context, boost::asio::thread_pool& pool, std::filesystem::path folder) {
-    boost::asio::signal_set interrupted(context, SIGINT);
-    PlatformAudioFiles files(pool.get_executor(), {});
-    PipeWireAudioInput input(pool.get_executor(), {});
-    PipeWireSystemAudio systemAudio(pool.get_executor(), {});
-
-    const auto engine = input.makeEngine();
-    const AudioFormat format = co_await engine->inputFormat();
-    const auto microphoneFile = files.createFile(folder / "mic.wav", format, AudioChannel::mic);
-    AudioTap tap = [&microphoneFile](const AudioBuffer& buffer) { microphoneFile->write(buffer); };
-    engine->installTap(4096, format, tap);
-    co_await engine->start();
-
-    const auto output = std::make_shared<OutputFile>(
-        files.makeAssetWriter(folder / "speaker.m4a", AssetFileType::m4a, AudioChannel::speaker));
-    const auto stream = systemAudio.makeStream({}, {});
-    stream->addStreamOutput(output, "talkledger.system-audio-samples");
-    co_await stream->startCapture();
-
-    boost::asio::steady_timer settled(context, kSettlingTime);
-    co_await settled.async_wait(boost::asio::use_awaitable);
-    std::cout << residentKilobytes() << ' ' << std::flush;
-    co_await interrupted.async_wait(boost::asio::use_awaitable);
-    std::cout << residentKilobytes() << '\n' << std::flush;
-
-    engine->removeTap();
-    engine->stop();
-    co_await stream->stopCapture();
-    output->writer().markAsFinished();
-    co_await output->writer().finishWriting();
-    if (output->writer().status() != AssetWriterStatus::completed) {
-        throw std::runtime_error(output->writer().error().value_or("The M4A file is not complete."));
-    }
+/// Somebody who does not stop talking.
+Signal speech(const std::string& voice) {
+    const auto words = std::make_shared<testing::Samples>(
+        testing::speak(voice, "We have a budget of twenty thousand dollars for this year. "
+                              "I will send you the proposal by Friday afternoon."));
+    return [words](std::uint32_t frame) -> double { return (*words)[frame / 3 % words->size()]; };
 }
 
-void runCapture(const std::filesystem::path& folder) {
-    boost::asio::io_context context;
-    boost::asio::thread_pool pool(1);
-    std::exception_ptr failure;
-    boost::asio::co_spawn(context, capture(context, pool, folder),
-                          [&failure](std::exception_ptr error) { failure = std::move(error); });
-    context.run();
-    pool.join();
-    if (failure) {
-        std::rethrow_exception(failure);
-    }
-}
-
-/// Raw or WAV noise with a slow beat: neither silence nor the same in every frame.
-void writeNoise(const std::filesystem::path& path, int seconds, std::uint16_t channelCount) {
+void writeWave(const std::filesystem::path& path, int seconds, std::uint16_t channelCount, Signal signal) {
     std::ofstream file(path, std::ios::binary);
     const auto put = [&file](auto value) { file.write(reinterpret_cast<const char*>(&value), sizeof(value)); };
     const auto frames = static_cast<std::uint32_t>(seconds * kRate);
@@ -147,15 +83,44 @@ void writeNoise(const std::filesystem::path& path, int seconds, std::uint16_t ch
     file << "data";
     put(bytes);
     std::mt19937 random(1);
-    double low = 0;
     for (std::uint32_t frame = 0; frame < frames; ++frame) {
-        const double loudness = 0.1 + 0.9 * static_cast<double>(frame % kRate) / kRate;
-        low += 0.05 * (static_cast<double>(random() % 20001) - 10000 - low); // the spectrum falls, as that of speech
+        const double value = signal(frame);
         for (int channel = 0; channel < channelCount; ++channel) {
-            put(static_cast<std::int16_t>(low * loudness + static_cast<double>(random() % 201) - 100));
+            put(static_cast<std::int16_t>(std::clamp(value, -32000.0, 32000.0) + static_cast<double>(random() % 201) -
+                                          100));
         }
     }
 }
+
+/// A session in which both sides are heard for longer than `seconds`.
+class Meeting {
+public:
+    Meeting(int seconds, const Signal& voice, const Signal& output) {
+        writeWave(folder() / "voice.wav", seconds + 30, 1, voice);
+        writeWave(folder() / "output.wav", seconds + 30, 2, output);
+        voice_ = session_.playIntoMicrophone(folder() / "voice.wav");
+        output_ = session_.play(folder() / "output.wav");
+    }
+
+    const std::filesystem::path& folder() const { return session_.runtimeFolder(); }
+
+    ChildProcessOptions options(std::vector<std::string> arguments) const {
+        ChildProcessOptions options;
+        options.arguments = std::move(arguments);
+        options.environment = session_.environment();
+        return options;
+    }
+
+    /// Our own capture, in a process that is this program once more.
+    ChildProcessOptions captureOptions(const std::string& what) const {
+        return options({std::filesystem::read_symlink("/proc/self/exe").string(), what, folder().string()});
+    }
+
+private:
+    SoundSession session_;
+    std::unique_ptr<ChildProcess> voice_;
+    std::unique_ptr<ChildProcess> output_;
+};
 
 /// The two descriptors of a pipe, closed at the latest by the destructor.
 struct Pipe {
@@ -181,13 +146,6 @@ struct Pipe {
     }
 };
 
-ChildProcessOptions inSession(const SoundSession& session, std::vector<std::string> arguments) {
-    ChildProcessOptions options;
-    options.arguments = std::move(arguments);
-    options.environment = session.environment();
-    return options;
-}
-
 /// `isInterruptible`: pw-record takes an interrupt for a failure.
 double processorSeconds(ChildProcess& process, bool isInterruptible = false) {
     const auto status = process.wait(kPatience);
@@ -197,56 +155,60 @@ double processorSeconds(ChildProcess& process, bool isInterruptible = false) {
     return std::chrono::duration<double>(process.processorTime()).count();
 }
 
-int compare(int seconds) {
-    SoundSession session;
-    const auto& folder = session.runtimeFolder();
-    writeNoise(folder / "voice.wav", seconds + 30, 1);
-    writeNoise(folder / "output.wav", seconds + 30, 2);
-    const auto voice = session.playIntoMicrophone(folder / "voice.wav");
-    const auto output = session.play(folder / "output.wav");
+void interruptAfter(int seconds, ChildProcess& capture, const std::vector<ChildProcess*>& tools) {
+    if (capture.wait(std::chrono::seconds(seconds))) {
+        throw std::runtime_error("The capture ended early: " + capture.standardError());
+    }
+    capture.signal(SIGINT);
+    for (ChildProcess* tool : tools) {
+        tool->signal(SIGINT);
+    }
+}
 
+bool hasGrown(const CaptureFigures& figures) {
+    std::printf("  memory, growth             %ld kB  (at most %ld)\n", figures.memoryGrowth, kToleratedGrowth);
+    return figures.memoryGrowth > kToleratedGrowth;
+}
+
+bool isAsCheapAsTheTools(int seconds) {
+    const Meeting meeting(seconds, noise(), noise());
+    const auto& folder = meeting.folder();
     Pipe samples;
-    auto soundOptions = inSession(session, {"pw-record", "-P", "{ stream.capture.sink=true }", "--format", "f32",
-                                            "--rate", "48000", "--channels", "2", "-"});
+    auto soundOptions = meeting.options({"pw-record", "-P", "{ stream.capture.sink=true }", "--format", "f32", "--rate",
+                                         "48000", "--channels", "2", "-"});
     soundOptions.standardOutput = samples.ends[1];
-    auto encoderOptions = inSession(session, {"ffmpeg",
-                                              "-v",
-                                              "error",
-                                              "-f",
-                                              "f32le",
-                                              "-ar",
-                                              "48000",
-                                              "-ac",
-                                              "2",
-                                              "-i",
-                                              "-",
-                                              "-c:a",
-                                              "aac",
-                                              "-aac_coder",
-                                              "fast",
-                                              "-b:a",
-                                              "128k",
-                                              "-movflags",
-                                              "delay_moov+frag_keyframe+empty_moov+default_base_moof",
-                                              "-frag_duration",
-                                              "1000000",
-                                              "-flush_packets",
-                                              "1",
-                                              (folder / "reference.m4a").string()});
+    auto encoderOptions = meeting.options({"ffmpeg",
+                                           "-v",
+                                           "error",
+                                           "-f",
+                                           "f32le",
+                                           "-ar",
+                                           "48000",
+                                           "-ac",
+                                           "2",
+                                           "-i",
+                                           "-",
+                                           "-c:a",
+                                           "aac",
+                                           "-aac_coder",
+                                           "fast",
+                                           "-b:a",
+                                           "128k",
+                                           "-movflags",
+                                           "delay_moov+frag_keyframe+empty_moov+default_base_moof",
+                                           "-frag_duration",
+                                           "1000000",
+                                           "-flush_packets",
+                                           "1",
+                                           (folder / "reference.m4a").string()});
     encoderOptions.standardInput = samples.ends[0];
 
-    ChildProcess ours(
-        inSession(session, {std::filesystem::read_symlink("/proc/self/exe").string(), "--capture", folder.string()}));
+    ChildProcess ours(meeting.captureOptions(kCapture));
     ChildProcess encoder(encoderOptions);
     ChildProcess sound(soundOptions);
-    ChildProcess microphone(inSession(session, {"pw-record", "--format", "f32", (folder / "reference.wav").string()}));
+    ChildProcess microphone(meeting.options({"pw-record", "--format", "f32", (folder / "reference.wav").string()}));
     samples.close();
-    if (ours.wait(std::chrono::seconds(seconds))) {
-        throw std::runtime_error("The capture ended early: " + ours.standardError());
-    }
-    for (ChildProcess* process : {&ours, &sound, &microphone}) {
-        process->signal(SIGINT);
-    }
+    interruptAfter(seconds, ours, {&sound, &microphone});
     const double oursSeconds = processorSeconds(ours);
     const double soundSeconds = processorSeconds(sound, true);
     const double encoderSeconds = processorSeconds(encoder);
@@ -259,18 +221,45 @@ int compare(int seconds) {
     std::printf("  pw-record | ffmpeg         %.3f + %.3f\n", soundSeconds, encoderSeconds);
     std::printf("  pw-record, microphone      %.3f\n", microphoneSeconds);
     std::printf("  ratio                      %.2f  (at most 1)\n", ratio);
-    std::printf("  memory, kB (start, end)    %s", ours.standardOutput().c_str());
     std::printf("  speaker.m4a, bytes         %ju against %ju\n", std::filesystem::file_size(folder / "speaker.m4a"),
                 std::filesystem::file_size(folder / "reference.m4a"));
-    return ratio <= 1 ? EXIT_SUCCESS : EXIT_FAILURE;
+    const bool grows = hasGrown(decodeFigures(ours.standardOutput()));
+    return ratio <= 1 && !grows;
+}
+
+bool missesNothingBesideRecognisers(int seconds) {
+    const Meeting meeting(seconds, speech("rms"), speech("slt"));
+    const auto voicePath = meeting.folder() / "reference-voice.wav";
+    const auto outputPath = meeting.folder() / "reference-output.wav";
+    ChildProcess ours(meeting.captureOptions(kCaptureAndRecognise));
+    ChildProcess voice(meeting.options({"pw-record", "--format", "f32", voicePath.string()}));
+    ChildProcess output(
+        meeting.options({"pw-record", "-P", "{ stream.capture.sink=true }", "--format", "f32", outputPath.string()}));
+    interruptAfter(seconds, ours, {&voice, &output});
+    processorSeconds(ours);
+    processorSeconds(voice, true);
+    processorSeconds(output, true);
+    const CaptureFigures figures = decodeFigures(ours.standardOutput());
+    const std::int64_t missedByTools = missingFrames(voicePath) + missingFrames(outputPath);
+
+    std::printf("the same beside two live recognisers, which found %jd utterances\n",
+                std::intmax_t{figures.recognisedSegments});
+    std::printf("  talkledger                 %.3f  (%.2f %% of a core)\n", figures.processorSeconds,
+                100 * figures.processorSeconds / seconds);
+    std::printf("  the recognisers            %.3f\n", figures.recognitionSeconds);
+    std::printf("  frames missed              %jd  (at most %jd, as pw-record)\n", std::intmax_t{figures.missingFrames},
+                std::intmax_t{missedByTools});
+    const bool grows = hasGrown(figures);
+    return figures.recognisedSegments > 0 && figures.missingFrames <= missedByTools && !grows;
 }
 
 } // namespace
 
 int main(int argumentCount, char** arguments) {
     try {
-        if (argumentCount == 3 && std::string_view(arguments[1]) == "--capture") {
-            runCapture(arguments[2]);
+        const std::string_view what = argumentCount == 3 ? arguments[1] : "";
+        if (what == kCapture || what == kCaptureAndRecognise) {
+            std::cout << encodeFigures(runCapture(arguments[2], what == kCaptureAndRecognise));
             return EXIT_SUCCESS;
         }
         const int seconds = argumentCount > 1 ? static_cast<int>(std::strtol(arguments[1], nullptr, 10)) : 40;
@@ -278,7 +267,9 @@ int main(int argumentCount, char** arguments) {
             std::cerr << "Usage: talkledger-capture-bench [seconds, at least 10]\n";
             return EXIT_FAILURE;
         }
-        return compare(seconds);
+        const bool isCheap = isAsCheapAsTheTools(seconds);
+        const bool isUndisturbed = missesNothingBesideRecognisers(seconds);
+        return isCheap && isUndisturbed ? EXIT_SUCCESS : EXIT_FAILURE;
     } catch (const std::exception& error) {
         std::cerr << "talkledger-capture-bench: " << error.what() << '\n';
         return EXIT_FAILURE;
