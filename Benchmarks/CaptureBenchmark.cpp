@@ -65,7 +65,7 @@ Signal speech(const std::string& voice) {
     return [words](std::uint32_t frame) -> double { return (*words)[frame / 3 % words->size()]; };
 }
 
-void writeWave(const std::filesystem::path& path, int seconds, std::uint16_t channelCount, Signal signal) {
+void writeWave(const std::filesystem::path& path, int seconds, std::uint16_t channelCount, const Signal& signal) {
     std::ofstream file(path, std::ios::binary);
     const auto put = [&file](auto value) { file.write(reinterpret_cast<const char*>(&value), sizeof(value)); };
     const auto frames = static_cast<std::uint32_t>(seconds * kRate);

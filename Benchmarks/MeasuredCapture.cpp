@@ -27,7 +27,6 @@
 #include <fstream>
 #include <map>
 #include <memory>
-#include <optional>
 #include <span>
 #include <sstream>
 #include <stdexcept>
@@ -107,7 +106,7 @@ public:
         co_await microphone_->startRecording(folder_ / "mic.wav");
         co_await systemAudio_->startRecording(folder_ / "speaker.m4a");
         if (recognises_) {
-            recognition_.emplace(englishSettings());
+            recognition_ = std::make_unique<WorkerSpeechRecognition>(englishSettings());
             co_await recognise(AudioChannel::mic, {AudioSampleFormat::float32, 48000, 1, true});
             co_await recognise(AudioChannel::speaker, {AudioSampleFormat::float32, 48000, 2, true});
         }
@@ -140,7 +139,7 @@ private:
             [this](const TranscriptSegment& segment) {
                 figures_.recognisedSegments += segment.status == TranscriptSegmentStatus::final ? 1 : 0;
             },
-            *recognition_, conversion_, timeline_->origin().value());
+            *recognition_, conversion_, timeline_->origin().value_or(MonotonicTime()));
         co_await session->start(format);
         relay_.attach(session, channel);
         sessions_.emplace(channel, session);
@@ -170,7 +169,7 @@ private:
     PlatformAudioFiles files_{background_.get_executor(), {}};
     PipeWireAudioInput audioInput_{background_.get_executor(), {}};
     PipeWireSystemAudio output_{background_.get_executor(), {}};
-    std::optional<WorkerSpeechRecognition> recognition_;
+    std::unique_ptr<WorkerSpeechRecognition> recognition_;
     std::map<AudioChannel, std::shared_ptr<LiveSpeechTranscriptionSession>> sessions_;
     std::shared_ptr<RecordingTimelineRecorder> timeline_{
         std::make_shared<RecordingTimelineRecorder>(fileSystem_, background_.get_executor())};
