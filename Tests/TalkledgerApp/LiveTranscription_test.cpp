@@ -9,6 +9,7 @@
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -143,6 +144,17 @@ TEST_F(LiveTranscriptionTest, ARecogniserThatIsStillStartingIsLetGoOf) {
     stop();
     waitUntil([this] { return speech_.liveStart.cancelledCount() == 2; });
     EXPECT_FALSE(model().isListening());
+}
+
+TEST_F(LiveTranscriptionTest, EndsWithTheProgram) {
+    liveSummaryInterval_ = std::chrono::milliseconds(1);
+    languageModel_.state.isAvailable = true;
+    languageModel_.answering.close();
+    makeModel();
+    recordLive();
+    say(AudioChannel::mic, spoken("We would like to begin with the standard package in May.", 1, 1));
+    waitUntil([this] { return languageModel_.answering.waitingCount() == 1; });
+    EXPECT_TRUE(model().isRecording()) << "nobody stops it, and what waits has to go without harm";
 }
 
 TEST_F(LiveTranscriptionTest, AFailedStartLeavesNothingOfIt) {
