@@ -17,6 +17,7 @@ extern "C" const char* __lsan_default_suppressions() {
 extern "C" const char* __tsan_default_suppressions() {
     return "called_from_lib:libQt6Core.so\n"
            "called_from_lib:libQt6DBus.so\n"
+           "called_from_lib:libQt6Gui.so\n"
            "called_from_lib:libQt6Qml.so\n"
            "called_from_lib:libQt6XcbQpa.so\n"
            "called_from_lib:libdbus-1.so\n"
