@@ -210,6 +210,14 @@ void SoundSession::thawServer() {
     server_->signal(SIGCONT);
 }
 
+void SoundSession::freezeSessionManager() {
+    sessionManager_->signal(SIGSTOP);
+}
+
+void SoundSession::thawSessionManager() {
+    sessionManager_->signal(SIGCONT);
+}
+
 void SoundSession::addNode(const std::string& name, const std::string& mediaClass, const std::string& position,
                            int priority, bool becomesDefault) {
     run({"pw-cli", "create-node", "adapter", nodeProperties(name, mediaClass, position, priority)});

@@ -56,6 +56,10 @@ public:
     void freezeServer();
     void thawServer();
 
+    /// The same with the session manager, without which nobody new gets a connection.
+    void freezeSessionManager();
+    void thawSessionManager();
+
     /// Adds a device; `mediaClass` is "Audio/Sink", "Audio/Source/Virtual" or the like, `position` its channels ("FL
     /// FR", "MONO"). Of several, the one with the highest priority becomes the default. Returns when the session
     /// manager has made its choice of default known, if `becomesDefault`.

@@ -36,6 +36,8 @@ constexpr auto kSupervision = 500ms;
 /// While devices come and go the session manager's choice goes back and forth; the old device is recorded until it
 /// rests.
 constexpr auto kTargetSettling = 200ms;
+/// So long after a device has come or gone the session manager, on a loaded machine, has chosen the defaults.
+constexpr auto kDefaultsSettling = 3s;
 constexpr auto kDeliveryInterval = 250ms;
 constexpr std::size_t kLongestThreadName = 15;
 
@@ -287,7 +289,8 @@ void PipeWireCapture::supervise() {
             target_ = target;
             targetChanged_ = now;
         }
-        if (!device && now - defaultsAsked_ >= kSupervision) {
+        const bool mayHaveChanged = !device || now - connection_.devicesChanged() < kDefaultsSettling;
+        if (mayHaveChanged && now - defaultsAsked_ >= kSupervision) {
             defaultsAsked_ = now;
             connection_.askForDefaults();
         }

@@ -135,6 +135,9 @@ void PipeWireConnection::disconnect() {
 }
 
 void PipeWireConnection::roundTripDone(int sequence) {
+    if (sequence == defaultsSequence_) {
+        defaultsSequence_.reset();
+    }
     if (sequence != pendingSequence_) {
         return;
     }
@@ -157,6 +160,7 @@ void PipeWireConnection::globalAdded(std::uint32_t id, const char* type, const s
         nodes_[id] = {.device = {.name = name, .description = description.empty() ? name : description, .node = id},
                       .mediaClass = std::string(lookUp(properties, PW_KEY_MEDIA_CLASS)),
                       .client = number(properties, PW_KEY_CLIENT_ID)};
+        noteChangeOf(nodes_[id]);
         signalChange();
     } else if (typeName == PW_TYPE_INTERFACE_Port) {
         ports_[id] = {.node = number(properties, PW_KEY_NODE_ID),
@@ -172,12 +176,13 @@ void PipeWireConnection::globalAdded(std::uint32_t id, const char* type, const s
     } else if (typeName == PW_TYPE_INTERFACE_Client) {
         clientProcesses_[id] = lookUp(properties, PW_KEY_SEC_PID);
     } else if (typeName == PW_TYPE_INTERFACE_Metadata && lookUp(properties, PW_KEY_METADATA_NAME) == "default") {
+        forgetMetadata();
         bindMetadata(id);
     }
 }
 
 void PipeWireConnection::bindMetadata(std::uint32_t id) {
-    forgetMetadata();
+    unbindMetadata();
     metadataId_ = id;
     auto* registry = reinterpret_cast<pw_registry*>(registry_);
     auto* metadata =
@@ -185,11 +190,13 @@ void PipeWireConnection::bindMetadata(std::uint32_t id) {
     if (metadata != nullptr) {
         metadata_ = reinterpret_cast<pw_proxy*>(metadata);
         pw_metadata_add_listener(metadata, &metadataListener_, &metadataEvents, this);
+        defaultsSequence_ = pw_core_sync(core_, PW_ID_CORE, 0);
     }
 }
 
+/// Those that are known stay until the answer has come: a track must not lose its device meanwhile.
 void PipeWireConnection::askForDefaults() {
-    if (metadata_ != nullptr) {
+    if (metadata_ != nullptr && !defaultsSequence_) {
         bindMetadata(metadataId_);
     }
 }
@@ -198,19 +205,35 @@ void PipeWireConnection::globalRemoved(std::uint32_t id) {
     if (id == metadataId_) {
         forgetMetadata();
         signalChange();
-    } else if (nodes_.erase(id) + ports_.erase(id) + links_.erase(id) + clientProcesses_.erase(id) > 0) {
+        return;
+    }
+    if (const auto node = nodes_.find(id); node != nodes_.end()) {
+        noteChangeOf(node->second);
+    }
+    if (nodes_.erase(id) + ports_.erase(id) + links_.erase(id) + clientProcesses_.erase(id) > 0) {
         signalChange();
     }
 }
 
-void PipeWireConnection::forgetMetadata() {
-    metadataId_ = SPA_ID_INVALID;
-    defaults_.clear();
+void PipeWireConnection::noteChangeOf(const Node& node) {
+    if (isReady_ && node.mediaClass.starts_with("Audio/")) { // no player's or recorder's stream
+        devicesChanged_ = std::chrono::steady_clock::now();
+    }
+}
+
+void PipeWireConnection::unbindMetadata() {
     if (metadata_ != nullptr) {
         spa_hook_remove(&metadataListener_);
         pw_proxy_destroy(metadata_);
         metadata_ = nullptr;
     }
+    defaultsSequence_.reset();
+}
+
+void PipeWireConnection::forgetMetadata() {
+    unbindMetadata();
+    metadataId_ = SPA_ID_INVALID;
+    defaults_.clear();
 }
 
 void PipeWireConnection::defaultChanged(const char* key, const char* value) {

@@ -70,9 +70,12 @@ public:
     /// The default microphone or output. A source that is an output's monitor is no microphone.
     std::optional<CaptureDevice> defaultDevice(CaptureSource source) const;
 
-    /// Asks for the defaults anew; their arrival is a change. A session manager that has just started has been seen to
-    /// withdraw a default and not to tell of the next one.
+    /// Asks for the defaults anew, unless an answer is due; their arrival is a change. While another client asks, and
+    /// for good once one has left before its answer, the server tells nobody else of a change.
     void askForDefaults();
+
+    /// When a device came or went last; the session manager chooses the defaults anew then.
+    std::chrono::steady_clock::time_point devicesChanged() const { return devicesChanged_; }
 
     /// What connections of this process play into a device; nothing when it has channels other than those.
     std::vector<PlayedPort> portsOfThisProcessPlayingInto(std::uint32_t node,
@@ -134,10 +137,12 @@ private:
 
     void globalAdded(std::uint32_t id, const char* type, const spa_dict* properties);
     void globalRemoved(std::uint32_t id);
+    void noteChangeOf(const Node& node);
     void defaultChanged(const char* key, const char* value);
     void roundTripDone(int sequence);
     std::string_view processOf(std::uint32_t client) const;
     void bindMetadata(std::uint32_t id);
+    void unbindMetadata();
     void forgetMetadata();
 
     static const pw_core_events coreEvents;
@@ -162,6 +167,8 @@ private:
     bool hasRegistry_{false};
     int pendingSequence_{0};
     std::uint32_t metadataId_{SPA_ID_INVALID};
+    std::optional<int> defaultsSequence_; ///< of the round trip with which the defaults come
+    std::chrono::steady_clock::time_point devicesChanged_;
     std::map<std::uint32_t, Node> nodes_;
     std::map<std::uint32_t, Port> ports_;
     std::map<std::uint32_t, Link> links_;

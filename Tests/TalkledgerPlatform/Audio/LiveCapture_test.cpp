@@ -4,6 +4,7 @@
 #include "TalkledgerPlatform/Audio/CapturedTrack.h"
 #include "TalkledgerPlatform/Audio/NoiseStream.h"
 #include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
+#include "TalkledgerPlatform/Audio/PipeWireConnection.h"
 #include "TalkledgerPlatform/Audio/PipeWireSystemAudio.h"
 #include "TalkledgerPlatform/Audio/SoundServerError.h"
 
@@ -201,6 +202,28 @@ private:
     std::unique_ptr<CaptureStream> stream_;
 };
 
+/// A client that asks for the defaults and leaves before the session manager has answered: from then on the server
+/// tells nobody of a change, only those who ask.
+void leaveBeforeTheAnswer(SoundSession& session) {
+    PipeWireConnection client;
+    const auto patience = [] { return std::chrono::steady_clock::now() + std::chrono::seconds(20); };
+    {
+        const PipeWireConnection::Lock lock(client);
+        client.waitForDefaultDevice(CaptureSource::microphone, patience());
+    }
+    session.freezeSessionManager();
+    {
+        const PipeWireConnection::Lock lock(client);
+        client.askForDefaults();
+        client.waitForChange(std::chrono::steady_clock::now() + std::chrono::milliseconds(200)); // none: it is sent
+    }
+    {
+        const PipeWireConnection::Lock lock(client);
+        client.disconnect();
+    }
+    session.thawSessionManager();
+}
+
 class LiveCapture : public ::testing::Test {
 protected:
     /// Long cycles: beside other work and without realtime priority, short ones are missed upstream of the capture.
@@ -259,6 +282,16 @@ TEST_F(LiveCapture, FollowsTheDefaultMicrophoneAndComesBack) {
     const MonotonicTime stopped = std::chrono::steady_clock::now();
     recording.stop();
     expectTrueTimeline(recording.track(), stopped);
+}
+
+TEST_F(LiveCapture, FollowsDefaultsOfWhichTheServerDoesNotTell) {
+    SoundSession& session = enterSession();
+    MicrophoneRecording recording(session);
+    recording.start();
+    leaveBeforeTheAnswer(session);
+    const auto passage = noise(1, 1, 18);
+    const auto file = wave(passage, 1);
+    EXPECT_TRUE(recordWhole(recording.track(), passage, [&] { return session.playIntoMicrophone(file); }));
 }
 
 TEST_F(LiveCapture, ConvertsAnotherMicrophoneToTheTracksFormat) {
