@@ -1,5 +1,6 @@
 #include "TalkledgerApp/LiveSummary.h"
 
+#include "TalkledgerApp/ScreenSummary.h"
 #include "TalkledgerCore/Support/Continuation.h"
 #include "TalkledgerCore/Support/TaskHandle.h"
 
@@ -9,11 +10,7 @@
 #include <boost/asio/use_awaitable.hpp>
 
 #include <QDateTime>
-#include <QStringList>
-#include <QVariantMap>
-#include <algorithm>
 #include <exception>
-#include <iterator>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -23,14 +20,6 @@ namespace {
 
 /// Less speech than this is not worth a summary.
 constexpr int minimumCharacterCount = 40;
-
-QVariantMap section(const char* heading, const std::vector<std::string>& entries, bool isList) {
-    QStringList texts;
-    std::ranges::transform(entries, std::back_inserter(texts), &QString::fromStdString);
-    return {{QStringLiteral("heading"), QString::fromLatin1(heading)},
-            {QStringLiteral("entries"), texts},
-            {QStringLiteral("isList"), isList}};
-}
 
 } // namespace
 
@@ -108,28 +97,9 @@ QString LiveSummary::updateTime() const {
     return QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).toString(QStringLiteral("HH:mm:ss"));
 }
 
+/// What a model writes has no fixed sentences to be translated.
 QVariantList LiveSummary::sections() const {
-    QVariantList sections;
-    if (!snapshot_) {
-        return sections;
-    }
-    const SalesSummary& summary = snapshot_->summary;
-    if (!summary.overview.empty()) {
-        sections.push_back(section("overview", {summary.overview}, false));
-    }
-    const std::pair<const char*, const std::vector<std::string>*> lists[] = {
-        {"decisions", &summary.decisions},
-        {"nextActions", &summary.nextActions},
-        {"unresolvedQuestions", &summary.unresolvedQuestions},
-        {"customerPains", &summary.customerPains},
-        {"budgetSignals", &summary.budgetSignals},
-        {"objections", &summary.objections}};
-    for (const auto& [heading, entries] : lists) {
-        if (!entries->empty()) {
-            sections.push_back(section(heading, *entries, true));
-        }
-    }
-    return sections;
+    return snapshot_ ? screenSummary(snapshot_->summary, {DisplayLanguage::english}) : QVariantList();
 }
 
 Task<> LiveSummary::refreshUntilStopped(const Loop& loop) {

@@ -1,8 +1,14 @@
 #include "TalkledgerApp/RecordingDetail.h"
 
+#include "TalkledgerApp/ScreenSummary.h"
+
+#include <QVariantMap>
 #include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <iterator>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -31,6 +37,52 @@ std::vector<std::string> problemsIn(const RecordingDiagnostics& diagnostics, con
     return problems;
 }
 
+QString durationText(double seconds) {
+    const auto whole = static_cast<qint64>(seconds);
+    const QLatin1Char zero('0');
+    return QStringLiteral("%1:%2").arg(whole / 60, 2, 10, zero).arg(whole % 60, 2, 10, zero);
+}
+
+QString sizeText(std::int64_t bytes) {
+    constexpr double megabyte = 1e6;
+    constexpr double gigabyte = 1e9;
+    const auto size = static_cast<double>(bytes);
+    return size < gigabyte ? QString::number(size / megabyte, 'f', 1) + QStringLiteral(" MB")
+                           : QString::number(size / gigabyte, 'f', 1) + QStringLiteral(" GB");
+}
+
+QVariantMap screenFile(const RecordingArtifactDiagnostic& file, const AppCopy& copy) {
+    const std::string_view channel = rawValue(file.channel);
+    return {{QStringLiteral("channel"), QString::fromLatin1(channel.data(), static_cast<qsizetype>(channel.size()))},
+            {QStringLiteral("name"), QString::fromStdString(file.fileName)},
+            {QStringLiteral("state"), QString::fromStdString(copy.artifactStatusLabel(file.exists, file.isEmpty))},
+            {QStringLiteral("isEmpty"), file.isEmpty},
+            {QStringLiteral("duration"), file.durationSeconds ? durationText(*file.durationSeconds) : QString()},
+            {QStringLiteral("size"), file.isEmpty ? QString() : sizeText(file.byteCount)}};
+}
+
+/// As they were measured at the stop; of a recording that had none, as they lie there now.
+std::vector<RecordingArtifactDiagnostic> audioFiles(const RecordingSession& session,
+                                                    const RecordingDiagnostics& diagnostics) {
+    if (!diagnostics.artifacts.empty()) {
+        return diagnostics.artifacts;
+    }
+    std::vector<RecordingArtifactDiagnostic> files;
+    for (const AudioChannel channel : {AudioChannel::mic, AudioChannel::speaker}) {
+        const bool isMicrophone = channel == AudioChannel::mic;
+        const std::filesystem::path& path = isMicrophone ? session.artifacts.micAudio : session.artifacts.speakerAudio;
+        std::error_code missing;
+        const std::uintmax_t size = std::filesystem::file_size(path, missing);
+        files.push_back({.channel = channel,
+                         .fileName = path.filename().string(),
+                         .exists = !missing,
+                         .byteCount = missing ? 0 : static_cast<std::int64_t>(size),
+                         .durationSeconds = std::nullopt,
+                         .isEmpty = missing || size == 0});
+    }
+    return files;
+}
+
 } // namespace
 
 RecordingDetail::RecordingDetail(const AppModel& model, const RecordingListModel& recordings)
@@ -39,12 +91,15 @@ RecordingDetail::RecordingDetail(const AppModel& model, const RecordingListModel
     connect(&recordings, &RecordingListModel::countChanged, this, &RecordingDetail::changed);
     connect(&model, &AppModel::sessionsChanged, this, &RecordingDetail::findProblems);
     connect(&model, &AppModel::displayLanguageChanged, this, &RecordingDetail::findProblems);
+    connect(&model, &AppModel::sessionsChanged, this, &RecordingDetail::readDocuments);
+    connect(&model, &AppModel::displayLanguageChanged, this, &RecordingDetail::readDocuments);
     connect(&model.tracks(), &RecordingTracks::statesChanged, this, &RecordingDetail::findProblems);
 }
 
 void RecordingDetail::setRecordingID(const QString& recordingID) {
     if (std::exchange(recordingID_, recordingID) != recordingID) {
         lines_.setRecordingID(recordingID);
+        readDocuments();
         Q_EMIT recordingChosen();
         Q_EMIT changed();
         findProblems();
@@ -53,6 +108,36 @@ void RecordingDetail::setRecordingID(const QString& recordingID) {
 
 QString RecordingDetail::field(RecordingListModel::Role role) const {
     return recordings_.data(recordings_.index(recordings_.rowOf(recordingID_)), role).toString();
+}
+
+void RecordingDetail::readDocuments() {
+    summarySections_.clear();
+    emailDraft_.clear();
+    files_.clear();
+    messages_.clear();
+    bool needsAttention = false;
+    if (const RecordingSession* const session = model_.session(recordingID_)) {
+        const AppCopy copy = model_.copy();
+        const SalesSummary summary = model_.listSummary(*session).value_or(SalesSummary());
+        summarySections_ = screenSummary(summary, copy);
+        emailDraft_ = QString::fromStdString(copy.followUpEmailDraft(summary.followUpEmailDraft)).trimmed();
+        const RecordingDiagnostics diagnostics = model_.diagnostics(*session).value_or(RecordingDiagnostics());
+        for (const RecordingArtifactDiagnostic& file : audioFiles(*session, diagnostics)) {
+            files_.push_back(screenFile(file, copy));
+            needsAttention |= file.isEmpty;
+        }
+        for (const std::string& message : diagnostics.messages) {
+            const bool isFailure = AppCopy::tellsOfLoss(message);
+            messages_.push_back(
+                QVariantMap{{QStringLiteral("text"), QString::fromStdString(copy.diagnosticMessage(message))},
+                            {QStringLiteral("isFailure"), isFailure}});
+            needsAttention |= isFailure;
+        }
+    }
+    Q_EMIT documentsChanged();
+    if (std::exchange(needsAttention_, needsAttention) != needsAttention) {
+        Q_EMIT needsAttentionChanged();
+    }
 }
 
 void RecordingDetail::findProblems() {

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QVariantList>
 
 namespace talkledger {
 
@@ -21,6 +22,11 @@ class RecordingDetail : public QObject {
     Q_PROPERTY(QString status READ status NOTIFY changed)
     Q_PROPERTY(QString statusText READ statusText NOTIFY changed)
     Q_PROPERTY(QStringList problems READ problems NOTIFY problemsChanged)
+    Q_PROPERTY(QVariantList summarySections READ summarySections NOTIFY documentsChanged)
+    Q_PROPERTY(QString emailDraft READ emailDraft NOTIFY documentsChanged)
+    Q_PROPERTY(QVariantList files READ files NOTIFY documentsChanged)
+    Q_PROPERTY(QVariantList messages READ messages NOTIFY documentsChanged)
+    Q_PROPERTY(bool needsAttention READ needsAttention NOTIFY needsAttentionChanged)
     Q_PROPERTY(QAbstractItemModel* lines READ lines CONSTANT)
 
 public:
@@ -46,21 +52,42 @@ public:
     /// What the recording lacks, or is lacking just now.
     const QStringList& problems() const { return problems_; }
 
+    /// What there is of its summary, and the e-mail that goes with it.
+    const QVariantList& summarySections() const { return summarySections_; }
+
+    const QString& emailDraft() const { return emailDraft_; }
+
+    /// Its audio files as they were measured, and the messages of its start and stop; maps.
+    const QVariantList& files() const { return files_; }
+
+    const QVariantList& messages() const { return messages_; }
+
+    /// A file is empty, or a message tells of a failure.
+    bool needsAttention() const { return needsAttention_; }
+
     TranscriptLinesModel* lines() { return &lines_; }
 
 Q_SIGNALS:
     void recordingChosen();
     void changed();
     void problemsChanged();
+    void documentsChanged();
+    void needsAttentionChanged();
 
 private:
     QString field(RecordingListModel::Role role) const;
     void findProblems();
+    void readDocuments();
 
     const AppModel& model_;
     const RecordingListModel& recordings_;
     QString recordingID_;
     QStringList problems_;
+    QVariantList summarySections_;
+    QString emailDraft_;
+    QVariantList files_;
+    QVariantList messages_;
+    bool needsAttention_{false};
     TranscriptLinesModel lines_;
 };
 

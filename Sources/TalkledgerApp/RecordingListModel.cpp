@@ -101,6 +101,10 @@ QString RecordingListModel::recordingIDAt(int row) const {
     return data(index(row), recordingID).toString();
 }
 
+QString RecordingListModel::titleOf(const QString& recordingID) const {
+    return data(index(rowOf(recordingID)), fullTitle).toString();
+}
+
 QString RecordingListModel::selection(const QString& clickedID) const {
     const auto clicked = parseUuid(clickedID.toStdString());
     return clicked ? screenID(RecordingSelection::select(*clicked, sessions_)) : QString();

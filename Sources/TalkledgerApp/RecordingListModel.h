@@ -43,6 +43,9 @@ public:
     Q_INVOKABLE int rowOf(const QString& recordingID) const;
     Q_INVOKABLE QString recordingIDAt(int row) const;
 
+    /// In full; empty when it is not there.
+    Q_INVOKABLE QString titleOf(const QString& recordingID) const;
+
     /// Which recording is selected after that one has been clicked, and which when nobody has clicked: the one in
     /// progress before the one that was. Empty without recordings.
     Q_INVOKABLE QString selection(const QString& clickedID) const;

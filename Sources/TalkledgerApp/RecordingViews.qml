@@ -7,6 +7,9 @@ FocusScope {
 
     property string selectedID
 
+    /// Where there is room for one of them only: the list, or the recording.
+    property bool showsList: false
+
     readonly property bool isWide: width >= Theme.wideFrom
     readonly property bool isNarrow: width < Theme.narrowBelow
 
@@ -69,6 +72,22 @@ FocusScope {
         onActivated: appModel.reveal(screen.selectedID)
     }
     Shortcut {
+        sequences: ["F2"]
+        onActivated: detail.editTitle()
+    }
+    Shortcut {
+        sequences: ["Ctrl+1"]
+        onActivated: detail.show(0)
+    }
+    Shortcut {
+        sequences: ["Ctrl+2"]
+        onActivated: detail.show(1)
+    }
+    Shortcut {
+        sequences: ["Ctrl+3"]
+        onActivated: detail.show(2)
+    }
+    Shortcut {
         sequences: ["Alt+Up"]
         onActivated: list.step(-1)
     }
@@ -94,8 +113,11 @@ FocusScope {
         anchors.left: parent.left
         anchors.top: bar.bottom
         selectedID: screen.selectedID
-        width: screen.isWide ? 288 : screen.isNarrow ? Math.min(200, screen.width * 0.4) : 256
+        visible: width > 0
+        width: screen.isNarrow ? (screen.showsList || recordings.count === 0 ? screen.width : 0)
+             : screen.width >= Theme.largeFrom ? 320 : screen.isWide ? 288 : 256
         onChosen: recordingID => screen.selectedID = recordings.selection(recordingID)
+        onOpened: screen.showsList = false
     }
 
     ErrorBanner {
@@ -119,20 +141,25 @@ FocusScope {
                ? [] : [texts.noSpeechRecogniser]
     }
 
-    TranscriptViews {
+    RecordingDetailView {
+        id: detail
+
         anchors.bottom: parent.bottom
         anchors.left: list.right
         anchors.right: parent.right
         anchors.top: notice.bottom
+        isAlone: screen.isNarrow
         isWide: screen.isWide
-        liveColumnWidth: screen.isWide ? 368 : screen.width >= Theme.mediumFrom ? 320 : 0
-        visible: recordings.count > 0
+        summaryWidth: screen.width >= Theme.largeFrom ? 440 : screen.isWide ? 368
+                    : screen.width >= Theme.mediumFrom ? 320 : 0
+        visible: recordings.count > 0 && (!screen.isNarrow || !screen.showsList)
+        onBackWanted: screen.showsList = true
     }
     EmptyView {
         anchors.bottom: parent.bottom
         anchors.left: list.right
         anchors.right: parent.right
         anchors.top: notice.bottom
-        visible: recordings.count === 0
+        visible: recordings.count === 0 && !screen.isNarrow
     }
 }

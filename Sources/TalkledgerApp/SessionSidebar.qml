@@ -7,6 +7,7 @@ Rectangle {
 
     required property string selectedID
     signal chosen(string recordingID)
+    signal opened
 
     function step(rows) {
         const row = recordings.rowOf(selectedID) + rows
@@ -61,10 +62,13 @@ Rectangle {
             onChosen: {
                 list.forceActiveFocus()
                 sidebar.chosen(recordingID)
+                sidebar.opened()
             }
         }
 
         Keys.onDownPressed: sidebar.step(1)
+        Keys.onEnterPressed: sidebar.opened()
+        Keys.onReturnPressed: sidebar.opened()
         Keys.onUpPressed: sidebar.step(-1)
     }
 

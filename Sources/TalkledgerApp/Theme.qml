@@ -34,6 +34,8 @@ QtObject {
     readonly property color fail: isDark ? "#FF8FA6" : "#A3163F"
     readonly property color failTint: isDark ? "#371A22" : "#FAE7EC"
     readonly property color failLine: isDark ? "#743445" : "#E0A5B6"
+    readonly property color mark: isDark ? "#6B5410" : "#FFE08A"
+    readonly property color markText: isDark ? "#FFF3CC" : "#1A201D"
     readonly property color track: isDark ? "#363D3A" : "#DDE1DC"
 
     /// All of its digits are equally wide, so a running clock stands still.
@@ -67,6 +69,7 @@ QtObject {
 
     readonly property int barHeight: 56
     readonly property int detailHeadHeight: 72
+    readonly property int columnHeadHeight: 40
     readonly property int footHeight: 36
     readonly property int mainButtonHeight: 40
     readonly property int buttonHeight: 32
@@ -75,10 +78,13 @@ QtObject {
     readonly property int widestTranscript: 840
     readonly property int widestBubble: 560
 
+    readonly property int largeFrom: 1600
     readonly property int wideFrom: 1180
     readonly property int mediumFrom: 1080
     readonly property int narrowBelow: 720
+    readonly property int stackedBelow: 480
     readonly property int hoverMilliseconds: 80
+    readonly property int foldMilliseconds: 120
     readonly property int progressMilliseconds: 200
     readonly property int meterFallMilliseconds: 300
     readonly property int caretMilliseconds: 1000

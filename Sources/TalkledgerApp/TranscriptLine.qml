@@ -13,28 +13,31 @@ Item {
     required property int gutter
     required property int margin
     required property bool isWide
+    required property bool isStacked ///< time and speaker above the bubble
 
     readonly property int textLeft: gutter + 13
-    readonly property int available: Math.min(width - textLeft - Theme.gap6, Theme.widestTranscript)
+    readonly property int available: Math.min(width - textLeft - (isStacked ? margin : Theme.gap6), Theme.widestTranscript)
 
     Accessible.name: timecode + " " + speaker + " " + text
     Accessible.role: Accessible.ListItem
-    implicitHeight: bubble.height + 2 * Theme.gap1
+    implicitHeight: bubble.y + bubble.height + Theme.gap1
 
     Figures {
+        id: time
+
         anchors.baseline: speakerName.baseline
         text: line.timecode
-        x: line.margin
+        x: !line.isStacked ? line.margin : line.isTrailing ? line.width - line.margin - width
+                                                           : speakerName.x + speakerName.width + 6
     }
     SmallWords {
         id: speakerName
 
-        anchors.top: bubble.top
-        anchors.topMargin: 6
         color: line.isTrailing ? Theme.me : Theme.customer
         font.bold: true
         text: line.speaker
-        x: line.gutter - Theme.gap3 - width
+        x: !line.isStacked ? line.gutter - Theme.gap3 - width : line.isTrailing ? time.x - 6 - width : line.margin
+        y: line.isStacked ? Theme.gap1 : bubble.y + 6
     }
     Rectangle {
         id: bubble
@@ -46,7 +49,7 @@ Item {
         radius: Theme.cardRadius
         width: words.width + 2 * Theme.gap3 + 2
         x: line.isTrailing ? line.textLeft + line.available - width : line.textLeft
-        y: Theme.gap1
+        y: line.isStacked ? Theme.gap1 + Theme.smallLine : Theme.gap1
 
         Words {
             id: words
