@@ -11,6 +11,11 @@ extern "C" const char* __lsan_default_suppressions() {
     return "leak:libQt6Quick.so\n";
 }
 
+/// Whoever reads what a program says is to see reports and nothing else.
+extern "C" const char* __lsan_default_options() {
+    return "print_suppressions=0";
+}
+
 /// These libraries are not instrumented: what they ask of the C library is seen, but not how they hand things from
 /// thread to thread. Only calls that they make themselves (malloc, memcpy, locks, pipes) are left out: nothing that our
 /// own code does is.
@@ -31,7 +36,7 @@ extern "C" const char* __tsan_default_suppressions() {
 
 /// Nobody asks for a worker's exit status, so that what is found in it ends it at once, and with it the test.
 extern "C" const char* __tsan_default_options() {
-    return "halt_on_error=1";
+    return "halt_on_error=1:print_suppressions=0";
 }
 
 // NOLINTEND(bugprone-reserved-identifier)
