@@ -6,21 +6,16 @@
 #include "TalkledgerPlatform/Audio/M4AAssetWriter.h"
 #include "TalkledgerPlatform/Audio/PlainM4A.h"
 #include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
-#include "TalkledgerPlatform/Audio/WaveFile.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <boost/asio/use_future.hpp>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cmath>
-#include <csignal>
 #include <fstream>
 #include <numbers>
 #include <random>
@@ -318,50 +313,6 @@ TEST_F(M4AAssetWriterTest, RandomDamageIsAnAnswerAndNotACrash) {
         const auto duration = runTask(context_, files_.duration(folder_ / "damaged.m4a"));
         EXPECT_TRUE(!duration || *duration >= 0);
     }
-}
-
-/// The kill comes at a random place of what is written, not at a time: it holds on any machine.
-TEST(KilledWriter, BothFilesDecodeToWithinTwoSeconds) {
-    const TemporaryFolder folder;
-    void* memory =
-        mmap(nullptr, sizeof(std::atomic<std::uint64_t>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(memory, MAP_FAILED);
-    auto* written = new (memory) std::atomic<std::uint64_t>(0); // NOLINT(cppcoreguidelines-owning-memory): mapped
-    std::mt19937 random(7);
-    for (int round = 0; round < 16; ++round) {
-        *written = 0;
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            boost::asio::io_context context;
-            WaveFile wave(folder / "mic.wav", floatFormat(1), AudioChannel::mic, {}, context.get_executor());
-            M4AAssetWriter writer(folder / "speaker.m4a", AudioChannel::speaker, {}, context.get_executor());
-            writer.addInput({});
-            writer.startWriting();
-            writer.startSession(timeOfFrame(0));
-            for (std::uint64_t frame = 0; frame < 600ULL * kTestRate; frame += 4096) {
-                wave.write(makeBuffer(std::vector<float>(4096, 0.25F), 1, frame));
-                writer.append(makeBuffer(std::vector<float>(8192, 0.25F), 2, frame));
-                *written = frame + 4096;
-            }
-            _exit(0);
-        }
-        const std::uint64_t place = (3 + random() % 20) * kTestRate + random() % kTestRate;
-        int status = 0;
-        while (*written < place && waitpid(child, &status, WNOHANG) == 0) {
-            usleep(200);
-        }
-        kill(child, SIGKILL);
-        waitpid(child, &status, 0);
-        EXPECT_TRUE(WIFSIGNALED(status));
-        for (const char* name : {"mic.wav", "speaker.m4a"}) {
-            EXPECT_GE(decodeFirstChannel(folder / name).size() + 2 * kTestRate, written->load()) << name;
-        }
-        const std::size_t cutOff = decodeFirstChannel(folder / "speaker.m4a").size();
-        EXPECT_TRUE(rewriteAsPlainM4A(folder / "speaker.m4a"));
-        EXPECT_LE(cutOff - decodeFirstChannel(folder / "speaker.m4a").size(), kTestRate / 1000) << "mended";
-    }
-    munmap(memory, sizeof(*written));
 }
 
 } // namespace
