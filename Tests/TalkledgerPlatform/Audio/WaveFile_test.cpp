@@ -99,7 +99,9 @@ TEST_F(WaveFileTest, TellsOfADiskThatDoesNotKeepWhatItTakes) {
     testing::FakeDisk disk;
     const auto file = makeFile();
     disk.failWith(EIO);
+    disk.hold(); // it answers when the write has ended
     writeSeconds(*file, 1);
+    disk.letGo();
     drainPool();
     try {
         writeSeconds(*file, 1);
