@@ -128,11 +128,12 @@ Task<void> AppModel::startRecordingNow() {
     if (!isRecording_) { // or the start fails, and the recording in progress goes on
         tracks_.begin();
     }
+    std::optional<RecordingSession> begun;
     std::optional<std::string> failure;
     bool noTrackStarted = false;
     try {
         const std::string title = defaultRecordingTitle();
-        co_await coordinator_->start(title);
+        begun = co_await coordinator_->start(title);
     } catch (const RecordingCoordinatorError& error) {
         failure = error.what();
         noTrackStarted = error.failure() == RecordingCoordinatorError::Case::noCaptureTrackStarted;
@@ -140,14 +141,14 @@ Task<void> AppModel::startRecordingNow() {
         failure = error.what();
     }
     followCoordinator();
-    if (failure) {
+    if (begun) {
+        setStatusText(copy().recordingMicAndSystemAudio());
+        startLive(*begun);
+    } else {
         stopLive();
         clearLiveTranscript();
         setFailedStatusText(copy().startFailed());
         setLastError(std::move(failure), noTrackStarted);
-    } else {
-        setStatusText(copy().recordingMicAndSystemAudio());
-        startLive(*currentSession_);
     }
     refreshSessions();
     setIsBusy(false);
@@ -198,12 +199,14 @@ Task<void> AppModel::stopRecordingNow() {
 /// Both belong to the recording that has just begun.
 void AppModel::startLive(const RecordingSession& session) {
     tellIfSpeechIsNotOffered(session);
-    liveTranscription_.start(speechLocale, timeline_->origin().value(),
-                             [this, id = session.id](const TranscriptSegment& segment) {
-                                 if (currentSession_ && currentSession_->id == id) {
-                                     applyLiveTranscriptSegment(segment);
-                                 }
-                             });
+    const auto applyIfCurrent = [this, id = session.id](const TranscriptSegment& segment) {
+        if (currentSession_ && currentSession_->id == id) {
+            applyLiveTranscriptSegment(segment);
+        }
+    };
+    if (const std::optional<MonotonicTime> origin = timeline_->origin()) {
+        liveTranscription_.start(speechLocale, *origin, applyIfCurrent);
+    }
     liveSummary_.start([this] { return liveConversation_.transcript(); });
 }
 
@@ -441,8 +444,9 @@ std::optional<TranscriptDocument> AppModel::transcript(const RecordingSession& s
 }
 
 std::optional<SalesSummary> AppModel::listSummary(const RecordingSession& session) const {
-    if (isCurrent(session) && liveSummarySnapshot()) {
-        return liveSummarySnapshot()->summary;
+    const std::optional<LiveSummarySnapshot>& live = liveSummarySnapshot();
+    if (live && isCurrent(session)) {
+        return live->summary;
     }
     return storedSummary(session);
 }

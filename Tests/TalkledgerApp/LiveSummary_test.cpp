@@ -10,10 +10,9 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::Contains;
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::SizeIs;
+using ::testing::Not;
 using Status = LiveSummaryStatus;
 
 constexpr const char* enoughSpeech = "We would like to begin with the standard package in May.";
@@ -117,7 +116,7 @@ TEST_F(LiveSummaryTest, BeginsAnewWithTheNextRecording) {
     waitFor(Status::updated);
     EXPECT_EQ(languageModel_.sessionCount, 2);
     stop();
-    EXPECT_THAT(statuses, ::testing::Not(Contains(Status::failed)));
+    EXPECT_THAT(statuses, Not(Contains(Status::failed)));
 }
 
 TEST_F(LiveSummaryTest, FailsWithoutAModelAndTheRecordingGoesOn) {
