@@ -7,6 +7,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QUrl>
+#include <QWheelEvent>
 #include <algorithm>
 #include <cctype>
 #include <chrono>
@@ -62,6 +63,16 @@ protected:
         QTest::mouseClick(&window(), Qt::LeftButton, {}, middle().toPoint());
     }
 
+    /// Away from the user by that many eighths of a degree.
+    void turnWheel(const QQuickItem& item, int angle) {
+        const QPointF middle = item.mapToScene({item.width() / 2, item.height() / 2});
+        QWheelEvent turn(middle, window().mapToGlobal(middle), {}, {0, angle}, Qt::NoButton, Qt::NoModifier,
+                         Qt::NoScrollPhase, false);
+        wheelTime_ += 1000; // without time between them, turns count for nothing
+        turn.setTimestamp(wheelTime_);
+        QCoreApplication::sendEvent(&window(), &turn);
+    }
+
     /// Every text that a person sees.
     std::vector<std::string> shownTexts() {
         std::vector<std::string> texts;
@@ -105,6 +116,7 @@ private:
         }
     }
 
+    quint64 wheelTime_{0};
     std::optional<DesktopAppearance> appearance_;
     std::optional<RecordingRevisions> revisions_;
     std::optional<AppWindowController> windows_;
@@ -207,6 +219,10 @@ TEST_F(AppWindowControllerTest, ShowsWhatIsSaidAndFollowsItUntilTheUserScrolls) 
     EXPECT_TRUE(shows("Line 0"));
     QTest::keyClick(&window(), Qt::Key_End);
     EXPECT_TRUE(shows(growing.text));
+    turnWheel(*lines, 600);
+    EXPECT_TRUE(shows("Paused while you read"));
+    turnWheel(*lines, -1200);
+    EXPECT_TRUE(shows("Following the latest line")) << "the end has been reached again";
     stop();
 }
 
