@@ -328,6 +328,15 @@ Task<void> AppModel::requestCapturePermissionsNow() {
     }
 }
 
+void AppModel::refreshPermissions() {
+    boost::asio::co_spawn(main_, refreshPermissionsNow(), boost::asio::detached);
+}
+
+Task<void> AppModel::refreshPermissionsNow() {
+    permissions_ = co_await CapturePermissionInspector::snapshot(ports_.authorization, ports_.systemAudio);
+    Q_EMIT permissionsChanged();
+}
+
 void AppModel::openSettings(CapturePermissionKind kind) {
     attempt([&] { ports_.desktop.openSettings(CapturePermissionInspector::settingsURL(kind)); });
 }

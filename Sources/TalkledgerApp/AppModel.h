@@ -167,6 +167,9 @@ public:
     /// Returns at once and ends with another status text.
     Q_INVOKABLE void requestCapturePermissions();
 
+    /// Looks at them anew, without asking for any. Returns at once and ends with `permissionsChanged`.
+    void refreshPermissions();
+
     /// Where the user changes what the system lets the program capture.
     void openSettings(CapturePermissionKind kind);
     void setDisplayLanguage(DisplayLanguage language);
@@ -236,6 +239,7 @@ private:
     void tellIfSpeechIsNotOffered(const RecordingSession& session);
     void keepMessages(const std::vector<std::string>& messages, const RecordingSession& session);
     Task<void> requestCapturePermissionsNow();
+    Task<void> refreshPermissionsNow();
     Task<void> chooseMarkdownExportDirectoryNow();
     std::filesystem::path markdownExportFolder();
     void exportMarkdown(const RecordingSession& session);

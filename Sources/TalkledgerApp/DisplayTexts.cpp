@@ -1,13 +1,8 @@
 #include "TalkledgerApp/DisplayTexts.h"
 
+#include "TalkledgerApp/ScreenText.h"
+
 namespace talkledger {
-namespace {
-
-QString screenText(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-} // namespace
 
 DisplayTexts::DisplayTexts(const AppModel& model) : QQmlPropertyMap(this, nullptr) {
     follow(model.displayLanguage());
