@@ -14,7 +14,7 @@ if(NOT Boost_FOUND)
   message(FATAL_ERROR "Boost 1.81 or newer is missing: install libboost1.81-dev, or run a script in scripts/, which "
                       "unpacks its headers beside an older Boost.")
 endif()
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 DBus Test)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Qml Quick QuickControls2 DBus Test)
 find_package(GTest REQUIRED)
 find_package(benchmark REQUIRED)
 pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)

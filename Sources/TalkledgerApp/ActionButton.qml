@@ -16,6 +16,8 @@ Button {
     Accessible.onPressAction: if (enabled) {
         clicked()
     }
+    Keys.onEnterPressed: clicked()
+    Keys.onReturnPressed: clicked()
     font.pixelSize: Theme.controlSize
     implicitHeight: Theme.buttonHeight
     leftPadding: Theme.gap3
@@ -65,6 +67,7 @@ Button {
                 anchors.verticalCenter: parent.verticalCenter
                 color: button.enabled ? button.ink : Theme.text2
                 font.bold: button.font.bold
+                font.pixelSize: button.font.pixelSize
                 text: button.text
             }
             SmallWords {

@@ -40,8 +40,10 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
       revisions_(model_, QtMainExecutor(mainContext_)),
       liveTranscript_(model_, singleInstance),
       appearance_(QDBusConnection::sessionBus()),
-      windows_(model_, revisions_, appearance_, desktop_),
-      delegate_(model_, windows_, singleInstance, terminationSignals) {}
+      quitting_(model_),
+      tray_(model_, appearance_, QDBusConnection::sessionBus()),
+      windows_(model_, revisions_, appearance_, desktop_, quitting_),
+      delegate_(model_, windows_, tray_, quitting_, singleInstance, terminationSignals) {}
 
 AppBootstrap::~AppBootstrap() {
     background_.join();

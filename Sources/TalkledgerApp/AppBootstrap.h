@@ -9,8 +9,10 @@
 #include "TalkledgerApp/LiveTranscriptAdaptor.h"
 #include "TalkledgerApp/QtDesktop.h"
 #include "TalkledgerApp/QtMainExecutor.h"
+#include "TalkledgerApp/Quitting.h"
 #include "TalkledgerApp/RecordingRevisions.h"
 #include "TalkledgerApp/TerminationSignals.h"
+#include "TalkledgerApp/TrayIcon.h"
 #include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
 #include "TalkledgerPlatform/Audio/PipeWireSystemAudio.h"
 #include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
@@ -61,6 +63,8 @@ private:
     RecordingRevisions revisions_;
     LiveTranscriptAdaptor liveTranscript_;
     DesktopAppearance appearance_;
+    Quitting quitting_;
+    TrayIcon tray_;
     AppWindowController windows_;
     AppDelegate delegate_;
 };

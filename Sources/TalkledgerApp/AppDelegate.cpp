@@ -5,31 +5,40 @@
 
 namespace talkledger {
 
-AppDelegate::AppDelegate(AppModel& model, AppWindowController& windows, AppSingleInstanceCoordinator& singleInstance,
-                         TerminationSignals& terminationSignals)
-    : model_(model), windows_(windows) {
+AppDelegate::AppDelegate(AppModel& model, AppWindowController& windows, TrayIcon& tray, Quitting& quitting,
+                         AppSingleInstanceCoordinator& singleInstance, TerminationSignals& terminationSignals)
+    : model_(model), windows_(windows), tray_(tray), quitting_(quitting) {
     // Ending the program is decided here alone: Qt would drop a recording with the last window.
     QGuiApplication::setQuitOnLastWindowClosed(false);
     connect(&singleInstance, &AppSingleInstanceCoordinator::activated, this,
             &AppDelegate::applicationShouldHandleReopen);
     connect(&singleInstance, &AppSingleInstanceCoordinator::actionActivated, this, &AppDelegate::performAction);
     connect(&windows, &AppWindowController::closeRequested, this, &AppDelegate::closeWindow);
-    connect(&windows, &AppWindowController::quitRequested, this, &AppDelegate::quit);
-    connect(&terminationSignals, &TerminationSignals::terminationRequested, this, &AppDelegate::quit);
-    connect(&model, &AppModel::isBusyChanged, this, &AppDelegate::continueQuitting);
+    connect(&windows, &AppWindowController::quitRequested, &quitting, &Quitting::request);
+    connect(&tray, &TrayIcon::panelRequested, &windows, &AppWindowController::togglePanel);
+    connect(&tray, &TrayIcon::recordingsRequested, &windows, [&windows] { windows.showRecordings(); });
+    connect(&tray, &TrayIcon::quitRequested, &quitting, &Quitting::request);
+    connect(&terminationSignals, &TerminationSignals::terminationRequested, &quitting, &Quitting::finish);
+    connect(&quitting, &Quitting::isAskingChanged, &windows, [&quitting, &windows] {
+        if (quitting.isAsking()) {
+            windows.showRecordings();
+        }
+    });
+    connect(&quitting, &Quitting::finished, qGuiApp, [] { QCoreApplication::exit(); });
     connect(
         qGuiApp, &QGuiApplication::commitDataRequest, this,
         [this](QSessionManager& session) {
             if (model_.isRecording() || model_.isBusy()) {
                 session.cancel(); // the one way to make the desktop wait until the recording is saved
             }
-            quit();
+            quitting_.finish();
         },
         Qt::DirectConnection);
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
     windows_.showRecordings();
+    windows_.permissions().refresh();
 }
 
 void AppDelegate::applicationShouldHandleReopen(const QString& activationToken) {
@@ -44,28 +53,15 @@ void AppDelegate::performAction(const QString& name) {
     }
 }
 
-/// Without a window nobody could stop the recording, so it is put away rather than closed.
+/// It never ends a recording. Where no tray shows the program, a window that is gone could not be found again: it is
+/// put away as long as there is something to see to, and otherwise the program ends with it.
 void AppDelegate::closeWindow() {
-    if (model_.isRecording() || model_.isBusy()) {
+    if (tray_.isAvailable()) {
+        windows_.hide();
+    } else if (model_.isRecording() || model_.isBusy()) {
         windows_.minimize();
     } else {
-        quit();
-    }
-}
-
-void AppDelegate::quit() {
-    isQuitting_ = true;
-    continueQuitting();
-}
-
-void AppDelegate::continueQuitting() {
-    if (!isQuitting_ || model_.isBusy()) {
-        return;
-    }
-    if (model_.isRecording()) {
-        model_.stopRecording();
-    } else {
-        QCoreApplication::exit();
+        quitting_.request();
     }
 }
 

@@ -3,22 +3,24 @@
 #include "TalkledgerApp/AppModel.h"
 #include "TalkledgerApp/AppSingleInstanceCoordinator.h"
 #include "TalkledgerApp/AppWindowController.h"
+#include "TalkledgerApp/Quitting.h"
 #include "TalkledgerApp/TerminationSignals.h"
+#include "TalkledgerApp/TrayIcon.h"
 
 #include <QObject>
 #include <QString>
 
 namespace talkledger {
 
-/// The life of the running copy: shows its window, does what the desktop asks, and ends the program only when no
-/// recording is in progress any more. Main thread.
+/// The life of the running copy: shows its window and what the tray asks for, and does what the desktop asks. Main
+/// thread.
 class AppDelegate : public QObject {
     Q_OBJECT
 
 public:
     /// All of them have to outlive it.
-    AppDelegate(AppModel& model, AppWindowController& windows, AppSingleInstanceCoordinator& singleInstance,
-                TerminationSignals& terminationSignals);
+    AppDelegate(AppModel& model, AppWindowController& windows, TrayIcon& tray, Quitting& quitting,
+                AppSingleInstanceCoordinator& singleInstance, TerminationSignals& terminationSignals);
 
     /// This is the first copy: its window opens.
     void applicationDidFinishLaunching();
@@ -26,17 +28,14 @@ public:
     /// The application was opened once more.
     void applicationShouldHandleReopen(const QString& activationToken);
 
-    /// Finishes the recording, if there is one, and then ends the event loop.
-    void quit();
-
 private:
     void performAction(const QString& name);
     void closeWindow();
-    void continueQuitting();
 
     AppModel& model_;
     AppWindowController& windows_;
-    bool isQuitting_{false};
+    TrayIcon& tray_;
+    Quitting& quitting_;
 };
 
 } // namespace talkledger

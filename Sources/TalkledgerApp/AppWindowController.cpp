@@ -1,16 +1,19 @@
 #include "TalkledgerApp/AppWindowController.h"
 
 #include "TalkledgerApp/IconProvider.h"
+#include "TalkledgerApp/TrayPanelPlacement.h"
 #include "TalkledgerCore/Startup/WindowFramePlacement.h"
 
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <QCursor>
 #include <QFont>
 #include <QGuiApplication>
 #include <QQmlContext>
 #include <QQuickWindow>
 #include <QScreen>
 #include <QUrl>
+#include <QVariant>
 #include <memory>
 #include <stdexcept>
 
@@ -28,6 +31,9 @@ WindowFrame visibleFrame() {
     return {.x = area.x(), .y = area.y(), .width = area.width(), .height = area.height()};
 }
 
+/// A click on the tray takes the focus from the panel before it reaches the program.
+constexpr qint64 clickMilliseconds = 300;
+
 /// Latin and Japanese letters of one x-height, and never Chinese forms of the latter.
 QFont screenFont() {
     QFont font = QGuiApplication::font();
@@ -38,8 +44,8 @@ QFont screenFont() {
 } // namespace
 
 AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& revisions, DesktopAppearance& appearance,
-                                         QtDesktop& desktop)
-    : recordings_(model), chosenRecording_(model, recordings_), texts_(model) {
+                                         QtDesktop& desktop, Quitting& quitting)
+    : recordings_(model), chosenRecording_(model, recordings_), permissions_(model), texts_(model) {
     QGuiApplication::setFont(screenFont());
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine_.addImageProvider(QStringLiteral("icons"), std::make_unique<IconProvider>().release());
@@ -50,6 +56,8 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
     context->setContextProperty(QStringLiteral("desktop"), &desktop);
     context->setContextProperty(QStringLiteral("recordings"), &recordings_);
     context->setContextProperty(QStringLiteral("chosenRecording"), &chosenRecording_);
+    context->setContextProperty(QStringLiteral("permissions"), &permissions_);
+    context->setContextProperty(QStringLiteral("quitting"), &quitting);
     context->setContextProperty(QStringLiteral("texts"), &texts_);
 }
 
@@ -72,14 +80,62 @@ void AppWindowController::minimize() {
     window_->showMinimized();
 }
 
-void AppWindowController::createWindow() {
-    engine_.load(QUrl(QStringLiteral("qrc:/qt/qml/Talkledger/TalkledgerApp.qml")));
-    window_ = engine_.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine_.rootObjects().first());
-    if (window_ == nullptr) {
-        throw std::runtime_error("The recordings window could not be made: the program's files are not complete.");
+void AppWindowController::hide() {
+    window_->hide();
+}
+
+void AppWindowController::togglePanel(const QRect& trayIcon) {
+    if (panel_ == nullptr) {
+        createPanel();
     }
+    const bool hasJustLeft = sincePanelLeft_.isValid() && !sincePanelLeft_.hasExpired(clickMilliseconds);
+    if (panel_->isVisible() || hasJustLeft) {
+        sincePanelLeft_.invalidate();
+        panel_->hide();
+        return;
+    }
+    const QPoint pointer = trayIcon.isEmpty() ? QCursor::pos() : trayIcon.center();
+    const QScreen* const pointed = QGuiApplication::screenAt(pointer);
+    const QScreen& screen = pointed == nullptr ? *panel_->screen() : *pointed;
+    const TrayPanelPlacement placement{.screen = screen.availableGeometry(), .icon = trayIcon, .pointer = pointer};
+    panel_->setPosition(placement.position(panel_->size()));
+    panel_->show();
+    panel_->requestActivate();
+}
+
+QQuickWindow* AppWindowController::load(const QString& screen) {
+    const qsizetype earlier = engine_.rootObjects().size();
+    engine_.load(QUrl(QStringLiteral("qrc:/qt/qml/Talkledger/%1.qml").arg(screen)));
+    auto* const window =
+        engine_.rootObjects().size() > earlier ? qobject_cast<QQuickWindow*>(engine_.rootObjects().last()) : nullptr;
+    if (window == nullptr) {
+        throw std::runtime_error("A window could not be made: the program's files are not complete.");
+    }
+    connect(window, SIGNAL(quitRequested()), this, SIGNAL(quitRequested()));
+    return window;
+}
+
+void AppWindowController::createWindow() {
+    window_ = load(QStringLiteral("TalkledgerApp"));
     connect(window_, SIGNAL(closeRequested()), this, SIGNAL(closeRequested()));
-    connect(window_, SIGNAL(quitRequested()), this, SIGNAL(quitRequested()));
+}
+
+void AppWindowController::createPanel() {
+    panel_ = load(QStringLiteral("MenuBarPanel"));
+    connect(panel_, SIGNAL(recordingsRequested(QString)), this, SLOT(chooseRecording(QString)));
+    connect(panel_, &QWindow::activeChanged, this, [this] {
+        if (!panel_->isActive() && panel_->isVisible()) {
+            panel_->hide();
+            sincePanelLeft_.start();
+        }
+    });
+}
+
+void AppWindowController::chooseRecording(const QString& recordingID) {
+    showRecordings();
+    if (!recordingID.isEmpty()) {
+        QMetaObject::invokeMethod(window_, "chooseRecording", Q_ARG(QVariant, recordingID));
+    }
 }
 
 void AppWindowController::place() {

@@ -16,14 +16,21 @@ Rectangle {
         appModel.displayLanguage = appModel.displayLanguage === "japanese" ? "english" : "japanese"
     }
 
+    function openSettings() {
+        settingsPopover.visible ? settingsPopover.close() : settingsPopover.open()
+    }
+
     function detailText() {
         if (isLive) {
             return texts.closingKeepsRecording
         }
         if (isFinishing) {
-            return texts.nextRecordingAfterSaving
+            return quitting.isFinishing ? texts.quitsAfterSaving : texts.nextRecordingAfterSaving
         }
-        return hasFailed ? texts.nothingRecorded : appModel.isBusy ? "" : texts.readyToRecord
+        if (hasFailed) {
+            return texts.nothingRecorded
+        }
+        return appModel.isBusy ? "" : permissions.startConsequence || texts.readyToRecord
     }
 
     color: isLive ? Theme.liveTint : Theme.surface
@@ -74,64 +81,13 @@ Rectangle {
         }
     }
 
-    Row {
+    LiveClock {
         id: clock
 
         anchors.left: mainButton.right
         anchors.leftMargin: Theme.gap4
         anchors.verticalCenter: parent.verticalCenter
-        spacing: 10
         visible: bar.isLive
-
-        Rectangle {
-            anchors.verticalCenter: parent.verticalCenter
-            color: Theme.live
-            height: 8
-            radius: 4
-            width: 8
-
-            SequentialAnimation on opacity {
-                loops: Animation.Infinite
-                running: clock.visible && bar.Window.active
-
-                NumberAnimation {
-                    duration: 1000
-                    to: 0.35
-                }
-                NumberAnimation {
-                    duration: 1000
-                    to: 1
-                }
-            }
-        }
-        Figures {
-            id: elapsed
-
-            property double now: Date.now()
-
-            function formatted() {
-                const seconds = Math.max(0, Math.floor((now - appModel.currentRecordingStart) / 1000))
-                const two = number => String(number).padStart(2, "0")
-                const minutes = two(Math.floor(seconds / 60) % 60) + ":" + two(seconds % 60)
-                return seconds < 3600 ? minutes : two(Math.floor(seconds / 3600)) + ":" + minutes
-            }
-
-            color: Theme.text
-            font.bold: true
-            font.pixelSize: Theme.clockSize
-            line: Theme.clockLine
-            objectName: "elapsedTime"
-            text: formatted()
-            topPadding: -3 // digits reach nothing below the line that they stand on
-
-            Timer {
-                interval: 250
-                repeat: true
-                running: clock.visible
-                triggeredOnStart: true
-                onTriggered: elapsed.now = Date.now()
-            }
-        }
     }
 
     Icon {
@@ -223,14 +179,59 @@ Rectangle {
             visible: !bar.isNarrow
             onClicked: bar.switchLanguage()
         }
-        IconButton {
+        Row {
             anchors.verticalCenter: parent.verticalCenter
-            iconName: "folder"
-            ink: Theme.text2
-            name: texts.openStorageFolder
-            objectName: "storageButton"
-            visible: !bar.isNarrow
-            onClicked: appModel.openStorageFolder()
+            spacing: Theme.gap1
+            visible: !(bar.isLive && bar.isNarrow)
+
+            IconButton {
+                iconName: "folder"
+                ink: Theme.text2
+                name: texts.openStorageFolder
+                objectName: "storageButton"
+                visible: !bar.isNarrow
+                onClicked: appModel.openStorageFolder()
+            }
+            IconButton {
+                id: permissionsButton
+
+                iconName: "shield"
+                ink: permissions.needAttention ? Theme.attention : Theme.text2
+                name: texts.capturePermissionsTitle
+                objectName: "permissionsButton"
+                onClicked: permissionsPopover.visible ? permissionsPopover.close() : permissionsPopover.open()
+
+                Popover {
+                    id: permissionsPopover
+
+                    name: texts.capturePermissionsTitle
+                    width: Math.min(400, bar.width - 2 * Theme.gap2)
+                    x: permissionsButton.width - width
+                    y: permissionsButton.height + Theme.gap4
+
+                    contentItem: PermissionViews {}
+
+                    onAboutToShow: permissions.refresh()
+                }
+            }
+            IconButton {
+                id: settingsButton
+
+                iconName: "gear"
+                ink: Theme.text2
+                name: texts.settings
+                objectName: "settingsButton"
+                onClicked: bar.openSettings()
+
+                SettingsPopover {
+                    id: settingsPopover
+
+                    width: Math.min(320, bar.width - 2 * Theme.gap2)
+                    x: settingsButton.width - width
+                    y: settingsButton.height + Theme.gap4
+                    onQuitRequested: quitting.request()
+                }
+            }
         }
     }
 }

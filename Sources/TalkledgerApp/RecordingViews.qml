@@ -56,6 +56,10 @@ FocusScope {
         onActivated: bar.switchLanguage()
     }
     Shortcut {
+        sequences: ["Ctrl+,"]
+        onActivated: bar.openSettings()
+    }
+    Shortcut {
         sequences: ["F5"]
         onActivated: appModel.refreshSessions()
     }

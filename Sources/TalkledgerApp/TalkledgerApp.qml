@@ -9,6 +9,10 @@ ApplicationWindow {
     signal closeRequested
     signal quitRequested
 
+    function chooseRecording(recordingID) {
+        recordingViews.selectedID = recordingID
+    }
+
     color: Theme.window
     title: texts.recordings
 
@@ -49,8 +53,11 @@ ApplicationWindow {
     }
 
     RecordingViews {
+        id: recordingViews
+
         anchors.fill: parent
     }
+    QuitDialog {}
 
     Connections {
         function onFolderWanted(prompt, startFolder) {

@@ -37,6 +37,7 @@ QtObject {
     readonly property color mark: isDark ? "#6B5410" : "#FFE08A"
     readonly property color markText: isDark ? "#FFF3CC" : "#1A201D"
     readonly property color track: isDark ? "#363D3A" : "#DDE1DC"
+    readonly property color scrim: isDark ? "#8C000000" : "#471A201D"
 
     /// All of its digits are equally wide, so a running clock stands still.
     readonly property string figures: "Noto Sans CJK JP"
@@ -66,6 +67,7 @@ QtObject {
 
     readonly property int controlRadius: 6
     readonly property int cardRadius: 8
+    readonly property int dialogRadius: 10
 
     readonly property int barHeight: 56
     readonly property int detailHeadHeight: 72
@@ -73,6 +75,9 @@ QtObject {
     readonly property int footHeight: 36
     readonly property int mainButtonHeight: 40
     readonly property int buttonHeight: 32
+    readonly property int smallButtonHeight: 28
+    readonly property int panelButtonHeight: 44
+    readonly property int panelWidth: 360
 
     readonly property int dayHeight: 28
     readonly property int widestTranscript: 840

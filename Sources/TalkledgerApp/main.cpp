@@ -2,8 +2,8 @@
 #include "TalkledgerApp/AppSingleInstanceCoordinator.h"
 #include "TalkledgerApp/TerminationSignals.h"
 
+#include <QApplication>
 #include <QDBusConnection>
-#include <QGuiApplication>
 #include <QIcon>
 #include <QQuickStyle>
 #include <csignal>
@@ -17,10 +17,10 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
 
     const QVariantMap platformData = AppSingleInstanceCoordinator::platformDataOfThisStart();
-    const QGuiApplication application(argc, argv);
-    QGuiApplication::setApplicationName(QStringLiteral("Talkledger"));
-    QGuiApplication::setDesktopFileName(AppSingleInstanceCoordinator::applicationIdentifier);
-    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/talkledger/Icons/app-icon.svg")));
+    const QApplication application(argc, argv); // the tray is made of widgets
+    QApplication::setApplicationName(QStringLiteral("Talkledger"));
+    QApplication::setDesktopFileName(AppSingleInstanceCoordinator::applicationIdentifier);
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/talkledger/Icons/app-icon.svg")));
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     try {
         // Before anyone can know that this copy is there: an end that comes while it starts is a clean one too.

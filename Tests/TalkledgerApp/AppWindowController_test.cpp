@@ -1,5 +1,7 @@
 #include "TalkledgerApp/AppFixture.h"
 #include "TalkledgerApp/AppWindowController.h"
+#include "TalkledgerApp/Quitting.h"
+#include "TalkledgerApp/ShownItems.h"
 #include "TalkledgerCore/Storage/RecordingStore.h"
 #include "TalkledgerCore/Support/TaskHandle.h"
 
@@ -22,6 +24,7 @@ namespace {
 using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::IsSupersetOf;
+using testing::itemBelow;
 
 /// The window over the model, on no real screen.
 class AppWindowControllerTest : public testing::AppFixture {
@@ -30,25 +33,13 @@ protected:
         appearance_.emplace(QDBusConnection(QStringLiteral("no bus")));
         AppModel& appModel = makeModel();
         revisions_.emplace(appModel, QtMainExecutor(context_));
-        windows_.emplace(appModel, *revisions_, *appearance_, qtDesktop_);
+        quitting_.emplace(appModel);
+        windows_.emplace(appModel, *revisions_, *appearance_, qtDesktop_, *quitting_);
         windows_->showRecordings();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window()));
     }
 
     QQuickWindow& window() { return *windows_->window(); }
-
-    /// Delegates are no QObject children of the window: the items are walked.
-    static QQuickItem* itemBelow(QQuickItem& item, const QString& name) {
-        if (item.objectName() == name) {
-            return &item;
-        }
-        for (QQuickItem* const child : item.childItems()) {
-            if (QQuickItem* const found = itemBelow(*child, name)) {
-                return found;
-            }
-        }
-        return nullptr;
-    }
 
     QString textOf(const char* name) {
         QQuickItem* const item = itemBelow(*window().contentItem(), QString::fromLatin1(name));
@@ -56,11 +47,7 @@ protected:
     }
 
     void click(const char* name) {
-        QQuickItem* const item = itemBelow(*window().contentItem(), QString::fromLatin1(name));
-        ASSERT_NE(item, nullptr) << name;
-        const auto middle = [item] { return item->mapToScene({item->width() / 2, item->height() / 2}); };
-        waitUntil([&] { return item->isVisible() && window().contentItem()->contains(middle()); });
-        QTest::mouseClick(&window(), Qt::LeftButton, {}, middle().toPoint());
+        waitUntil([&] { return testing::click(window(), name); });
     }
 
     /// Away from the user by that many eighths of a degree.
@@ -119,6 +106,7 @@ private:
     quint64 wheelTime_{0};
     std::optional<DesktopAppearance> appearance_;
     std::optional<RecordingRevisions> revisions_;
+    std::optional<Quitting> quitting_;
     std::optional<AppWindowController> windows_;
 };
 

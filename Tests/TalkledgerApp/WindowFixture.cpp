@@ -27,7 +27,8 @@ WindowFixture::WindowFixture() {
 void WindowFixture::show() {
     appearance_.emplace(QDBusConnection(QStringLiteral("no bus")));
     revisions_.emplace(makeModel(), QtMainExecutor(context_));
-    windows_.emplace(model(), *revisions_, *appearance_, qtDesktop_);
+    quitting_.emplace(model());
+    windows_.emplace(model(), *revisions_, *appearance_, qtDesktop_, *quitting_);
     windows_->showRecordings();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window()));
     resize(1280, 720);

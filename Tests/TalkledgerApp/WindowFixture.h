@@ -2,6 +2,7 @@
 
 #include "TalkledgerApp/AppFixture.h"
 #include "TalkledgerApp/AppWindowController.h"
+#include "TalkledgerApp/Quitting.h"
 
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -41,6 +42,7 @@ protected:
 private:
     std::optional<DesktopAppearance> appearance_;
     std::optional<RecordingRevisions> revisions_;
+    std::optional<Quitting> quitting_;
     std::optional<AppWindowController> windows_;
 };
 

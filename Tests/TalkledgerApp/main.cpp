@@ -1,19 +1,10 @@
+#include "TalkledgerApp/FailOnWarning.h"
+
 #include <gmock/gmock.h>
 
 #include <QGuiApplication>
 #include <QQuickStyle>
 #include <QTemporaryDir>
-
-namespace {
-
-/// What Qt complains about is a fault of the test that is running.
-void failOnWarning(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    if (type != QtDebugMsg && type != QtInfoMsg) {
-        ADD_FAILURE() << "Qt: " << message.toStdString();
-    }
-}
-
-} // namespace
 
 int main(int argc, char** argv) {
     const QTemporaryDir runtimeFolder;
@@ -21,7 +12,7 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_QUICK_BACKEND", "software");
     ::testing::InitGoogleMock(&argc, argv);
-    qInstallMessageHandler(failOnWarning);
+    qInstallMessageHandler(talkledger::testing::failOnWarning);
     const QGuiApplication application(argc, argv);
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     return RUN_ALL_TESTS();
