@@ -14,6 +14,7 @@
 #include "TalkledgerApp/TerminationSignals.h"
 #include "TalkledgerApp/TrayIcon.h"
 #include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
+#include "TalkledgerPlatform/Audio/PipeWirePlayback.h"
 #include "TalkledgerPlatform/Audio/PipeWireSystemAudio.h"
 #include "TalkledgerPlatform/Audio/PlatformAudioFiles.h"
 #include "TalkledgerPlatform/Audio/ResamplerAudioConversion.h"
@@ -59,6 +60,7 @@ private:
     WorkerSpeechRecognition speechRecognition_;
     AbsentLanguageModel languageModel_;
     QtDesktop desktop_;
+    PipeWirePlayback playback_;
     AppModel model_;
     RecordingRevisions revisions_;
     LiveTranscriptAdaptor liveTranscript_;

@@ -18,6 +18,7 @@
 #include "TalkledgerCore/Ports/Desktop.h"
 #include "TalkledgerCore/Ports/FileSystem.h"
 #include "TalkledgerCore/Ports/LanguageModel.h"
+#include "TalkledgerCore/Ports/Playback.h"
 #include "TalkledgerCore/Ports/Speech.h"
 #include "TalkledgerCore/Presentation/AppLanguage.h"
 #include "TalkledgerCore/Storage/RecordingStore.h"
@@ -47,6 +48,7 @@ struct AppPorts {
     SpeechRecognition& speechRecognition;
     SystemLanguageModel& languageModel;
     Desktop& desktop;
+    Playback& playback;
 };
 
 /// The one controller that the user interface observes: it turns what the user asks for into calls of the core, and
@@ -149,6 +151,8 @@ public:
     AppCopy copy() const { return {displayLanguage_}; }
 
     const AppPorts& ports() const { return ports_; }
+
+    const Executor& mainExecutor() const { return main_; }
 
     /// For recorded files, in the languages in which recordings are transcribed.
     std::unique_ptr<TranscriptProvider> makeTranscriptProvider(TranscriptionProgressHandler progress) const;

@@ -45,7 +45,7 @@ QFont screenFont() {
 
 AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& revisions, DesktopAppearance& appearance,
                                          QtDesktop& desktop, Quitting& quitting)
-    : recordings_(model), chosenRecording_(model, recordings_), permissions_(model), texts_(model) {
+    : recordings_(model), chosenRecording_(model, recordings_), player_(model), permissions_(model), texts_(model) {
     QGuiApplication::setFont(screenFont());
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine_.addImageProvider(QStringLiteral("icons"), std::make_unique<IconProvider>().release());
@@ -58,7 +58,10 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
     context->setContextProperty(QStringLiteral("chosenRecording"), &chosenRecording_);
     context->setContextProperty(QStringLiteral("permissions"), &permissions_);
     context->setContextProperty(QStringLiteral("quitting"), &quitting);
+    context->setContextProperty(QStringLiteral("player"), &player_);
     context->setContextProperty(QStringLiteral("texts"), &texts_);
+    connect(&chosenRecording_, &RecordingDetail::recordingChosen, this,
+            [this] { player_.setRecordingID(chosenRecording_.recordingID()); });
 }
 
 void AppWindowController::showRecordings(const QString& activationToken) {

@@ -8,6 +8,7 @@
 #include "TalkledgerApp/Quitting.h"
 #include "TalkledgerApp/RecordingDetail.h"
 #include "TalkledgerApp/RecordingListModel.h"
+#include "TalkledgerApp/RecordingPlayer.h"
 #include "TalkledgerApp/RecordingRevisions.h"
 
 #include <QElapsedTimer>
@@ -60,6 +61,7 @@ private:
 
     RecordingListModel recordings_;
     RecordingDetail chosenRecording_;
+    RecordingPlayer player_;
     CapturePermissions permissions_;
     DisplayTexts texts_;
     QQmlApplicationEngine engine_; ///< destroyed first: the screens look at all of the above

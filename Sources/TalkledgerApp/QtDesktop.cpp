@@ -9,6 +9,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
+#include <QFile>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QStandardPaths>
@@ -100,6 +101,30 @@ void QtDesktop::openSettings(const std::string& /*url*/) {
     }
     throw DesktopError("No program for the settings of this desktop's sound was found. Open the settings yourself, and "
                        "look for sound.");
+}
+
+std::filesystem::path QtDesktop::moveToTrash(const std::filesystem::path& folder) {
+    QString trashed;
+    if (!QFile::moveToTrash(QString::fromStdString(folder), &trashed) || trashed.isEmpty()) {
+        throw DesktopError("The folder " + folder.string() +
+                           " could not be moved to the trash. Check that you may write beside it.");
+    }
+    return trashed.toStdString();
+}
+
+void QtDesktop::restoreFromTrash(const std::filesystem::path& trashed, const std::filesystem::path& folder) {
+    std::error_code failure;
+    if (std::filesystem::exists(folder, failure)) {
+        throw DesktopError("There is another folder " + folder.string() + " now.");
+    }
+    std::filesystem::rename(trashed, folder, failure);
+    if (failure) {
+        throw DesktopError("The folder " + folder.string() + " could not be taken out of the trash: " +
+                           failure.message() + ". Restore it in the file browser.");
+    }
+    // The trash keeps beside each thing where it came from.
+    const auto origin = trashed.parent_path().parent_path() / "info" / (trashed.filename().string() + ".trashinfo");
+    std::filesystem::remove(origin, failure);
 }
 
 void QtDesktop::copyText(const std::string& text) {

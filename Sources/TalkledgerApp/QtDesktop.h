@@ -25,6 +25,8 @@ public:
 
     /// Every permission is about sound here: the settings of that are opened.
     void openSettings(const std::string& url) override;
+    std::filesystem::path moveToTrash(const std::filesystem::path& folder) override;
+    void restoreFromTrash(const std::filesystem::path& trashed, const std::filesystem::path& folder) override;
     void copyText(const std::string& text) override;
 
     /// The dialog's answer; an empty one means that none was chosen.

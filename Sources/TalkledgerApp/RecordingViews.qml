@@ -75,6 +75,35 @@ FocusScope {
         sequences: ["Ctrl+E"]
         onActivated: appModel.reveal(screen.selectedID)
     }
+    /// Whether letters and arrows are for a field or a button that has the keyboard.
+    readonly property bool isTyping: Window.activeFocusItem instanceof TextInput || Window.activeFocusItem instanceof TextEdit
+    readonly property bool isOnButton: Window.activeFocusItem instanceof AbstractButton
+
+    Shortcut {
+        enabled: player.canPlay && !screen.isTyping && !screen.isOnButton
+        sequences: ["Space"]
+        onActivated: player.toggle()
+    }
+    Shortcut {
+        enabled: player.canPlay && !screen.isTyping && !screen.isOnButton
+        sequences: ["Left"]
+        onActivated: player.skip(-5)
+    }
+    Shortcut {
+        enabled: player.canPlay && !screen.isTyping && !screen.isOnButton
+        sequences: ["Right"]
+        onActivated: player.skip(5)
+    }
+    Shortcut {
+        enabled: player.canPlay && !screen.isTyping
+        sequences: ["Shift+Left"]
+        onActivated: player.skip(-10)
+    }
+    Shortcut {
+        enabled: player.canPlay && !screen.isTyping
+        sequences: ["Shift+Right"]
+        onActivated: player.skip(10)
+    }
     Shortcut {
         sequences: ["F2"]
         onActivated: detail.editTitle()

@@ -73,6 +73,7 @@ QtObject {
     readonly property int detailHeadHeight: 72
     readonly property int columnHeadHeight: 40
     readonly property int footHeight: 36
+    readonly property int playbackHeight: 60
     readonly property int mainButtonHeight: 40
     readonly property int buttonHeight: 32
     readonly property int smallButtonHeight: 28

@@ -5,6 +5,7 @@ import QtQuick
 Item {
     id: line
 
+    required property int index
     required property string timecode
     required property string speaker
     required property bool isTrailing
@@ -13,17 +14,62 @@ Item {
     required property int gutter
     required property int margin
     required property bool isWide
+    required property bool canPlay
+    required property bool isPlayed  ///< is being played, or was when it paused
+    required property bool isCurrent ///< of the keyboard
     required property bool isStacked ///< time and speaker above the bubble
+
+    signal chosen
 
     readonly property int textLeft: gutter + 13
     readonly property int available: Math.min(width - textLeft - (isStacked ? margin : Theme.gap6), Theme.widestTranscript)
 
     Accessible.name: timecode + " " + speaker + " " + text
+    Accessible.onPressAction: chosen()
     Accessible.role: Accessible.ListItem
     implicitHeight: bubble.y + bubble.height + Theme.gap1
 
+    Rectangle {
+        anchors.fill: parent
+        color: line.isPlayed ? Theme.select : "transparent"
+
+        Rectangle {
+            color: Theme.accent
+            height: parent.height
+            visible: line.isPlayed
+            width: 4
+        }
+        Rectangle {
+            anchors.fill: parent
+            anchors.margins: 2
+            border.color: Theme.accent
+            border.width: 2
+            color: "transparent"
+            radius: Theme.controlRadius
+            visible: line.isCurrent
+        }
+    }
+    HoverHandler {
+        id: pointer
+
+        cursorShape: line.canPlay ? Qt.PointingHandCursor : Qt.ArrowCursor
+    }
+    TapHandler {
+        enabled: line.canPlay
+        onTapped: line.chosen()
+    }
+    Icon {
+        anchors.right: speakerName.right
+        anchors.verticalCenter: speakerName.verticalCenter
+        name: "play"
+        tint: Theme.accent
+        visible: pointer.hovered && line.canPlay && !line.isStacked
+    }
     Figures {
         id: time
+
+        color: line.isPlayed ? Theme.text : Theme.text2
+        font.bold: line.isPlayed
 
         anchors.baseline: speakerName.baseline
         text: line.timecode
@@ -33,8 +79,9 @@ Item {
     SmallWords {
         id: speakerName
 
-        color: line.isTrailing ? Theme.me : Theme.customer
+        color: line.isPlayed ? Theme.text : line.isTrailing ? Theme.me : Theme.customer
         font.bold: true
+        opacity: pointer.hovered && line.canPlay && !line.isStacked ? 0 : 1
         text: line.speaker
         x: !line.isStacked ? line.gutter - Theme.gap3 - width : line.isTrailing ? time.x - 6 - width : line.margin
         y: line.isStacked ? Theme.gap1 : bubble.y + 6
@@ -42,8 +89,8 @@ Item {
     Rectangle {
         id: bubble
 
-        border.color: line.isPartial ? Theme.lineStrong : line.isTrailing ? Theme.accentLine : Theme.line
-        border.width: 1
+        border.color: line.isPlayed ? Theme.accent : line.isPartial ? Theme.lineStrong : line.isTrailing ? Theme.accentLine : Theme.line
+        border.width: line.isPlayed ? 2 : 1
         color: line.isPartial ? "transparent" : line.isTrailing ? Theme.accentTint : Theme.surface
         height: words.height + 11
         radius: Theme.cardRadius

@@ -114,6 +114,7 @@ FocusScope {
         boundsBehavior: Flickable.StopAtBounds
         clip: true
         keyNavigationEnabled: false
+        highlightMoveDuration: 0
         model: chosenRecording.lines
         objectName: "transcriptLines"
         topMargin: Theme.gap2
@@ -126,11 +127,18 @@ FocusScope {
             }
         }
         delegate: TranscriptLine {
+            canPlay: player.canPlay
+            isCurrent: ListView.isCurrentItem && lines.activeFocus && !view.isLive
+            isPlayed: index === player.currentLine && player.canPlay && (player.isPlaying || player.position > 0)
             gutter: view.gutter
             isStacked: view.isStacked
             isWide: view.isWide
             margin: view.margin
             width: lines.width
+            onChosen: {
+                lines.currentIndex = index
+                player.playLine(index)
+            }
         }
 
         onContentHeightChanged: Qt.callLater(follow)
@@ -145,7 +153,14 @@ FocusScope {
             steps[Qt.Key_Down] = 2 * Theme.bodyLine
             steps[Qt.Key_PageUp] = -page
             steps[Qt.Key_PageDown] = page
-            if (event.key === Qt.Key_Home) {
+            if (!view.isLive && (event.key === Qt.Key_Up || event.key === Qt.Key_Down)) {
+                const next = currentIndex + (event.key === Qt.Key_Up ? -1 : 1)
+                currentIndex = Math.max(0, Math.min(next, count - 1))
+                positionViewAtIndex(currentIndex, ListView.Contain)
+            } else if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
+                player.playLine(currentIndex)
+            } else if (event.key === Qt.Key_Home) {
+                currentIndex = 0
                 positionViewAtBeginning()
                 followIfNearEnd()
             } else if (event.key === Qt.Key_End) {
@@ -161,12 +176,23 @@ FocusScope {
         }
 
         Connections {
+            function onCurrentLineChanged() {
+                if (player.isPlaying && player.currentLine >= 0 && !lines.moving) {
+                    lines.currentIndex = player.currentLine
+                    lines.positionViewAtIndex(player.currentLine, ListView.Contain)
+                }
+            }
+
+            target: player
+        }
+        Connections {
             function onChanged() {
                 Qt.callLater(lines.follow)
             }
 
             function onRecordingChosen() {
                 lines.follows = true
+                lines.currentIndex = 0
                 Qt.callLater(lines.follow)
             }
 
@@ -190,10 +216,17 @@ FocusScope {
         wrapMode: Text.Wrap
     }
 
+    PlaybackBar {
+        id: playback
+
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+    }
     TranscriptFoot {
         id: foot
 
-        anchors.bottom: parent.bottom
+        anchors.bottom: playback.top
         anchors.left: parent.left
         anchors.right: parent.right
         follows: lines.follows

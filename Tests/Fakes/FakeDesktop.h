@@ -4,6 +4,7 @@
 #include "Fakes/Gate.h"
 #include "TalkledgerCore/Ports/Desktop.h"
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
@@ -34,6 +35,19 @@ public:
     void reveal(const std::filesystem::path& file) override { act("reveal " + file.string()); }
 
     void openSettings(const std::string& url) override { act("settings " + url); }
+
+    std::filesystem::path moveToTrash(const std::filesystem::path& folder) override {
+        act("trash " + folder.filename().string());
+        const std::filesystem::path trashed =
+            folder.parent_path().parent_path() / ("trashed " + folder.filename().string());
+        std::filesystem::rename(folder, trashed);
+        return trashed;
+    }
+
+    void restoreFromTrash(const std::filesystem::path& trashed, const std::filesystem::path& folder) override {
+        act("restore " + folder.filename().string());
+        std::filesystem::rename(trashed, folder);
+    }
 
     void copyText(const std::string& text) override {
         failIfSet();

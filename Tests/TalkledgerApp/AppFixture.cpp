@@ -29,7 +29,8 @@ AppModel& AppFixture::makeModel() {
                          .authorization = authorization_,
                          .speechRecognition = speech_,
                          .languageModel = languageModel_,
-                         .desktop = desktop_};
+                         .desktop = desktop_,
+                         .playback = playback_};
     model_.emplace(ports, reports_, QtMainExecutor(context_), background_.get_executor(), settings_,
                    liveSummaryInterval_);
     QCoreApplication::processEvents(); // what it has begun by itself ends before a test replaces it

@@ -6,6 +6,7 @@
 #include "Fakes/FakeAuthorization.h"
 #include "Fakes/FakeDesktop.h"
 #include "Fakes/FakeLanguageModel.h"
+#include "Fakes/FakePlayback.h"
 #include "Fakes/FakeSpeechRecognition.h"
 #include "Fakes/FakeSystemAudio.h"
 #include "Support/TemporaryFolder.h"
@@ -86,6 +87,7 @@ protected:
     FakeSpeechRecognition speech_{log_};
     FakeLanguageModel languageModel_;
     FakeDesktop desktop_{log_};
+    FakePlayback playback_;
     QtMainContext context_;
     boost::asio::thread_pool background_{1};
     std::shared_ptr<CaptureReports> reports_;

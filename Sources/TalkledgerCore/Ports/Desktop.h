@@ -37,6 +37,12 @@ public:
     /// The settings page that a permission's settings link stands for.
     virtual void openSettings(const std::string& url) = 0;
 
+    /// Moves a folder to where the user finds what was deleted; where it lies now.
+    virtual std::filesystem::path moveToTrash(const std::filesystem::path& folder) = 0;
+
+    /// Takes it back to where it was.
+    virtual void restoreFromTrash(const std::filesystem::path& trashed, const std::filesystem::path& folder) = 0;
+
     /// In place of what is on the clipboard.
     virtual void copyText(const std::string& text) = 0;
 };

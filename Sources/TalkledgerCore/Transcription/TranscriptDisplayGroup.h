@@ -36,6 +36,8 @@ public:
 
     TranscriptTimelineLine line(std::size_t id) const;
 
+    TranscriptLineSpan span() const { return {.begin = joined_.startTime, .end = joined_.endTime}; }
+
 private:
     bool hasRoomFor(std::string_view text) const;
 

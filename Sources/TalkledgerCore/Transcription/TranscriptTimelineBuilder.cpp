@@ -21,9 +21,7 @@ std::vector<DisplaySegment> displaySegments(std::vector<TranscriptSegment> segme
     return shown;
 }
 
-} // namespace
-
-std::vector<TranscriptTimelineLine> TranscriptTimelineBuilder::buildLines(const TranscriptDocument& document) const {
+std::vector<DisplayGroup> displayGroups(const TranscriptDocument& document) {
     std::vector<DisplayGroup> groups;
     for (DisplaySegment& segment : displaySegments(document.segments)) {
         if (!groups.empty() && groups.back().takes(segment)) {
@@ -32,12 +30,25 @@ std::vector<TranscriptTimelineLine> TranscriptTimelineBuilder::buildLines(const 
             groups.emplace_back(std::move(segment));
         }
     }
+    return groups;
+}
+
+} // namespace
+
+std::vector<TranscriptTimelineLine> TranscriptTimelineBuilder::buildLines(const TranscriptDocument& document) const {
     std::vector<TranscriptTimelineLine> lines;
-    lines.reserve(groups.size());
-    for (const DisplayGroup& group : groups) {
+    for (const DisplayGroup& group : displayGroups(document)) {
         lines.push_back(group.line(lines.size()));
     }
     return lines;
+}
+
+std::vector<TranscriptLineSpan> TranscriptTimelineBuilder::buildSpans(const TranscriptDocument& document) const {
+    std::vector<TranscriptLineSpan> spans;
+    for (const DisplayGroup& group : displayGroups(document)) {
+        spans.push_back(group.span());
+    }
+    return spans;
 }
 
 } // namespace talkledger

@@ -20,9 +20,20 @@ struct TranscriptTimelineLine {
     bool operator==(const TranscriptTimelineLine&) const = default;
 };
 
+/// When a line was said, in seconds on the recording's time line.
+struct TranscriptLineSpan {
+    double begin{0};
+    double end{0};
+
+    bool operator==(const TranscriptLineSpan&) const = default;
+};
+
 /// Merges segments of one speaker that follow each other closely into lines.
 struct TranscriptTimelineBuilder {
     std::vector<TranscriptTimelineLine> buildLines(const TranscriptDocument& document) const;
+
+    /// Of the same lines.
+    std::vector<TranscriptLineSpan> buildSpans(const TranscriptDocument& document) const;
 };
 
 } // namespace talkledger

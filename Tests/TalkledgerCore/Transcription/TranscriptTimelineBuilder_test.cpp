@@ -108,5 +108,16 @@ TEST(TranscriptTimelineBuilder, ReadsUnknownTimesAsNothing) {
     EXPECT_THAT(linesOf({mic(10, 5, "a"), mic(13, 13, "b")}), ElementsAre("mic 00:10 a b"));
 }
 
+TEST(TranscriptTimelineBuilder, TellsWhenItsLinesWereSaid) {
+    const TranscriptDocument document{
+        {TranscriptSegment(AudioChannel::speaker, SpeakerRole::customer, 20, 2, "later",
+                           TranscriptSegmentStatus::final),
+         TranscriptSegment(AudioChannel::mic, SpeakerRole::me, 1, 2, "one", TranscriptSegmentStatus::final),
+         TranscriptSegment(AudioChannel::mic, SpeakerRole::me, 4, 2.5, "line", TranscriptSegmentStatus::final),
+         TranscriptSegment(AudioChannel::mic, SpeakerRole::me, 7, 1, " ", TranscriptSegmentStatus::final)}};
+    EXPECT_EQ(TranscriptTimelineBuilder().buildSpans(document),
+              (std::vector<TranscriptLineSpan>{{.begin = 1, .end = 6.5}, {.begin = 20, .end = 22}}));
+}
+
 } // namespace
 } // namespace talkledger
