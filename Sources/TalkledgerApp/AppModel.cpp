@@ -4,6 +4,7 @@
 #include "TalkledgerCore/Presentation/RecordingActionPresentation.h"
 #include "TalkledgerCore/Summary/FoundationModelsSalesSummaryGenerator.h"
 #include "TalkledgerCore/Support/Dates.h"
+#include "TalkledgerCore/Support/RunOn.h"
 #include "TalkledgerCore/Support/Uuid.h"
 
 #include <boost/asio/co_spawn.hpp>
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <functional>
 #include <iterator>
 #include <stdexcept>
 #include <utility>
@@ -65,8 +67,9 @@ AppModel::AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captur
     createStore();
     if (store_) {
         createCoordinator(*store_, background);
+        isLoadingSessions_ = true;
+        boost::asio::co_spawn(main_, loadSessions(background), boost::asio::detached);
     }
-    refreshSessions();
     permissions_ = CapturePermissionInspector::quickSnapshot(ports_.authorization);
     boost::asio::co_spawn(main_, findWhetherSpeechIsOffered(), boost::asio::detached);
 }
@@ -277,20 +280,43 @@ void AppModel::keepMessages(const std::vector<std::string>& messages, const Reco
     }
 }
 
+/// There may be thousands, and the window comes first.
+Task<void> AppModel::loadSessions(Executor background) {
+    std::vector<RecordingSession> loaded;
+    std::optional<std::string> failure;
+    try {
+        const std::function<std::vector<RecordingSession>()> load = [this] { return store_->loadSessions(); };
+        loaded = co_await runOn(background, load);
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    if (!isLoadingSessions_) {
+        co_return; // a refresh has overtaken it
+    }
+    showSessions(std::move(loaded));
+    if (failure) {
+        setLastError(std::move(failure));
+    }
+}
+
 void AppModel::refreshSessions() {
     if (!store_) {
         return;
     }
     try {
-        std::vector<RecordingSession> loaded = store_->loadSessions();
-        std::stable_sort(loaded.begin(), loaded.end(), [](const RecordingSession& left, const RecordingSession& right) {
-            return left.startedAt > right.startedAt;
-        });
-        sessions_ = std::move(loaded);
-        Q_EMIT sessionsChanged();
+        showSessions(store_->loadSessions());
     } catch (const std::exception& error) {
         setLastError(error.what());
     }
+}
+
+void AppModel::showSessions(std::vector<RecordingSession> sessions) {
+    std::stable_sort(sessions.begin(), sessions.end(), [](const RecordingSession& left, const RecordingSession& right) {
+        return left.startedAt > right.startedAt;
+    });
+    sessions_ = std::move(sessions);
+    isLoadingSessions_ = false;
+    Q_EMIT sessionsChanged();
 }
 
 void AppModel::showError(std::string description) {

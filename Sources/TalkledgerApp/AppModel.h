@@ -75,6 +75,7 @@ class AppModel : public QObject {
     Q_PROPERTY(bool isSpeechOffered READ isSpeechOffered NOTIFY isSpeechOfferedChanged)
     Q_PROPERTY(QVariantMap recordingAction READ recordingAction NOTIFY recordingActionChanged)
     Q_PROPERTY(RecordingTracks* tracks READ tracks CONSTANT)
+    Q_PROPERTY(bool isLoadingSessions READ isLoadingSessions NOTIFY sessionsChanged)
 
 public:
     /// `captureReports` is what the capture ports report to; `background` may block.
@@ -98,6 +99,9 @@ public:
 
     /// Newest first.
     const std::vector<RecordingSession>& sessions() const { return sessions_; }
+
+    /// The list is still empty because it is being loaded for the first time, which may take a while.
+    bool isLoadingSessions() const { return isLoadingSessions_; }
 
     /// Present exactly while recording.
     const std::optional<RecordingSession>& currentSession() const { return currentSession_; }
@@ -229,6 +233,8 @@ Q_SIGNALS:
 private:
     void createStore();
     void createCoordinator(RecordingStore& store, const Executor& background);
+    Task<void> loadSessions(Executor background);
+    void showSessions(std::vector<RecordingSession> sessions);
     RecordingStore& store();
     bool isCurrent(const RecordingSession& session) const;
     Task<void> startRecordingNow();
@@ -267,6 +273,7 @@ private:
     std::optional<std::string> lastError_;
     bool noTrackStarted_{false};
     std::vector<RecordingSession> sessions_;
+    bool isLoadingSessions_{false};
     std::optional<RecordingSession> currentSession_;
     std::optional<CapturePermissionSnapshot> permissions_;
     bool isBusy_{false};

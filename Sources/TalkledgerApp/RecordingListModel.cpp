@@ -129,16 +129,24 @@ void RecordingListModel::follow() {
             endRemoveRows();
         }
     }
-    // Both are in the same order now, and what is missing in one is to be inserted.
+    // What is left comes in the same order in both, and what is missing between is to be inserted.
     for (std::size_t position = 0; position < wanted.size(); ++position) {
-        const int row = static_cast<int>(position);
-        if (position == sessions_.size() || sessions_[position].id != wanted[position].id) {
-            beginInsertRows({}, row, row);
-            sessions_.insert(sessions_.begin() + row, wanted[position]);
+        const auto begin = wanted.begin() + static_cast<std::ptrdiff_t>(position);
+        const auto known = position == sessions_.size()
+                               ? wanted.end()
+                               : std::find_if(begin, wanted.end(), [&](const RecordingSession& session) {
+                                     return session.id == sessions_[position].id;
+                                 });
+        if (known != begin) {
+            const int row = static_cast<int>(position);
+            beginInsertRows({}, row, static_cast<int>(known - wanted.begin()) - 1);
+            sessions_.insert(sessions_.begin() + row, begin, known);
             endInsertRows();
-        } else if (sessions_[position] != wanted[position]) {
-            sessions_[position] = wanted[position];
-            Q_EMIT dataChanged(index(row), index(row));
+            position = static_cast<std::size_t>(known - wanted.begin());
+        }
+        if (known != wanted.end() && sessions_[position] != *known) {
+            sessions_[position] = *known;
+            Q_EMIT dataChanged(index(static_cast<int>(position)), index(static_cast<int>(position)));
         }
     }
     Q_EMIT countChanged();

@@ -193,6 +193,6 @@ FocusScope {
         anchors.left: list.right
         anchors.right: parent.right
         anchors.top: notice.bottom
-        visible: recordings.count === 0 && !screen.isNarrow
+        visible: recordings.count === 0 && !appModel.isLoadingSessions && !screen.isNarrow
     }
 }

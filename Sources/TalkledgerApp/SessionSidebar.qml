@@ -80,7 +80,7 @@ Rectangle {
         anchors.top: parent.top
         anchors.topMargin: 48
         spacing: 2
-        visible: recordings.count === 0
+        visible: recordings.count === 0 && !appModel.isLoadingSessions
 
         Words {
             font.bold: true
@@ -94,6 +94,24 @@ Rectangle {
             text: texts.noRecordingsDescription
             width: parent.width
             wrapMode: Text.Wrap
+        }
+    }
+
+    SmallWords {
+        anchors.left: parent.left
+        anchors.leftMargin: 20
+        anchors.top: parent.top
+        anchors.topMargin: 48
+        color: Theme.text3
+        objectName: "loadingSessions"
+        text: texts.loading
+        visible: appModel.isLoadingSessions && !patience.running
+
+        Timer {
+            id: patience
+
+            interval: Theme.loadingMilliseconds
+            running: true
         }
     }
 

@@ -90,6 +90,7 @@ QtObject {
     readonly property int narrowBelow: 720
     readonly property int stackedBelow: 480
     readonly property int hoverMilliseconds: 80
+    readonly property int loadingMilliseconds: 150
     readonly property int foldMilliseconds: 120
     readonly property int progressMilliseconds: 200
     readonly property int meterFallMilliseconds: 300

@@ -20,7 +20,7 @@ AppFixture::~AppFixture() {
     context_.close();
 }
 
-AppModel& AppFixture::makeModel() {
+AppModel& AppFixture::startModel() {
     const AppPorts ports{.fileSystem = fileSystem_,
                          .audioInput = audioInput_,
                          .systemAudio = systemAudio_,
@@ -33,7 +33,13 @@ AppModel& AppFixture::makeModel() {
                          .playback = playback_};
     model_.emplace(ports, reports_, QtMainExecutor(context_), background_.get_executor(), settings_,
                    liveSummaryInterval_);
+    return *model_;
+}
+
+AppModel& AppFixture::makeModel() {
+    startModel();
     QCoreApplication::processEvents(); // what it has begun by itself ends before a test replaces it
+    waitUntil([this] { return !model_->isLoadingSessions(); });
     return *model_;
 }
 

@@ -41,6 +41,9 @@ protected:
 
     AppModel& makeModel();
 
+    /// The same, but its list of recordings is still being loaded.
+    AppModel& startModel();
+
     AppModel& model() { return *model_; }
 
     /// Runs the event loop until the model has done what it was asked; fails if that takes very long.

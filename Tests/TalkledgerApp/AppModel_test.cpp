@@ -3,10 +3,12 @@
 #include "TalkledgerCore/Storage/RecordingStore.h"
 #include "TalkledgerCore/Support/Uuid.h"
 
+#include <boost/asio/post.hpp>
 #include <gmock/gmock.h>
 
 #include <chrono>
 #include <fstream>
+#include <future>
 #include <sstream>
 #include <thread>
 
@@ -63,6 +65,24 @@ TEST_F(AppModelTest, BeginsIdleInTheStoredLanguageWithTheNewestRecordingFirst) {
     EXPECT_EQ(makeModel().displayLanguage(), DisplayLanguage::japanese) << "only the exact word counts";
     settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
     EXPECT_EQ(makeModel().statusText(), "Ready");
+}
+
+TEST_F(AppModelTest, TheFirstListIsLoadedAsideAndARefreshOvertakesIt) {
+    const RecordingSession first = addFinishedRecording("first", 1'000, {});
+    std::promise<void> disk;
+    boost::asio::post(background_, [ready = disk.get_future().share()] { ready.wait(); });
+    startModel();
+    EXPECT_TRUE(model().isLoadingSessions());
+    EXPECT_THAT(model().sessions(), IsEmpty());
+    model().refreshSessions();
+    EXPECT_FALSE(model().isLoadingSessions());
+    EXPECT_THAT(model().sessions(), ElementsAre(first));
+
+    addFinishedRecording("unseen", 2'000, {});
+    disk.set_value();
+    background_.join();
+    QCoreApplication::processEvents();
+    EXPECT_THAT(model().sessions(), ElementsAre(first)) << "what was asked for later stands";
 }
 
 TEST_F(AppModelTest, RecordsTranscribesAndExportsByItself) {
