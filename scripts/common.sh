@@ -21,7 +21,7 @@ build_packages=(
 # A private sound session, a display and a speaker for the rehearsal and the tests.
 rehearsal_packages=(
   pipewire pipewire-bin libspa-0.2-modules wireplumber
-  xvfb openbox dbus flite sox ffmpeg libglib2.0-bin util-linux
+  xvfb openbox dbus at-spi2-core flite sox ffmpeg libglib2.0-bin util-linux
 )
 test_packages=(clang-format-16 clang-tidy-16 qml6-module-qttest)
 
