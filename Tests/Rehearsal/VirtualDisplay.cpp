@@ -112,7 +112,11 @@ void VirtualDisplay::photograph(pid_t process, const std::filesystem::path& file
     auto lastChange = std::chrono::steady_clock::now();
     waitUntil("the window is painted and its picture stands still", [&] {
         const auto now = std::chrono::steady_clock::now();
-        const QImage before = std::exchange(image, look(*window));
+        std::optional<QImage> seen = look(*window);
+        if (!seen) {
+            throw RehearsalError("The program's window is not whole on the virtual display.");
+        }
+        const QImage before = std::exchange(image, std::move(*seen));
         if (before != image) {
             lastChange = now;
         }
@@ -123,7 +127,13 @@ void VirtualDisplay::photograph(pid_t process, const std::filesystem::path& file
     }
 }
 
-QImage VirtualDisplay::look(xcb_window_t window) const {
+bool VirtualDisplay::showsPaintedWindow(pid_t process) const {
+    const std::optional<xcb_window_t> window = findWindow(process);
+    const std::optional<QImage> image = window ? look(*window) : std::nullopt;
+    return image && !isBlank(*image);
+}
+
+std::optional<QImage> VirtualDisplay::look(xcb_window_t window) const {
     const auto geometry =
         owned(xcb_get_geometry_reply(connection_.get(), xcb_get_geometry(connection_.get(), window), nullptr));
     const auto image =
@@ -133,7 +143,7 @@ QImage VirtualDisplay::look(xcb_window_t window) const {
                                              nullptr))
                  : nullptr;
     if (!image) {
-        throw RehearsalError("The program's window is not whole on the virtual display.");
+        return std::nullopt;
     }
     return QImage(xcb_get_image_data(image.get()), geometry->width, geometry->height, QImage::Format_RGB32).copy();
 }

@@ -37,6 +37,9 @@ public:
     /// A program that has not painted for so long has shown all that there is.
     static constexpr std::chrono::milliseconds kStill{500};
 
+    /// Such a window is there, and something is painted in it.
+    bool showsPaintedWindow(pid_t process) const;
+
     /// Writes the window of that process as a PNG file, once it is painted and has stood still for that long.
     void photograph(pid_t process, const std::filesystem::path& file, std::chrono::milliseconds still = kStill) const;
 
@@ -48,7 +51,7 @@ private:
     xcb_atom_t atom(const std::string& name) const;
     std::optional<std::uint32_t> property(xcb_window_t window, const std::string& name, std::uint32_t index) const;
     std::optional<xcb_window_t> findWindow(pid_t process) const;
-    QImage look(xcb_window_t window) const;
+    std::optional<QImage> look(xcb_window_t window) const; ///< absent unless the window is whole on the screen
 
     std::unique_ptr<testing::ChildProcess> server_;
     std::string name_; ///< ":7"
