@@ -45,7 +45,14 @@ QFont screenFont() {
 
 AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& revisions, DesktopAppearance& appearance,
                                          QtDesktop& desktop, Quitting& quitting)
-    : recordings_(model), chosenRecording_(model, recordings_), player_(model), permissions_(model), texts_(model) {
+    : recordings_(model),
+      chosenRecording_(model, recordings_),
+      player_(model),
+      search_(model, recordings_),
+      transcriptHits_(search_, *chosenRecording_.lines()),
+      trash_(model),
+      permissions_(model),
+      texts_(model) {
     QGuiApplication::setFont(screenFont());
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine_.addImageProvider(QStringLiteral("icons"), std::make_unique<IconProvider>().release());
@@ -59,6 +66,9 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
     context->setContextProperty(QStringLiteral("permissions"), &permissions_);
     context->setContextProperty(QStringLiteral("quitting"), &quitting);
     context->setContextProperty(QStringLiteral("player"), &player_);
+    context->setContextProperty(QStringLiteral("search"), &search_);
+    context->setContextProperty(QStringLiteral("transcriptHits"), &transcriptHits_);
+    context->setContextProperty(QStringLiteral("trash"), &trash_);
     context->setContextProperty(QStringLiteral("texts"), &texts_);
     connect(&chosenRecording_, &RecordingDetail::recordingChosen, this,
             [this] { player_.setRecordingID(chosenRecording_.recordingID()); });

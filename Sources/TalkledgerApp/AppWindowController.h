@@ -10,6 +10,9 @@
 #include "TalkledgerApp/RecordingListModel.h"
 #include "TalkledgerApp/RecordingPlayer.h"
 #include "TalkledgerApp/RecordingRevisions.h"
+#include "TalkledgerApp/RecordingSearchModel.h"
+#include "TalkledgerApp/RecordingTrash.h"
+#include "TalkledgerApp/TranscriptHits.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -62,6 +65,9 @@ private:
     RecordingListModel recordings_;
     RecordingDetail chosenRecording_;
     RecordingPlayer player_;
+    RecordingSearchModel search_;
+    TranscriptHits transcriptHits_;
+    RecordingTrash trash_;
     CapturePermissions permissions_;
     DisplayTexts texts_;
     QQmlApplicationEngine engine_; ///< destroyed first: the screens look at all of the above

@@ -48,7 +48,7 @@ Item {
         target: chosenRecording
     }
 
-    Words {
+    MarkedWords {
         id: words
 
         Accessible.role: Accessible.Heading
@@ -58,7 +58,7 @@ Item {
         font.pixelSize: Theme.titleSize
         line: Theme.titleLine
         objectName: "recordingTitle"
-        text: chosenRecording.title
+        plain: chosenRecording.title
         visible: !title.isEditing
         width: Math.min(implicitWidth, title.width - pencil.width - Theme.gap1)
 

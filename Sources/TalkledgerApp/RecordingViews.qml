@@ -33,6 +33,13 @@ FocusScope {
         value: screen.selectedID
     }
     Connections {
+        function onRestored(recordingID) {
+            screen.selectedID = recordings.selection(recordingID)
+        }
+
+        target: trash
+    }
+    Connections {
         function onCountChanged() {
             screen.selectPreferred()
         }
@@ -105,6 +112,18 @@ FocusScope {
         onActivated: player.skip(10)
     }
     Shortcut {
+        sequences: ["Ctrl+F"]
+        onActivated: {
+            screen.showsList = true
+            list.takeSearch()
+        }
+    }
+    Shortcut {
+        enabled: trash.canUndo && !screen.isTyping
+        sequences: ["Ctrl+Z"]
+        onActivated: trash.undo()
+    }
+    Shortcut {
         sequences: ["F2"]
         onActivated: detail.editTitle()
     }
@@ -150,6 +169,11 @@ FocusScope {
         width: screen.isNarrow ? (screen.showsList || recordings.count === 0 ? screen.width : 0)
              : screen.width >= Theme.largeFrom ? 320 : screen.isWide ? 288 : 256
         onChosen: recordingID => screen.selectedID = recordings.selection(recordingID)
+        onHitOpened: (recordingID, line) => {
+            screen.selectedID = recordings.selection(recordingID)
+            screen.showsList = false
+            transcriptHits.goToLine(line)
+        }
         onOpened: screen.showsList = false
     }
 

@@ -8,6 +8,12 @@ Rectangle {
     required property string selectedID
     signal chosen(string recordingID)
     signal opened
+    signal hitOpened(string recordingID, int line)
+
+    function takeSearch() {
+        field.forceActiveFocus()
+        field.selectAll()
+    }
 
     function step(rows) {
         const row = recordings.rowOf(selectedID) + rows
@@ -18,6 +24,35 @@ Rectangle {
 
     color: Theme.sidebar
 
+    SearchField {
+        id: field
+
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.gap3
+        anchors.right: edge.left
+        anchors.rightMargin: Theme.gap3
+        visible: recordings.count > 0
+        y: 10
+        onClosed: list.forceActiveFocus()
+        onConfirmed: backwards => {
+            if (!hits.openCurrent()) {
+                transcriptHits.step(backwards ? -1 : 1)
+            }
+        }
+        onStepped: rows => hits.step(rows)
+    }
+    SearchHits {
+        id: hits
+
+        anchors.bottom: foot.top
+        anchors.left: parent.left
+        anchors.right: edge.left
+        anchors.top: field.bottom
+        selectedID: sidebar.selectedID
+        visible: search.isActive
+        onOpened: (recordingID, line) => sidebar.hitOpened(recordingID, line)
+    }
+
     ListView {
         id: list
 
@@ -27,7 +62,8 @@ Rectangle {
         anchors.bottom: foot.top
         anchors.left: parent.left
         anchors.right: edge.left
-        anchors.top: parent.top
+        anchors.top: field.bottom
+        anchors.topMargin: 2
         bottomMargin: Theme.gap2
         boundsBehavior: Flickable.StopAtBounds
         clip: true
@@ -54,6 +90,7 @@ Rectangle {
         section.property: "day"
         spacing: 1
         topMargin: Theme.gap1
+        visible: !search.isActive
 
         ScrollBar.vertical: ScrollBar {}
         delegate: SessionSidebarRow {
@@ -66,6 +103,7 @@ Rectangle {
             }
         }
 
+        Keys.onDeletePressed: trash.remove(sidebar.selectedID)
         Keys.onDownPressed: sidebar.step(1)
         Keys.onEnterPressed: sidebar.opened()
         Keys.onReturnPressed: sidebar.opened()
@@ -124,10 +162,17 @@ Rectangle {
         width: 1
     }
 
+    TrashNotice {
+        id: trashNotice
+
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: edge.left
+    }
     Item {
         id: foot
 
-        anchors.bottom: parent.bottom
+        anchors.bottom: trashNotice.top
         anchors.left: parent.left
         anchors.right: edge.left
         height: Theme.footHeight
@@ -141,7 +186,7 @@ Rectangle {
             anchors.left: parent.left
             anchors.leftMargin: 20
             anchors.verticalCenter: parent.verticalCenter
-            text: recordings.count === 1 ? texts.oneRecording : texts.recordingCount.replace("{n}", recordings.count)
+            text: search.isActive ? texts.enterOpens : recordings.count === 1 ? texts.oneRecording : texts.recordingCount.replace("{n}", recordings.count)
         }
         IconButton {
             anchors.right: parent.right

@@ -46,13 +46,13 @@ Column {
                         width: 5
                         y: 10
                     }
-                    Words {
+                    MarkedWords {
                         id: words
 
-                        color: summary.ink
+                        ink: summary.ink
                         font.pixelSize: Theme.bodySize
                         line: Theme.bodyLine
-                        text: entry.modelData
+                        plain: entry.modelData
                         width: parent.width - entry.indent
                         wrapMode: Text.Wrap
                         x: entry.indent

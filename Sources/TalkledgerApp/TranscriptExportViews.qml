@@ -142,6 +142,13 @@ Row {
                 visible: actions.isTight
                 onTriggered: appModel.reveal(chosenRecording.recordingID)
             }
+            PopupMenuItem {
+                enabled: chosenRecording.status === "transcribed" || chosenRecording.status === "interrupted"
+                iconName: "close"
+                objectName: "deleteRecording"
+                text: texts.deleteRecording
+                onTriggered: trash.remove(chosenRecording.recordingID)
+            }
             ExportFolderItem {
                 visible: actions.isTight && actions.hasDocument
             }

@@ -16,6 +16,7 @@ Item {
     required property bool isWide
     required property bool canPlay
     required property bool isPlayed  ///< is being played, or was when it paused
+    required property bool isLookedAt ///< holds the hit that is looked at
     required property bool isCurrent ///< of the keyboard
     required property bool isStacked ///< time and speaker above the bubble
 
@@ -98,17 +99,18 @@ Item {
         x: line.isTrailing ? line.textLeft + line.available - width : line.textLeft
         y: line.isStacked ? Theme.gap1 + Theme.smallLine : Theme.gap1
 
-        Words {
+        MarkedWords {
             id: words
 
             readonly property int widest: Math.min(line.available * (line.isWide ? 0.86 : 0.92), Theme.widestBubble) - 2 * Theme.gap3 - 2
 
-            color: line.isPartial ? Theme.text2 : Theme.text
+            ink: line.isPartial ? Theme.text2 : Theme.text
             font.pixelSize: Theme.bodySize
             line: Theme.bodyLine
+            current: line.isLookedAt ? transcriptHits.currentInLine : -1
             objectName: "speech"
+            plain: line.text
             rightPadding: line.isPartial ? 10 : 0 // for the caret
-            text: line.text
             width: Math.min(Math.ceil(unwrapped.advanceWidth) + 1 + rightPadding, widest)
             wrapMode: Text.Wrap
             x: Theme.gap3 + 1

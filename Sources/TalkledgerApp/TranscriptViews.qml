@@ -26,7 +26,7 @@ FocusScope {
 
         anchors.left: parent.left
         anchors.right: parent.right
-        height: view.hasHead ? Theme.columnHeadHeight : 0
+        height: view.hasHead ? Theme.columnHeadHeight : hitBar.height
         visible: view.hasHead
 
         Words {
@@ -42,7 +42,7 @@ FocusScope {
             anchors.rightMargin: Theme.gap6
             anchors.verticalCenter: parent.verticalCenter
             spacing: Theme.gap2
-            visible: lines.count > 0
+            visible: lines.count > 0 && !search.isActive
 
             Repeater {
                 model: [{name: texts.customerRole, tint: Theme.customer}, {name: texts.meRole, tint: Theme.me}]
@@ -129,6 +129,7 @@ FocusScope {
         delegate: TranscriptLine {
             canPlay: player.canPlay
             isCurrent: ListView.isCurrentItem && lines.activeFocus && !view.isLive
+            isLookedAt: index === transcriptHits.currentLine
             isPlayed: index === player.currentLine && player.canPlay && (player.isPlaying || player.position > 0)
             gutter: view.gutter
             isStacked: view.isStacked
@@ -216,6 +217,32 @@ FocusScope {
         wrapMode: Text.Wrap
     }
 
+    Rectangle {
+        id: hitBar
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: parent.top
+        color: view.hasHead ? "transparent" : Theme.surface
+        height: visible ? Theme.columnHeadHeight : 0
+        visible: search.isActive && lines.count > 0
+
+        TranscriptHitSteps {
+            anchors.right: parent.right
+            anchors.rightMargin: Theme.gap3
+            anchors.verticalCenter: parent.verticalCenter
+        }
+    }
+    Connections {
+        function onChanged() {
+            if (search.isActive && !view.isLive && transcriptHits.currentLine >= 0) {
+                lines.currentIndex = transcriptHits.currentLine
+                lines.positionViewAtIndex(transcriptHits.currentLine, ListView.Contain)
+            }
+        }
+
+        target: transcriptHits
+    }
     PlaybackBar {
         id: playback
 

@@ -14,6 +14,16 @@ void forEach(QQuickItem& item, const std::function<void(QQuickItem&)>& visit) {
     }
 }
 
+/// What has just been opened is where it will stay as soon as it is wholly there.
+bool isWhollyShown(const QQuickItem& item) {
+    for (const QQuickItem* part = &item; part != nullptr; part = part->parentItem()) {
+        if (!part->isVisible() || part->opacity() < 1) {
+            return false;
+        }
+    }
+    return true;
+}
+
 std::string textOf(const QQuickItem& item) {
     return item.property("text").toString().toStdString();
 }
@@ -79,7 +89,7 @@ void WindowFixture::click(const char* name) {
     const auto middle = [&] { return clicked->mapToScene({clicked->width() / 2, clicked->height() / 2}); };
     waitUntil([&] {
         clicked = item(name);
-        return clicked != nullptr && clicked->isVisible() && window().contentItem()->contains(middle());
+        return clicked != nullptr && isWhollyShown(*clicked) && window().contentItem()->contains(middle());
     });
     QTest::mouseClick(&window(), Qt::LeftButton, {}, middle().toPoint());
 }

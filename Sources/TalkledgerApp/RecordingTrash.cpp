@@ -1,0 +1,60 @@
+#include "TalkledgerApp/RecordingTrash.h"
+
+#include "TalkledgerCore/Presentation/RecordingListTitleBuilder.h"
+#include "TalkledgerCore/Support/Uuid.h"
+
+#include <exception>
+#include <utility>
+
+namespace talkledger {
+
+RecordingTrash::RecordingTrash(AppModel& model) : model_(model) {}
+
+QString RecordingTrash::title() const {
+    return removed_ ? removed_->title : QString();
+}
+
+bool RecordingTrash::canRemove(const QString& recordingID) const {
+    return model_.session(recordingID) != nullptr && recordingID != model_.currentRecordingID();
+}
+
+void RecordingTrash::remove(const QString& recordingID) {
+    if (!canRemove(recordingID)) {
+        return;
+    }
+    model_.dismissLastError();
+    try {
+        const RecordingSession session = *model_.session(recordingID);
+        const QString title = QString::fromStdString(
+            RecordingListTitleBuilder().title(session, model_.listSummary(session), model_.copy()));
+        const std::filesystem::path trashed = model_.ports().desktop.moveToTrash(session.directory);
+        removed_ = {.session = session, .title = title, .trashed = trashed};
+    } catch (const std::exception& error) {
+        model_.showError(error.what());
+    }
+    model_.refreshSessions();
+    Q_EMIT changed();
+}
+
+void RecordingTrash::undo() {
+    if (!removed_) {
+        return;
+    }
+    const Removed removed = *std::exchange(removed_, std::nullopt);
+    model_.dismissLastError();
+    try {
+        model_.ports().desktop.restoreFromTrash(removed.trashed, removed.session.directory);
+    } catch (const std::exception& error) {
+        model_.showError(error.what());
+    }
+    model_.refreshSessions();
+    Q_EMIT changed();
+    Q_EMIT restored(QString::fromStdString(uuidText(removed.session.id)));
+}
+
+void RecordingTrash::dismiss() {
+    removed_.reset();
+    Q_EMIT changed();
+}
+
+} // namespace talkledger

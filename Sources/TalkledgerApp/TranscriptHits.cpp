@@ -1,0 +1,42 @@
+#include "TalkledgerApp/TranscriptHits.h"
+
+#include <algorithm>
+#include <string>
+
+namespace talkledger {
+
+TranscriptHits::TranscriptHits(const RecordingSearchModel& search, const TranscriptLinesModel& lines)
+    : search_(search), lines_(lines) {
+    connect(&search, &RecordingSearchModel::typedChanged, this, &TranscriptHits::find);
+    connect(&lines, &TranscriptLinesModel::linesChanged, this, &TranscriptHits::find);
+}
+
+void TranscriptHits::find() {
+    hits_.clear();
+    for (int line = 0; search_.isActive() && line < lines_.count(); ++line) {
+        const std::string text = lines_.data(lines_.index(line), TranscriptLinesModel::text).toString().toStdString();
+        const auto found = text::occurrences(text::searchable(text), search_.query().words);
+        for (std::size_t inLine = 0; inLine < found.size(); ++inLine) {
+            hits_.push_back({.line = line, .inLine = static_cast<int>(inLine)});
+        }
+    }
+    current_ = hits_.empty() ? -1 : 0;
+    Q_EMIT changed();
+}
+
+void TranscriptHits::step(int hits) {
+    if (!hits_.empty()) {
+        current_ = (current_ + hits % count() + count()) % count();
+        Q_EMIT changed();
+    }
+}
+
+void TranscriptHits::goToLine(int line) {
+    const auto hit = std::ranges::lower_bound(hits_, line, {}, &Hit::line);
+    if (!hits_.empty()) {
+        current_ = hit == hits_.end() ? 0 : static_cast<int>(hit - hits_.begin());
+        Q_EMIT changed();
+    }
+}
+
+} // namespace talkledger
