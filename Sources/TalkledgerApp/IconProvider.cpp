@@ -25,7 +25,7 @@ QImage drawIcon(const QString& name, const std::vector<Recolouring>& recolouring
 
 QImage IconProvider::requestImage(const QString& id, QSize* size, const QSize& requestedSize) {
     const QChar separator = QLatin1Char('/');
-    const QImage image = drawIcon(id.section(separator, 0, 0),
+    QImage image = drawIcon(id.section(separator, 0, 0),
                                   {{"currentColor", "#" + id.section(separator, 1).toUtf8()}}, requestedSize);
     if (size != nullptr) {
         *size = image.size();

@@ -3,13 +3,10 @@
 #include "TalkledgerApp/ScreenText.h"
 #include "TalkledgerCore/Presentation/CapturePermissionPresentation.h"
 
-#include <QActionGroup>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QDBusServiceWatcher>
 #include <QDBusVariant>
-#include <QKeySequence>
 #include <utility>
 
 namespace talkledger {
@@ -23,7 +20,6 @@ bool isPanelAlwaysDark() {
     return qEnvironmentVariable("XDG_CURRENT_DESKTOP").contains(QLatin1String("GNOME"));
 }
 
-/// Its own name: those of Qt's languages are in another order.
 QString ownName(DisplayLanguage language) {
     return language == DisplayLanguage::english ? QStringLiteral("English") : QStringLiteral("日本語");
 }
@@ -31,7 +27,10 @@ QString ownName(DisplayLanguage language) {
 } // namespace
 
 TrayIcon::TrayIcon(AppModel& model, const DesktopAppearance& appearance, QDBusConnection bus)
-    : model_(model), appearance_(appearance), bus_(std::move(bus)) {
+    : model_(model),
+      appearance_(appearance),
+      bus_(std::move(bus)),
+      watcher_(watcherService, bus_, QDBusServiceWatcher::WatchForOwnerChange) {
     makeMenu();
     connect(&model, &AppModel::isRecordingChanged, this, &TrayIcon::follow);
     connect(&model, &AppModel::isBusyChanged, this, &TrayIcon::follow);
@@ -43,8 +42,7 @@ TrayIcon::TrayIcon(AppModel& model, const DesktopAppearance& appearance, QDBusCo
     if (!bus_.isConnected()) {
         return;
     }
-    auto* const watcher = new QDBusServiceWatcher(watcherService, bus_, QDBusServiceWatcher::WatchForOwnerChange, this);
-    connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &TrayIcon::lookForHost);
+    connect(&watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this, &TrayIcon::lookForHost);
     bus_.connect(watcherService, watcherPath, watcherService, QStringLiteral("StatusNotifierHostRegistered"), this,
                  SLOT(lookForHost()));
     lookForHost();
@@ -94,13 +92,12 @@ void TrayIcon::makeMenu() {
     recordings_ = menu_.addAction(QString(), this, &TrayIcon::recordingsRequested);
     storageFolder_ = menu_.addAction(QString(), &model_, &AppModel::openStorageFolder);
     language_ = menu_.addMenu(QString());
-    auto* const languages = new QActionGroup(this);
     for (const DisplayLanguage language : allDisplayLanguages) {
         QAction* const action =
             language_->addAction(ownName(language), this, [this, language] { model_.setDisplayLanguage(language); });
         action->setCheckable(true);
         action->setChecked(language == model_.displayLanguage());
-        languages->addAction(action);
+        languages_.addAction(action);
     }
     permissions_ = menu_.addAction(QString(), &model_, &AppModel::requestCapturePermissions);
     menu_.addSeparator();

@@ -5,13 +5,16 @@
 #include "TalkledgerApp/TrayPicture.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <QMenu>
 #include <QObject>
 #include <QRect>
 #include <QSystemTrayIcon>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace talkledger {
 
@@ -46,8 +49,10 @@ private:
     AppModel& model_;
     const DesktopAppearance& appearance_;
     QDBusConnection bus_;
+    QDBusServiceWatcher watcher_;
     bool isHosted_{false};
     QMenu menu_;
+    QActionGroup languages_{nullptr};
     QAction* status_{nullptr}; ///< the actions belong to the menu
     QAction* toggle_{nullptr};
     QAction* recordings_{nullptr};

@@ -57,7 +57,7 @@ bool needsAttention(const std::optional<CapturePermissionSnapshot>& snapshot) {
 }
 
 std::string startConsequence(const std::optional<CapturePermissionSnapshot>& snapshot, const AppCopy& copy) {
-    if (!needsAttention(snapshot)) {
+    if (!snapshot || !needsAttention(snapshot)) {
         return {};
     }
     if (!isMissing(snapshot->systemAudio)) {
