@@ -37,19 +37,19 @@ void RecordingTrash::remove(const QString& recordingID) {
 }
 
 void RecordingTrash::undo() {
-    if (!removed_) {
+    const std::optional<Removed> removed = std::exchange(removed_, std::nullopt);
+    if (!removed) {
         return;
     }
-    const Removed removed = *std::exchange(removed_, std::nullopt);
     model_.dismissLastError();
     try {
-        model_.ports().desktop.restoreFromTrash(removed.trashed, removed.session.directory);
+        model_.ports().desktop.restoreFromTrash(removed->trashed, removed->session.directory);
     } catch (const std::exception& error) {
         model_.showError(error.what());
     }
     model_.refreshSessions();
     Q_EMIT changed();
-    Q_EMIT restored(QString::fromStdString(uuidText(removed.session.id)));
+    Q_EMIT restored(QString::fromStdString(uuidText(removed->session.id)));
 }
 
 void RecordingTrash::dismiss() {

@@ -8,16 +8,30 @@ namespace talkledger {
 TranscriptHits::TranscriptHits(const RecordingSearchModel& search, const TranscriptLinesModel& lines)
     : search_(search), lines_(lines) {
     connect(&search, &RecordingSearchModel::typedChanged, this, &TranscriptHits::find);
-    connect(&lines, &TranscriptLinesModel::linesChanged, this, &TranscriptHits::find);
+    connect(&lines, &TranscriptLinesModel::linesChanged, this, [this] {
+        isRead_ = false;
+        find();
+    });
+}
+
+void TranscriptHits::readLines() {
+    searchable_.clear();
+    for (int line = 0; line < lines_.count(); ++line) {
+        const QString shown = lines_.data(lines_.index(line), TranscriptLinesModel::text).toString();
+        searchable_.push_back(text::searchable(shown.toStdString()));
+    }
+    isRead_ = true;
 }
 
 void TranscriptHits::find() {
     hits_.clear();
-    for (int line = 0; search_.isActive() && line < lines_.count(); ++line) {
-        const std::string text = lines_.data(lines_.index(line), TranscriptLinesModel::text).toString().toStdString();
-        const auto found = text::occurrences(text::searchable(text), search_.query().words);
-        for (std::size_t inLine = 0; inLine < found.size(); ++inLine) {
-            hits_.push_back({.line = line, .inLine = static_cast<int>(inLine)});
+    if (search_.isActive() && !isRead_) {
+        readLines();
+    }
+    for (std::size_t line = 0; search_.isActive() && line < searchable_.size(); ++line) {
+        const std::size_t count = text::occurrences(searchable_[line], search_.query().words).size();
+        for (std::size_t inLine = 0; inLine < count; ++inLine) {
+            hits_.push_back({.line = static_cast<int>(line), .inLine = static_cast<int>(inLine)});
         }
     }
     current_ = hits_.empty() ? -1 : 0;

@@ -4,6 +4,7 @@
 #include "TalkledgerApp/TranscriptLinesModel.h"
 
 #include <QObject>
+#include <string>
 #include <vector>
 
 namespace talkledger {
@@ -45,10 +46,13 @@ private:
         int inLine;
     };
 
+    void readLines();
     void find();
 
     const RecordingSearchModel& search_;
     const TranscriptLinesModel& lines_;
+    std::vector<std::string> searchable_; ///< the lines; read when they are first searched
+    bool isRead_{false};
     std::vector<Hit> hits_;
     int current_{-1};
 };

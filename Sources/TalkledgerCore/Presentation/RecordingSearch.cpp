@@ -47,7 +47,7 @@ std::vector<RecordingSearchPlace> searchPlaces(const RecordingSession& session,
                                                const std::optional<TranscriptDocument>& transcript,
                                                const std::optional<SalesSummary>& summary, const AppCopy& copy) {
     std::vector<RecordingSearchPlace> places;
-    const auto add = [&](RecordingSearchSource source, std::string text, std::size_t line = 0,
+    const auto add = [&](RecordingSearchSource source, const std::string& text, std::size_t line = 0,
                          std::string timecode = {}) {
         places.push_back(
             {.source = source, .line = line, .timecode = std::move(timecode), .text = text::validated(text)});

@@ -12,6 +12,8 @@ class PipeWirePlayback : public Playback {
 public:
     PipeWirePlayback();
     ~PipeWirePlayback() override;
+    PipeWirePlayback(const PipeWirePlayback&) = delete;
+    PipeWirePlayback& operator=(const PipeWirePlayback&) = delete;
 
     void setEventHandler(EventHandler handler) override;
     std::uint64_t play(PlaybackRequest request) override;

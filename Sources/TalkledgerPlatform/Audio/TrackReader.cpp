@@ -8,7 +8,6 @@ extern "C" {
 }
 
 #include <algorithm>
-#include <optional>
 #include <system_error>
 #include <vector>
 
@@ -41,7 +40,7 @@ public:
         taken_ = 0;
         resampler_.reset();
         isAtEnd_ = false;
-        next_.reset();
+        isPlaced_ = false;
         wanted_ = std::max<std::int64_t>(frame, 0);
         const std::int64_t time = av_rescale_q(wanted_, kFrameTime, stream().time_base);
         if (av_seek_frame(input_.get(), stream().index, time, AVSEEK_FLAG_BACKWARD) < 0) {
@@ -136,7 +135,8 @@ private:
     }
 
     void convert() {
-        if (!next_) { // the first frame after a seek says where it lies; what follows lies behind it
+        if (!isPlaced_) { // the first frame after a seek says where it lies; what follows lies behind it
+            isPlaced_ = true;
             next_ = frame_->pts == AV_NOPTS_VALUE ? 0 : av_rescale_q(frame_->pts, stream().time_base, kFrameTime);
         }
         if (!resampler_) {
@@ -173,7 +173,7 @@ private:
         auto* output = reinterpret_cast<std::uint8_t*>(resampled_.data());
         const int frames = swr_convert(resampler_.get(), &output, room, input, count);
         for (std::int64_t frame = 0; frame < frames; ++frame) {
-            if (const std::int64_t place = (*next_)++; place >= wanted_) {
+            if (next_++ >= wanted_) {
                 const float* const sides = resampled_.data() + static_cast<std::size_t>(frame) * channels_;
                 samples_.insert(samples_.end(), {sides[0], sides[channels_ - 1]});
             }
@@ -190,7 +190,8 @@ private:
     std::vector<float> samples_;
     std::size_t taken_{0};
     std::int64_t wanted_{0};
-    std::optional<std::int64_t> next_; ///< the number of the next sample that the resampler hands out
+    bool isPlaced_{false};
+    std::int64_t next_{0}; ///< the number of the next sample that the resampler hands out
     bool isAtEnd_{false};
 };
 
