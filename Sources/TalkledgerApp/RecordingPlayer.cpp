@@ -2,8 +2,8 @@
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
+#include <boost/asio/post.hpp>
 
-#include <QCoreApplication>
 #include <QVariantMap>
 #include <algorithm>
 #include <chrono>
@@ -27,15 +27,12 @@ PlaybackTrack trackOf(const FileSystem& files, const std::filesystem::path& file
 
 RecordingPlayer::RecordingPlayer(const AppModel& model)
     : model_(model), playback_(model.ports().playback), self_(std::make_shared<RecordingPlayer*>(this)) {
-    playback_.setEventHandler([weak = std::weak_ptr(self_)](const PlaybackEvent& event) {
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [weak, event] {
-                if (const auto self = weak.lock()) {
-                    (*self)->take(event);
-                }
-            },
-            Qt::QueuedConnection);
+    playback_.setEventHandler([weak = std::weak_ptr(self_), main = model.mainExecutor()](const PlaybackEvent& event) {
+        boost::asio::post(main, [weak, event] {
+            if (const auto self = weak.lock()) {
+                (*self)->take(event);
+            }
+        });
     });
     clock_.setInterval(clockInterval);
     connect(&clock_, &QTimer::timeout, this, &RecordingPlayer::follow);

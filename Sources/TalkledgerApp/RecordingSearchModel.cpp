@@ -3,7 +3,8 @@
 #include "TalkledgerCore/Presentation/RecordingListTitleBuilder.h"
 #include "TalkledgerCore/Support/Uuid.h"
 
-#include <QCoreApplication>
+#include <boost/asio/post.hpp>
+
 #include <QVariantMap>
 #include <algorithm>
 #include <atomic>
@@ -71,18 +72,16 @@ RecordingSearchModel::~RecordingSearchModel() {
 }
 
 void RecordingSearchModel::updateIndex() {
-    indexing_.start([shared = shared_, sessions = model_.sessions(), copy = model_.copy()] {
-        if (shared->index.update(sessions, copy)) {
-            QMetaObject::invokeMethod(
-                QCoreApplication::instance(),
-                [shared] {
+    indexing_.start(
+        [shared = shared_, main = model_.mainExecutor(), sessions = model_.sessions(), copy = model_.copy()] {
+            if (shared->index.update(sessions, copy)) {
+                boost::asio::post(main, [shared] {
                     if (shared->model != nullptr && shared->model->isActive()) {
                         shared->model->search(std::max(firstRows, shared->model->result_.found.size()));
                     }
-                },
-                Qt::QueuedConnection);
-        }
-    });
+                });
+            }
+        });
 }
 
 void RecordingSearchModel::setTyped(const QString& typed) {
@@ -101,19 +100,15 @@ void RecordingSearchModel::search(std::size_t most) {
         return;
     }
     isSearching_ = true;
-    searching_.start([shared = shared_, number, query = query_, most] {
+    searching_.start([shared = shared_, main = model_.mainExecutor(), number, query = query_, most] {
         if (shared->searches != number) {
             return;
         }
-        RecordingSearchIndex::Result result = shared->index.search(query, most);
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [shared, number, result = std::move(result)] {
-                if (shared->model != nullptr && shared->searches == number) {
-                    shared->model->take(result);
-                }
-            },
-            Qt::QueuedConnection);
+        boost::asio::post(main, [shared, number, result = shared->index.search(query, most)] {
+            if (shared->model != nullptr && shared->searches == number) {
+                shared->model->take(result);
+            }
+        });
     });
 }
 
