@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <mutex>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -35,6 +36,14 @@ std::uint32_t number(const spa_dict* properties, const char* key) {
 
 PipeWireConnection& self(void* context) {
     return *static_cast<PipeWireConnection*>(context);
+}
+
+/// One at a time: the library asks for the user's name, and the C library has one place for all answers.
+pw_context* makeContext(pw_loop* loop) {
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
+    // This configuration asks for a realtime priority of the thread on which samples arrive.
+    return pw_context_new(loop, pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
 }
 
 } // namespace
@@ -74,8 +83,7 @@ PipeWireConnection::PipeWireConnection(ChangeHandler handler)
     if (loop_ == nullptr) {
         throw std::system_error(errno, std::generic_category(), "The sound thread could not be created");
     }
-    // This configuration asks for a realtime priority of the thread on which samples arrive.
-    context_.reset(pw_context_new(loop(), pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0));
+    context_.reset(makeContext(loop()));
     if (context_ == nullptr) {
         throw std::system_error(errno, std::generic_category(), "The sound system could not be set up");
     }
