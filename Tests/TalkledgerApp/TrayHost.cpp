@@ -82,16 +82,10 @@ bool TrayMenuEntry::isEnabled() const {
 TrayHost::TrayHost()
     : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName)),
       watcher_(std::make_unique<StatusNotifierWatcher>()) {
+    EXPECT_TRUE(bus_.registerObject(watcherPath, watcher_.get(),
+                                    QDBusConnection::ExportScriptableContents | QDBusConnection::ExportAllProperties));
     watcher_->moveToThread(&thread_);
     thread_.start();
-    QMetaObject::invokeMethod(
-        watcher_.get(),
-        [this] {
-            EXPECT_TRUE(
-                bus_.registerObject(watcherPath, watcher_.get(),
-                                    QDBusConnection::ExportScriptableContents | QDBusConnection::ExportAllProperties));
-        },
-        Qt::BlockingQueuedConnection);
     EXPECT_TRUE(bus_.registerService(watcherService));
 }
 
