@@ -20,7 +20,8 @@ extern "C" const char* __lsan_default_options() {
 /// thread to thread. Only calls that they make themselves (malloc, memcpy, locks, pipes) are left out: nothing that our
 /// own code does is.
 extern "C" const char* __tsan_default_suppressions() {
-    return "called_from_lib:libQt6Core.so\n"
+    return "called_from_lib:ld-linux\n"
+           "called_from_lib:libQt6Core.so\n"
            "called_from_lib:libQt6DBus.so\n"
            "called_from_lib:libQt6Gui.so\n"
            "called_from_lib:libQt6Qml.so\n"
