@@ -27,8 +27,8 @@ public:
 
     int protocolVersion() const { return 0; }
 
-    // NOLINTBEGIN(readability-identifier-naming): as the bus calls them
-public Q_SLOTS:
+    // Named as the bus calls them.
+public Q_SLOTS: // NOLINT(readability-redundant-access-specifiers): Qt's compiler asks for it
 
     Q_SCRIPTABLE void RegisterStatusNotifierItem(const QString& service) {
         {
@@ -41,7 +41,6 @@ public Q_SLOTS:
 Q_SIGNALS:
     Q_SCRIPTABLE void StatusNotifierItemRegistered(const QString& service);
     Q_SCRIPTABLE void StatusNotifierHostRegistered();
-    // NOLINTEND(readability-identifier-naming)
 
 private:
     mutable std::mutex lock_;
