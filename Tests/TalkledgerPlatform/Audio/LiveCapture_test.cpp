@@ -5,6 +5,7 @@
 #include "TalkledgerPlatform/Audio/NoiseStream.h"
 #include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
 #include "TalkledgerPlatform/Audio/PipeWireConnection.h"
+#include "TalkledgerPlatform/Audio/PipeWirePlayback.h"
 #include "TalkledgerPlatform/Audio/PipeWireSystemAudio.h"
 #include "TalkledgerPlatform/Audio/SoundServerError.h"
 
@@ -530,6 +531,24 @@ TEST_F(LiveCapture, WhatThisProcessPlaysIsNotRecorded) {
         session.stopServer(); // with the links that it holds
         EXPECT_TRUE(others.track().waitForHealth({deviceRunning, waitingForDevice}));
     }
+}
+
+TEST_F(LiveCapture, ARecordingThatIsPlayedBackIsNotRecorded) {
+    enterSession({.sharedClock = SharedClock::outputs});
+    const auto file = wave(noise(10, 1, 17), 1);
+    OutputRecording all;
+    OutputRecording others;
+    all.start();
+    others.start(true);
+    PipeWirePlayback playback;
+    playback.setEventHandler([](const PlaybackEvent&) {});
+    EXPECT_TRUE(holdsWhilePlayersAreLate([&] {
+        playback.play({.tracks = {{.file = file}}});
+        EXPECT_TRUE(all.track().waitForSeconds(all.track().seconds() + 2));
+        EXPECT_TRUE(others.track().waitForSeconds(others.track().seconds() + 2));
+        // 40 dB below what is played.
+        return all.track().peakOfLast(kRate / 2) > 0.4F && others.track().peakOfLast(kRate / 2) < 0.004F;
+    }));
 }
 
 TEST_F(LiveCapture, FollowsTheDefaultOutput) {
