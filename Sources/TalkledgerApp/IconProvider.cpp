@@ -25,8 +25,8 @@ QImage drawIcon(const QString& name, const std::vector<Recolouring>& recolouring
 
 QImage IconProvider::requestImage(const QString& id, QSize* size, const QSize& requestedSize) {
     const QChar separator = QLatin1Char('/');
-    QImage image = drawIcon(id.section(separator, 0, 0),
-                                  {{"currentColor", "#" + id.section(separator, 1).toUtf8()}}, requestedSize);
+    QImage image = drawIcon(id.section(separator, 0, 0), {{"currentColor", "#" + id.section(separator, 1).toUtf8()}},
+                            requestedSize);
     if (size != nullptr) {
         *size = image.size();
     }
