@@ -58,9 +58,6 @@ struct RecordingSearchModel::Shared {
 
 RecordingSearchModel::RecordingSearchModel(const AppModel& model, const RecordingListModel& recordings)
     : model_(model), recordings_(recordings), shared_(std::make_shared<Shared>(*this)) {
-    indexing_.setMaxThreadCount(1);
-    indexing_.setThreadPriority(QThread::LowPriority);
-    searching_.setMaxThreadCount(1);
     connect(&model, &AppModel::sessionsChanged, this, &RecordingSearchModel::updateIndex);
     connect(&model, &AppModel::displayLanguageChanged, this, &RecordingSearchModel::updateIndex);
     updateIndex();
@@ -72,16 +69,16 @@ RecordingSearchModel::~RecordingSearchModel() {
 }
 
 void RecordingSearchModel::updateIndex() {
-    indexing_.start(
-        [shared = shared_, main = model_.mainExecutor(), sessions = model_.sessions(), copy = model_.copy()] {
-            if (shared->index.update(sessions, copy)) {
-                boost::asio::post(main, [shared] {
-                    if (shared->model != nullptr && shared->model->isActive()) {
-                        shared->model->search(std::max(firstRows, shared->model->result_.found.size()));
-                    }
-                });
-            }
-        });
+    boost::asio::post(indexing_, [shared = shared_, main = model_.mainExecutor(), sessions = model_.sessions(),
+                                  copy = model_.copy()] {
+        if (shared->index.update(sessions, copy)) {
+            boost::asio::post(main, [shared] {
+                if (shared->model != nullptr && shared->model->isActive()) {
+                    shared->model->search(std::max(firstRows, shared->model->result_.found.size()));
+                }
+            });
+        }
+    });
 }
 
 void RecordingSearchModel::setTyped(const QString& typed) {
@@ -100,7 +97,7 @@ void RecordingSearchModel::search(std::size_t most) {
         return;
     }
     isSearching_ = true;
-    searching_.start([shared = shared_, main = model_.mainExecutor(), number, query = query_, most] {
+    boost::asio::post(searching_, [shared = shared_, main = model_.mainExecutor(), number, query = query_, most] {
         if (shared->searches != number) {
             return;
         }

@@ -4,9 +4,10 @@
 #include "TalkledgerApp/RecordingListModel.h"
 #include "TalkledgerApp/RecordingSearchIndex.h"
 
+#include <boost/asio/thread_pool.hpp>
+
 #include <QAbstractListModel>
 #include <QString>
-#include <QThreadPool>
 #include <memory>
 
 namespace talkledger {
@@ -86,9 +87,9 @@ private:
     RecordingSearchQuery query_;
     RecordingSearchIndex::Result result_;
     bool isSearching_{false};
-    std::shared_ptr<Shared> shared_; ///< with what runs beside
-    QThreadPool indexing_;           ///< destroyed first: it waits for what runs
-    QThreadPool searching_;
+    std::shared_ptr<Shared> shared_;       ///< with what runs beside
+    boost::asio::thread_pool indexing_{1}; ///< destroyed first: it waits for what runs
+    boost::asio::thread_pool searching_{1};
 };
 
 } // namespace talkledger
