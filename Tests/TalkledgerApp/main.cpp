@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <QQuickStyle>
 #include <QTemporaryDir>
 
@@ -13,7 +13,7 @@ int main(int argc, char** argv) {
     qputenv("QT_QUICK_BACKEND", "software");
     ::testing::InitGoogleMock(&argc, argv);
     qInstallMessageHandler(talkledger::testing::failOnWarning);
-    const QGuiApplication application(argc, argv);
+    const QApplication application(argc, argv);
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     return RUN_ALL_TESTS();
 }
