@@ -7,7 +7,7 @@ cd "$root"
 
 # Debian 12's names; a|b means the first that this system's package lists offer (Ubuntu 24.04 differs in a few).
 build_packages=(
-  clang-16 libclang-rt-16-dev lld-16 cmake ninja-build ccache pkg-config
+  clang-16 libclang-rt-16-dev lld-16 cmake ninja-build ccache pkg-config git
   libicu-dev nlohmann-json3-dev
   libpipewire-0.3-dev libsndfile1-dev libavformat-dev libavcodec-dev libswresample-dev libavutil-dev
   libpocketsphinx-dev libsphinxbase-dev pocketsphinx-en-us
@@ -102,6 +102,26 @@ unpack_boost() {
     fail "The headers of Boost 1.81 could not be fetched: run 'apt-get update' as root, then this again."
 }
 
+# Each engine with the package that has it where the distribution does; the others are built by scripts/engine.
+engines=(whisper:libwhisper-dev)
+
+provide_engines() {
+  local entry name package
+  for entry in "${engines[@]}"; do
+    IFS=: read -r name package <<<"$entry"
+    if is_installed "$package" || [ -d "$(scripts/engine folder "$name")" ]; then
+      continue
+    fi
+    if [ -n "$(apt-cache madison "$package" 2>/dev/null)" ]; then
+      install_missing "$package"
+      continue
+    fi
+    command -v npm >/dev/null || install_missing npm
+    step "Building the engine $name once, for some minutes (no package of this system has it)"
+    scripts/engine build "$name"
+  done
+}
+
 # provide PACKAGE...: what the build needs, and the packages named.
 provide() {
   if is_installed libboost1.74-dev; then
@@ -110,13 +130,26 @@ provide() {
   else
     install_missing "${build_packages[@]}" 'libboost1.81-dev|libboost1.83-dev' "$@"
   fi
+  provide_engines
+}
+
+# A build that was configured before an engine was there, or with another version of it, knows nothing of it.
+knows_engines() {
+  local entry name folder
+  for entry in "${engines[@]}"; do
+    name=${entry%%:*}
+    folder=$(scripts/engine folder "$name")
+    if [ -d "$folder" ] && ! grep -qxF "TALKLEDGER_${name^^}_FOLDER:INTERNAL=$folder" "$1/CMakeCache.txt"; then
+      return 1
+    fi
+  done
 }
 
 # build PRESET TARGET...: configures when needed, compiles what has changed.
 build() {
   local preset=$1 log="$root/build/$1.log"
   shift
-  if [ ! -f "build/$preset/build.ninja" ]; then
+  if [ ! -f "build/$preset/build.ninja" ] || ! knows_engines "build/$preset"; then
     step "Configuring ($preset)"
     cmake --preset "$preset" >"$log" 2>&1 || {
       tail -n 20 "$log" >&2
