@@ -18,6 +18,15 @@ using Resampler = std::unique_ptr<SwrContext, ffmpeg::Releaser<swr_free>>;
 
 constexpr AVRational kFrameTime{1, static_cast<int>(TrackReader::sampleRate)};
 
+/// What a resampler is made for.
+struct FrameFormat {
+    int sampleFormat{-1};
+    int sampleRate{0};
+    int channels{0};
+
+    bool operator==(const FrameFormat&) const = default;
+};
+
 AudioFileError notPlayable(const std::filesystem::path& path, const std::string& reason) {
     return {AudioFileError::Case::notPlayable, path, reason};
 }
@@ -117,9 +126,7 @@ private:
             sendPacket();
         } else if (outcome != AVERROR_INVALIDDATA) { // a damaged passage: the next packet may be sound again
             isAtEnd_ = true;
-            if (resampler_) {
-                resample(nullptr, 0);
-            }
+            flushResampler();
         }
     }
 
@@ -139,8 +146,11 @@ private:
             isPlaced_ = true;
             next_ = frame_->pts == AV_NOPTS_VALUE ? 0 : av_rescale_q(frame_->pts, stream().time_base, kFrameTime);
         }
-        if (!resampler_) {
-            makeResampler();
+        // A file may change its format on the way, and a resampler reads as many channels as it was made for.
+        const FrameFormat format{frame_->format, frame_->sample_rate, frame_->ch_layout.nb_channels};
+        if (!resampler_ || format != resampledFormat_) {
+            flushResampler();
+            makeResampler(format);
         }
         if (resampler_) {
             resample(const_cast<const std::uint8_t**>(frame_->extended_data), frame_->nb_samples);
@@ -148,18 +158,27 @@ private:
     }
 
     /// One channel stays as loud on both sides, which the library would turn down.
-    void makeResampler() {
-        channels_ = std::min<std::size_t>(static_cast<std::size_t>(frame_->ch_layout.nb_channels), channelCount);
+    void makeResampler(const FrameFormat& format) {
+        resampledFormat_ = format;
+        channels_ = std::min<std::size_t>(static_cast<std::size_t>(format.channels), channelCount);
         AVChannelLayout from{};
         AVChannelLayout to{};
-        av_channel_layout_default(&from, frame_->ch_layout.nb_channels);
+        av_channel_layout_default(&from, format.channels);
         av_channel_layout_default(&to, static_cast<int>(channels_));
         SwrContext* made = nullptr;
         const int outcome =
             swr_alloc_set_opts2(&made, &to, AV_SAMPLE_FMT_FLT, sampleRate, &from,
-                                static_cast<AVSampleFormat>(frame_->format), frame_->sample_rate, 0, nullptr);
+                                static_cast<AVSampleFormat>(format.sampleFormat), format.sampleRate, 0, nullptr);
+        av_channel_layout_uninit(&from);
         resampler_.reset(made);
         if (outcome < 0 || swr_init(made) < 0) {
+            resampler_.reset();
+        }
+    }
+
+    void flushResampler() {
+        if (resampler_) {
+            resample(nullptr, 0);
             resampler_.reset();
         }
     }
@@ -185,6 +204,7 @@ private:
     ffmpeg::Input input_;
     ffmpeg::CodecContext decoder_;
     Resampler resampler_;
+    FrameFormat resampledFormat_;
     std::size_t channels_{channelCount};
     std::vector<float> resampled_;
     std::vector<float> samples_;

@@ -152,7 +152,7 @@ TEST_F(M4AAssetWriterTest, PlainFileKeepsPlacesAndLengthAndFillsGaps) {
     EXPECT_EQ(health_, std::vector{fileWritten});
 }
 
-TEST_F(M4AAssetWriterTest, CancelledFileKeepsWhatIsOnDisk) {
+TEST_F(M4AAssetWriterTest, CancelledFileKeepsWhatIsOnDiskAndCanBeMended) {
     auto writer = makeWriter();
     for (std::uint64_t second = 0; second < 5; ++second) {
         appendSecond(*writer, second);
@@ -164,6 +164,16 @@ TEST_F(M4AAssetWriterTest, CancelledFileKeepsWhatIsOnDisk) {
     expectChirps(samples, {0, 1, 2});
     const std::optional<double> duration = runTask(context_, files_.duration(path_));
     EXPECT_NEAR(duration.value_or(0), static_cast<double>(samples.size()) / kTestRate, 0.05);
+
+    ASSERT_TRUE(contains(path_, "moof"));
+    runTask(context_, files_.mend(path_));
+    EXPECT_FALSE(contains(path_, "moof")) << "still in fragments";
+    const auto mended = decodeFirstChannel(path_);
+    expectChirps(mended, {0, 1, 2});
+    EXPECT_NEAR(static_cast<double>(mended.size()), static_cast<double>(samples.size()),
+                static_cast<double>(kMillisecond));
+    EXPECT_NEAR(runTask(context_, files_.duration(path_)).value_or(0), static_cast<double>(mended.size()) / kTestRate,
+                0.001);
 }
 
 TEST_F(M4AAssetWriterTest, AKillDuringTheRewritingLeavesNothingBesideTheFile) {

@@ -1,3 +1,4 @@
+#include "Support/ChildProcess.h"
 #include "Support/RunTask.h"
 #include "Support/TemporaryFolder.h"
 #include "TalkledgerPlatform/Audio/AudioTestSupport.h"
@@ -128,6 +129,29 @@ TEST_F(PlaybackMixTest, ReadsWhatTheRecorderWrites) {
         EXPECT_NEAR(static_cast<double>(begun - left.begin()) / kTestRate, 0.5 - from, 0.003);
         EXPECT_NEAR(static_cast<double>(left.size()) / kTestRate, 1 - from, 0.03);
     }
+}
+
+TEST_F(PlaybackMixTest, FollowsAFileThatGainsAChannelOnTheWay) {
+    const std::string encoder = "ffmpeg -v error -f lavfi -i ";
+    testing::ChildProcess shell(
+        {.arguments = {"sh", "-ec",
+                       encoder + "sine=duration=1 one.aac; " + encoder +
+                           "'aevalsrc=0|sin(2000*t):d=1' two.aac; cat one.aac two.aac >both.aac; " +
+                           "ffmpeg -v error -i both.aac -c copy speaker.m4a"},
+         .workingDirectory = folder_.path()});
+    ASSERT_EQ(shell.wait(std::chrono::seconds(60)), 0) << shell.standardError();
+    PlaybackMix mix({.tracks = {{.file = m4a_, .start = 0}}, .from = 0});
+    std::vector<float> sides(2 * kTestRate * 3 / 2);
+    ASSERT_EQ(mix.read(sides), kTestRate * 3 / 2);
+    sides.erase(sides.begin(), sides.end() - 2 * kTestRate / 4); // the last quarter of a second lies in the second part
+    float left = 0;
+    float right = 0;
+    for (std::size_t sample = 0; sample < sides.size(); sample += 2) {
+        left = std::max(left, std::abs(sides[sample]));
+        right = std::max(right, std::abs(sides[sample + 1]));
+    }
+    EXPECT_LT(left, 0.01);
+    EXPECT_GT(right, 0.5);
 }
 
 TEST_F(PlaybackMixTest, LeavesOutWhatItCannotRead) {
