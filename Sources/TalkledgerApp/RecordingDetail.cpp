@@ -1,14 +1,13 @@
 #include "TalkledgerApp/RecordingDetail.h"
 
 #include "TalkledgerApp/ScreenSummary.h"
+#include "TalkledgerCore/Export/RecordingArtifactStatusBuilder.h"
 
 #include <QVariantMap>
 #include <algorithm>
 #include <cstdint>
-#include <filesystem>
 #include <iterator>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -62,23 +61,22 @@ QVariantMap screenFile(const RecordingArtifactDiagnostic& file, const AppCopy& c
 }
 
 /// As they were measured at the stop; of a recording that had none, as they lie there now.
-std::vector<RecordingArtifactDiagnostic> audioFiles(const RecordingSession& session,
-                                                    const RecordingDiagnostics& diagnostics) {
+std::vector<RecordingArtifactDiagnostic>
+audioFiles(const RecordingSession& session, const RecordingDiagnostics& diagnostics, const FileSystem& fileSystem) {
     if (!diagnostics.artifacts.empty()) {
         return diagnostics.artifacts;
     }
     std::vector<RecordingArtifactDiagnostic> files;
-    for (const AudioChannel channel : {AudioChannel::mic, AudioChannel::speaker}) {
-        const bool isMicrophone = channel == AudioChannel::mic;
-        const std::filesystem::path& path = isMicrophone ? session.artifacts.micAudio : session.artifacts.speakerAudio;
-        std::error_code missing;
-        const std::uintmax_t size = std::filesystem::file_size(path, missing);
-        files.push_back({.channel = channel,
-                         .fileName = path.filename().string(),
-                         .exists = !missing,
-                         .byteCount = missing ? 0 : static_cast<std::int64_t>(size),
+    for (const RecordingArtifactStatus& track :
+         RecordingArtifactStatusBuilder(fileSystem).buildCaptureTrackStatuses(session)) {
+        const std::int64_t size = fileSystem.fileSize(track.url).value_or(0);
+        const bool isMicrophone = track.kind == RecordingArtifactKind::micAudio;
+        files.push_back({.channel = isMicrophone ? AudioChannel::mic : AudioChannel::speaker,
+                         .fileName = track.url.filename().string(),
+                         .exists = track.exists,
+                         .byteCount = size,
                          .durationSeconds = std::nullopt,
-                         .isEmpty = missing || size == 0});
+                         .isEmpty = size == 0});
     }
     return files;
 }
@@ -89,8 +87,6 @@ RecordingDetail::RecordingDetail(const AppModel& model, const RecordingListModel
     : model_(model), recordings_(recordings), lines_(model) {
     connect(&recordings, &QAbstractItemModel::dataChanged, this, &RecordingDetail::changed);
     connect(&recordings, &RecordingListModel::countChanged, this, &RecordingDetail::changed);
-    connect(&model, &AppModel::sessionsChanged, this, &RecordingDetail::findProblems);
-    connect(&model, &AppModel::displayLanguageChanged, this, &RecordingDetail::findProblems);
     connect(&model, &AppModel::sessionsChanged, this, &RecordingDetail::readDocuments);
     connect(&model, &AppModel::displayLanguageChanged, this, &RecordingDetail::readDocuments);
     connect(&model.tracks(), &RecordingTracks::statesChanged, this, &RecordingDetail::findProblems);
@@ -102,7 +98,6 @@ void RecordingDetail::setRecordingID(const QString& recordingID) {
         readDocuments();
         Q_EMIT recordingChosen();
         Q_EMIT changed();
-        findProblems();
     }
 }
 
@@ -115,18 +110,19 @@ void RecordingDetail::readDocuments() {
     emailDraft_.clear();
     files_.clear();
     messages_.clear();
+    diagnostics_ = {};
     bool needsAttention = false;
     if (const RecordingSession* const session = model_.session(recordingID_)) {
         const AppCopy copy = model_.copy();
         const SalesSummary summary = model_.listSummary(*session).value_or(SalesSummary());
         summarySections_ = screenSummary(summary, copy);
         emailDraft_ = QString::fromStdString(copy.followUpEmailDraft(summary.followUpEmailDraft)).trimmed();
-        const RecordingDiagnostics diagnostics = model_.diagnostics(*session).value_or(RecordingDiagnostics());
-        for (const RecordingArtifactDiagnostic& file : audioFiles(*session, diagnostics)) {
+        diagnostics_ = model_.diagnostics(*session).value_or(RecordingDiagnostics());
+        for (const RecordingArtifactDiagnostic& file : audioFiles(*session, diagnostics_, model_.ports().fileSystem)) {
             files_.push_back(screenFile(file, copy));
             needsAttention |= file.isEmpty;
         }
-        for (const std::string& message : diagnostics.messages) {
+        for (const std::string& message : diagnostics_.messages) {
             const bool isFailure = AppCopy::tellsOfLoss(message);
             messages_.push_back(
                 QVariantMap{{QStringLiteral("text"), QString::fromStdString(copy.diagnosticMessage(message))},
@@ -138,13 +134,11 @@ void RecordingDetail::readDocuments() {
     if (std::exchange(needsAttention_, needsAttention) != needsAttention) {
         Q_EMIT needsAttentionChanged();
     }
+    findProblems();
 }
 
 void RecordingDetail::findProblems() {
-    std::vector<std::string> problems;
-    if (const RecordingSession* const session = model_.session(recordingID_)) {
-        problems = problemsIn(model_.diagnostics(*session).value_or(RecordingDiagnostics()), model_.copy());
-    }
+    std::vector<std::string> problems = problemsIn(diagnostics_, model_.copy());
     if (!recordingID_.isEmpty() && recordingID_ == model_.currentRecordingID()) {
         std::ranges::copy(model_.tracks().problems(model_.copy()), std::back_inserter(problems));
     }

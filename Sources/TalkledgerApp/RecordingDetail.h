@@ -82,6 +82,7 @@ private:
     const AppModel& model_;
     const RecordingListModel& recordings_;
     QString recordingID_;
+    RecordingDiagnostics diagnostics_; ///< as they are on the disk
     QStringList problems_;
     QVariantList summarySections_;
     QString emailDraft_;

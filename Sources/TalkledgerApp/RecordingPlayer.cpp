@@ -108,20 +108,14 @@ void RecordingPlayer::setDuration(double duration) {
 void RecordingPlayer::setSpeed(double speed) {
     if (std::exchange(speed_, speed) != speed) {
         Q_EMIT speedChanged();
-        if (isPlaying_) {
-            setPosition(playback_.position());
-            request();
-        }
+        requestFromHere();
     }
 }
 
 void RecordingPlayer::setTracks(Tracks tracks) {
     if (std::exchange(tracks_, tracks) != tracks) {
         Q_EMIT tracksChanged();
-        if (isPlaying_) {
-            setPosition(playback_.position());
-            request();
-        }
+        requestFromHere();
     }
 }
 
@@ -146,19 +140,25 @@ void RecordingPlayer::request() {
     for (const AudioChannel channel : {AudioChannel::mic, AudioChannel::speaker}) {
         if (isAudible(channel)) {
             requested_.push_back(channel);
-            wanted.tracks.push_back(files_[channel == AudioChannel::mic ? 0 : 1]);
+            wanted.tracks.push_back(file(channel));
         }
     }
     request_ = playback_.play(std::move(wanted));
     setIsPlaying(true);
 }
 
+void RecordingPlayer::requestFromHere() {
+    if (isPlaying_) {
+        setPosition(playback_.position());
+        request();
+    }
+}
+
 /// A track that was chosen for another recording may be missing in this one.
 bool RecordingPlayer::isAudible(AudioChannel channel) const {
-    const bool isThere = channel == AudioChannel::mic ? hasMicrophone() : hasSystemAudio();
-    const bool isOther = tracks_ == (channel == AudioChannel::mic ? systemAudio : microphone);
-    const bool hasOther = channel == AudioChannel::mic ? hasSystemAudio() : hasMicrophone();
-    return isThere && !(isOther && hasOther);
+    const auto [only, other] = channel == AudioChannel::mic ? std::pair(microphone, AudioChannel::speaker)
+                                                            : std::pair(systemAudio, AudioChannel::mic);
+    return has(channel) && (tracks_ == both || tracks_ == only || !has(other));
 }
 
 void RecordingPlayer::pause() {

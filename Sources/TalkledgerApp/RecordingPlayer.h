@@ -47,9 +47,9 @@ public:
     /// There is sound of a recording that is not in progress.
     bool canPlay() const { return hasMicrophone() || hasSystemAudio(); }
 
-    bool hasMicrophone() const { return !files_[0].file.empty(); }
+    bool hasMicrophone() const { return has(AudioChannel::mic); }
 
-    bool hasSystemAudio() const { return !files_[1].file.empty(); }
+    bool hasSystemAudio() const { return has(AudioChannel::speaker); }
 
     /// Who speaks when: maps of a beginning, an end and whether it is the user's own voice.
     const QVariantList& talk() const { return talk_; }
@@ -97,7 +97,13 @@ private:
     void loadTalk(const TranscriptDocument& transcript);
     Task<void> measure(QString recordingID);
     void setDuration(double duration);
+
+    const PlaybackTrack& file(AudioChannel channel) const { return files_[channel == AudioChannel::mic ? 0 : 1]; }
+
+    bool has(AudioChannel channel) const { return !file(channel).file.empty(); }
+
     void request();
+    void requestFromHere();
     bool isAudible(AudioChannel channel) const;
     void follow();
     void take(const PlaybackEvent& event);
