@@ -1,6 +1,6 @@
 #include "TalkledgerPlatform/Speech/StreamFeed.h"
 
-#include "TalkledgerPlatform/Speech/WorkerError.h"
+#include "TalkledgerPlatform/Worker/WorkerError.h"
 #include "TalkledgerWorkers/Protocol/Message.h"
 
 #include <boost/asio/use_awaitable.hpp>

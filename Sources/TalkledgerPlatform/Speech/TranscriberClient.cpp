@@ -3,7 +3,7 @@
 #include "TalkledgerCore/Support/TaskHandle.h"
 #include "TalkledgerPlatform/Speech/StreamFeed.h"
 #include "TalkledgerPlatform/Speech/Transcription.h"
-#include "TalkledgerPlatform/Speech/WorkerLink.h"
+#include "TalkledgerPlatform/Worker/WorkerLink.h"
 #include "TalkledgerWorkers/Protocol/Message.h"
 
 #include <boost/asio/co_spawn.hpp>
@@ -73,7 +73,7 @@ public:
         worker_.requests.erase(message.request);
     }
 
-    void operator()(const TranscriptionFailed& message) {
+    void operator()(const RequestFailed& message) {
         if (const auto transcription = find(message.request)) {
             transcription->tellFailed(WorkerError::failed(message.description));
         }
@@ -103,7 +103,9 @@ private:
 class TranscriberClient::Service {
 public:
     explicit Service(WorkerSettings settings)
-        : settings_(std::move(settings)), work_(context_->get_executor()), thread_([this] { context_->run(); }) {}
+        : settings_(std::move(settings)), work_(context_->get_executor()), thread_([this] { context_->run(); }) {
+        settings_.name = speechRecogniserName;
+    }
 
     ~Service() {
         asio::post(*context_, [this] { close(); });
@@ -223,7 +225,7 @@ private:
 
     void fail(Worker& worker, const WorkerError& error) {
         for (const auto& [number, transcription] : std::exchange(worker.requests, {})) {
-            transcription->tellFailed(isClosed_ ? WorkerError::closed() : error);
+            transcription->tellFailed(isClosed_ ? WorkerError::closed(settings_.name) : error);
         }
     }
 

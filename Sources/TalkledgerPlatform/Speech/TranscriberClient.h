@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TalkledgerCore/Ports/Speech.h"
-#include "TalkledgerPlatform/Speech/WorkerSettings.h"
+#include "TalkledgerPlatform/Worker/WorkerSettings.h"
 #include "TalkledgerWorkers/Protocol/TranscriberMessages.h"
 
 #include <memory>
@@ -9,6 +9,8 @@
 namespace talkledger {
 
 class Transcription;
+
+constexpr const char* speechRecogniserName = "The speech recogniser"; ///< in the sentences of errors
 
 /// Has the transcriber, a program of its own, recognise speech. For files, the program is started by the first request,
 /// kept for further ones, and ended when none has come for a while; each live stream has one for itself, which ends

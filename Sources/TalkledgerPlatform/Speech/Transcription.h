@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TalkledgerCore/Support/Task.h"
-#include "TalkledgerPlatform/Speech/WorkerError.h"
+#include "TalkledgerPlatform/Worker/WorkerError.h"
 #include "TalkledgerWorkers/Protocol/TranscriberMessages.h"
 
 #include <boost/asio/experimental/concurrent_channel.hpp>

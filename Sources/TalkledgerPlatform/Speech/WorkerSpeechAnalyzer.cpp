@@ -27,7 +27,7 @@ struct WorkerSpeechAnalyzer::Analysis {
         if (auto living = client.lock()) {
             return living;
         }
-        throw WorkerError::closed();
+        throw WorkerError::closed(speechRecogniserName);
     }
 
     void cancel() noexcept {

@@ -10,10 +10,6 @@ namespace talkledger {
 
 namespace {
 
-std::int64_t requestOf(const JsonReader& reader) {
-    return reader.required("request").integer();
-}
-
 /// A bound beyond any recording, so that times can be reckoned with.
 double secondsOf(const JsonReader& reader, std::string_view key) {
     constexpr double latest = 1e9;
@@ -46,10 +42,6 @@ Json toJson(const FinishStream& message) {
     return {{"request", message.request}};
 }
 
-Json toJson(const CancelRequest& message) {
-    return {{"request", message.request}};
-}
-
 Json toJson(const TranscriptionStarted& message) {
     return {{"request", message.request}};
 }
@@ -72,10 +64,6 @@ Json toJson(const TranscriptionProgress& message) {
 
 Json toJson(const TranscriptionFinished& message) {
     return {{"request", message.request}};
-}
-
-Json toJson(const TranscriptionFailed& message) {
-    return {{"request", message.request}, {"description", message.description}};
 }
 
 template <>
@@ -105,11 +93,6 @@ StreamAudio fromJson<StreamAudio>(const JsonReader& reader) {
 
 template <>
 FinishStream fromJson<FinishStream>(const JsonReader& reader) {
-    return {.request = requestOf(reader)};
-}
-
-template <>
-CancelRequest fromJson<CancelRequest>(const JsonReader& reader) {
     return {.request = requestOf(reader)};
 }
 
@@ -148,11 +131,6 @@ TranscriptionProgress fromJson<TranscriptionProgress>(const JsonReader& reader) 
 template <>
 TranscriptionFinished fromJson<TranscriptionFinished>(const JsonReader& reader) {
     return {.request = requestOf(reader)};
-}
-
-template <>
-TranscriptionFailed fromJson<TranscriptionFailed>(const JsonReader& reader) {
-    return {.request = requestOf(reader), .description = reader.required("description").string()};
 }
 
 } // namespace talkledger

@@ -12,7 +12,7 @@
 #include <vector>
 
 /// What the program and the transcriber say to each other. The program numbers its requests; everything that the worker
-/// tells of one carries its number, and after `TranscriptionFinished` or `TranscriptionFailed` comes nothing more of
+/// tells of one carries its number, and after `TranscriptionFinished` or `RequestFailed` comes nothing more of
 /// it.
 namespace talkledger {
 
@@ -65,15 +65,6 @@ struct FinishStream {
     bool operator==(const FinishStream&) const = default;
 };
 
-/// The results of a request are no longer wanted; it still ends with `TranscriptionFinished`.
-struct CancelRequest {
-    static constexpr std::string_view type = "cancel";
-
-    std::int64_t request{0};
-
-    bool operator==(const CancelRequest&) const = default;
-};
-
 /// The file could be opened as audio, or the stream is listened to.
 struct TranscriptionStarted {
     static constexpr std::string_view type = "started";
@@ -122,30 +113,19 @@ struct TranscriptionFinished {
     bool operator==(const TranscriptionFinished&) const = default;
 };
 
-struct TranscriptionFailed {
-    static constexpr std::string_view type = "failed";
-
-    std::int64_t request{0};
-    std::string description; ///< for the user
-
-    bool operator==(const TranscriptionFailed&) const = default;
-};
-
 using MessageToTranscriber = std::variant<Ping, TranscribeFile, StartStream, StreamAudio, FinishStream, CancelRequest>;
 using MessageFromTranscriber = std::variant<Hello, Pong, TranscriptionStarted, TranscriptionResult, StreamConsumed,
-                                            TranscriptionProgress, TranscriptionFinished, TranscriptionFailed>;
+                                            TranscriptionProgress, TranscriptionFinished, RequestFailed>;
 
 Json toJson(const TranscribeFile& message);
 Json toJson(const StartStream& message);
 Json toJson(const StreamAudio& message);
 Json toJson(const FinishStream& message);
-Json toJson(const CancelRequest& message);
 Json toJson(const TranscriptionStarted& message);
 Json toJson(const TranscriptionResult& message);
 Json toJson(const StreamConsumed& message);
 Json toJson(const TranscriptionProgress& message);
 Json toJson(const TranscriptionFinished& message);
-Json toJson(const TranscriptionFailed& message);
 
 template <>
 TranscribeFile fromJson<TranscribeFile>(const JsonReader& reader);
@@ -156,8 +136,6 @@ StreamAudio fromJson<StreamAudio>(const JsonReader& reader);
 template <>
 FinishStream fromJson<FinishStream>(const JsonReader& reader);
 template <>
-CancelRequest fromJson<CancelRequest>(const JsonReader& reader);
-template <>
 TranscriptionStarted fromJson<TranscriptionStarted>(const JsonReader& reader);
 template <>
 TranscriptionResult fromJson<TranscriptionResult>(const JsonReader& reader);
@@ -167,7 +145,5 @@ template <>
 TranscriptionProgress fromJson<TranscriptionProgress>(const JsonReader& reader);
 template <>
 TranscriptionFinished fromJson<TranscriptionFinished>(const JsonReader& reader);
-template <>
-TranscriptionFailed fromJson<TranscriptionFailed>(const JsonReader& reader);
 
 } // namespace talkledger

@@ -3,6 +3,7 @@
 #include "TalkledgerCore/Support/Json.h"
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 /// The messages that the program exchanges with every worker.
@@ -34,9 +35,30 @@ struct Pong {
     bool operator==(const Pong&) const = default;
 };
 
+/// The results of a request are no longer wanted; it still ends.
+struct CancelRequest {
+    static constexpr std::string_view type = "cancel";
+
+    std::int64_t request{0};
+
+    bool operator==(const CancelRequest&) const = default;
+};
+
+/// A request's end in place of its answer.
+struct RequestFailed {
+    static constexpr std::string_view type = "failed";
+
+    std::int64_t request{0};
+    std::string description; ///< for the user
+
+    bool operator==(const RequestFailed&) const = default;
+};
+
 Json toJson(const Hello& message);
 Json toJson(const Ping& message);
 Json toJson(const Pong& message);
+Json toJson(const CancelRequest& message);
+Json toJson(const RequestFailed& message);
 
 template <>
 Hello fromJson<Hello>(const JsonReader& reader);
@@ -44,5 +66,12 @@ template <>
 Ping fromJson<Ping>(const JsonReader& reader);
 template <>
 Pong fromJson<Pong>(const JsonReader& reader);
+template <>
+CancelRequest fromJson<CancelRequest>(const JsonReader& reader);
+template <>
+RequestFailed fromJson<RequestFailed>(const JsonReader& reader);
+
+/// The number of the request that a message belongs to.
+std::int64_t requestOf(const JsonReader& message);
 
 } // namespace talkledger

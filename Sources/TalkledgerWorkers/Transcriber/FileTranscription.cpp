@@ -43,7 +43,7 @@ void transcribeFile(const TranscribeFile& request, EngineShelf& engines, const s
     try {
         recognise(request, engines, stop, report);
     } catch (const std::exception& failure) {
-        report(TranscriptionFailed{request.request, failure.what()});
+        report(RequestFailed{request.request, failure.what()});
         return;
     }
     report(TranscriptionFinished{request.request});

@@ -69,7 +69,7 @@ void LiveTranscription::attempt(const std::function<void()>& step) {
     try {
         step();
     } catch (const std::exception& failure) {
-        end(TranscriptionFailed{request_.request, failure.what()});
+        end(RequestFailed{request_.request, failure.what()});
     }
 }
 

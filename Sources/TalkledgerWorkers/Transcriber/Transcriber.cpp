@@ -129,8 +129,7 @@ void Transcriber::report(std::int64_t request, const MessageFromTranscriber& mes
     if (const auto* consumed = std::get_if<StreamConsumed>(&message)) {
         noteConsumed(*consumed);
     }
-    if (std::holds_alternative<TranscriptionFinished>(message) ||
-        std::holds_alternative<TranscriptionFailed>(message)) {
+    if (std::holds_alternative<TranscriptionFinished>(message) || std::holds_alternative<RequestFailed>(message)) {
         requests_.erase(request);
     }
     send(message);

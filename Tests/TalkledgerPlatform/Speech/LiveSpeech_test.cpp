@@ -6,8 +6,8 @@
 #include "TalkledgerCore/Transcription/LiveSpeechTranscriptionSession.h"
 #include "TalkledgerPlatform/Audio/ResamplerAudioConversion.h"
 #include "TalkledgerPlatform/Speech/OwnResources.h"
-#include "TalkledgerPlatform/Speech/WorkerError.h"
 #include "TalkledgerPlatform/Speech/WorkerSpeechRecognition.h"
+#include "TalkledgerPlatform/Worker/WorkerError.h"
 #include "TalkledgerWorkers/SpokenAudio.h"
 
 #include <gmock/gmock.h>

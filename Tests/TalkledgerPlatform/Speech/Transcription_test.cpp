@@ -19,7 +19,7 @@ TEST(Transcription, DeliversWhatWasHeardBeforeAFailure) {
         const std::jthread worker([&] {
             transcription.tellStarted();
             transcription.tell(TranscriptionProgress{.request = 1, .share = 0.5});
-            transcription.tellFailed(WorkerError::stopped());
+            transcription.tellFailed(WorkerError::stopped("The worker"));
         });
         try {
             runTask(caller, transcription.started());

@@ -2,8 +2,8 @@
 #include "Support/TemporaryFolder.h"
 #include "TalkledgerCore/Support/Both.h"
 #include "TalkledgerPlatform/Speech/OwnResources.h"
-#include "TalkledgerPlatform/Speech/WorkerError.h"
 #include "TalkledgerPlatform/Speech/WorkerSpeechRecognition.h"
+#include "TalkledgerPlatform/Worker/WorkerError.h"
 #include "TalkledgerWorkers/SpokenAudio.h"
 
 #include <boost/asio/bind_cancellation_slot.hpp>

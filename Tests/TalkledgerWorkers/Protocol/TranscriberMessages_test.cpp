@@ -44,7 +44,7 @@ TEST(TranscriberMessages, ComeBackAsTheyWere) {
     expectToComeBack<MessageFromTranscriber>(StreamConsumed{.request = 4, .samples = 1365});
     expectToComeBack<MessageFromTranscriber>(TranscriptionProgress{.request = 1, .share = 1});
     expectToComeBack<MessageFromTranscriber>(TranscriptionFinished{.request = 1});
-    expectToComeBack<MessageFromTranscriber>(TranscriptionFailed{.request = 1, .description = "It broke."});
+    expectToComeBack<MessageFromTranscriber>(RequestFailed{.request = 1, .description = "It broke."});
 }
 
 TEST(TranscriberMessages, AreRefusedWhenAnythingIsWrong) {

@@ -80,7 +80,7 @@ TEST_F(LiveTranscriptionTest, AFailureEndsIt) {
     live.append(audio(0, 100));
     live.append(audio(1, 100));
     live.finish();
-    EXPECT_THAT(told, ElementsAre(TranscriptionStarted{number}, TranscriptionFailed{number, "the engine broke"}));
+    EXPECT_THAT(told, ElementsAre(TranscriptionStarted{number}, RequestFailed{number, "the engine broke"}));
 
     told.clear();
     script.loading = [](const std::string& locale) { throw SpeechEngineError("no engine for " + locale); };
@@ -89,7 +89,7 @@ TEST_F(LiveTranscriptionTest, AFailureEndsIt) {
                               [this](const MessageFromTranscriber& message) { told.push_back(message); });
     refused.start();
     refused.append(audio(0, 100));
-    EXPECT_THAT(told, ElementsAre(TranscriptionFailed{number, "no engine for ja_JP"}));
+    EXPECT_THAT(told, ElementsAre(RequestFailed{number, "no engine for ja_JP"}));
 }
 
 TEST_F(LiveTranscriptionTest, AStopEndsItsResults) {

@@ -139,12 +139,12 @@ TEST_F(TranscriberTest, LeavesAProgramThatSendsWithoutWaiting) {
     send(StartStream{.request = 1, .locale = "slow"});
     send(audio(1, StreamAudio::mostUnconsumed));
     send(audio(1, 1));
-    EXPECT_THROW(receive<TranscriptionFailed>(), std::runtime_error);
+    EXPECT_THROW(receive<RequestFailed>(), std::runtime_error);
 }
 
 TEST_F(TranscriberTest, LeavesAProgramThatSendsHalfSamples) {
     send(StreamAudio{.request = 1, .start = 0, .payload = {std::byte{1}}});
-    EXPECT_THROW(receive<TranscriptionFailed>(), std::runtime_error);
+    EXPECT_THROW(receive<RequestFailed>(), std::runtime_error);
 }
 
 } // namespace

@@ -20,10 +20,12 @@ public:
     WorkerError(Case failure, const std::string& description);
 
     static WorkerError cannotStart(const std::filesystem::path& program, const std::string& reason);
-    static WorkerError stopped();
-    static WorkerError unresponsive();
     static WorkerError failed(const std::string& description);
-    static WorkerError closed();
+
+    // `worker` is the worker's name at a sentence's beginning, like "The speech recogniser".
+    static WorkerError stopped(const std::string& worker);
+    static WorkerError unresponsive(const std::string& worker);
+    static WorkerError closed(const std::string& worker);
 
     Case failure() const { return failure_; }
 

@@ -1,4 +1,4 @@
-#include "TalkledgerPlatform/Speech/WorkerError.h"
+#include "TalkledgerPlatform/Worker/WorkerError.h"
 
 #include <string_view>
 
@@ -12,20 +12,20 @@ WorkerError WorkerError::cannotStart(const std::filesystem::path& program, const
             "The program \"" + program.string() + "\" cannot be started: " + reason + ". Install Talkledger again."};
 }
 
-WorkerError WorkerError::stopped() {
-    return {Case::stopped, "The speech recogniser stopped unexpectedly. Try again."};
+WorkerError WorkerError::stopped(const std::string& worker) {
+    return {Case::stopped, worker + " stopped unexpectedly. Try again."};
 }
 
-WorkerError WorkerError::unresponsive() {
-    return {Case::unresponsive, "The speech recogniser stopped responding and was ended. Try again."};
+WorkerError WorkerError::unresponsive(const std::string& worker) {
+    return {Case::unresponsive, worker + " stopped responding and was ended. Try again."};
 }
 
 WorkerError WorkerError::failed(const std::string& description) {
     return {Case::failed, description};
 }
 
-WorkerError WorkerError::closed() {
-    return {Case::closed, "The speech recogniser was closed."};
+WorkerError WorkerError::closed(const std::string& worker) {
+    return {Case::closed, worker + " was closed."};
 }
 
 bool WorkerError::operator==(const WorkerError& other) const {

@@ -1,4 +1,4 @@
-#include "TalkledgerPlatform/Speech/WorkerSettings.h"
+#include "TalkledgerPlatform/Worker/WorkerSettings.h"
 
 #include <system_error>
 

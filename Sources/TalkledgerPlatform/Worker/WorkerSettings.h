@@ -2,12 +2,14 @@
 
 #include <chrono>
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 namespace talkledger {
 
 /// How a worker program is started, watched and ended.
 struct WorkerSettings {
+    std::string name; ///< for the user, at a sentence's beginning; its client knows it
     std::filesystem::path program;
     std::chrono::milliseconds pingInterval{std::chrono::seconds(1)};
     int unansweredPings{10};                                      ///< so many in a row, and the worker counts as dead

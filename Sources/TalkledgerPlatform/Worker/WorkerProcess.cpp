@@ -1,6 +1,6 @@
-#include "TalkledgerPlatform/Speech/WorkerProcess.h"
+#include "TalkledgerPlatform/Worker/WorkerProcess.h"
 
-#include "TalkledgerPlatform/Speech/WorkerError.h"
+#include "TalkledgerPlatform/Worker/WorkerError.h"
 #include "TalkledgerWorkers/Protocol/WorkerMessages.h"
 
 #include <boost/asio/experimental/awaitable_operators.hpp>

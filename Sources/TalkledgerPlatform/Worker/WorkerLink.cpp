@@ -1,4 +1,4 @@
-#include "TalkledgerPlatform/Speech/WorkerLink.h"
+#include "TalkledgerPlatform/Worker/WorkerLink.h"
 
 #include "TalkledgerWorkers/Protocol/Message.h"
 #include "TalkledgerWorkers/Protocol/WorkerMessages.h"
@@ -57,7 +57,7 @@ Task<WorkerError> WorkerLink::readFrames() {
     } catch (const std::exception&) {
         // Nothing that it says can be relied on any more.
     }
-    co_return WorkerError::stopped();
+    co_return WorkerError::stopped(settings_.name);
 }
 
 Task<WorkerError> WorkerLink::writeMessages() {
@@ -66,7 +66,7 @@ Task<WorkerError> WorkerLink::writeMessages() {
     } catch (const std::exception&) {
         // Writing fails when the worker is gone.
     }
-    co_return WorkerError::stopped();
+    co_return WorkerError::stopped(settings_.name);
 }
 
 /// Counts pings rather than time: where the whole machine stands still, or sleeps, so does the count.
@@ -75,7 +75,7 @@ Task<WorkerError> WorkerLink::watch() {
     std::chrono::milliseconds idle{0};
     while (idle < settings_.idleTime) {
         if (unansweredPings_ == settings_.unansweredPings) {
-            co_return WorkerError::unresponsive();
+            co_return WorkerError::unresponsive(settings_.name);
         }
         ++unansweredPings_;
         send(encodeMessage(Ping{}));
@@ -84,7 +84,7 @@ Task<WorkerError> WorkerLink::watch() {
         idle = handlers_.isIdle() ? idle + settings_.pingInterval : std::chrono::milliseconds(0);
     }
     close();
-    co_return WorkerError::closed();
+    co_return WorkerError::closed(settings_.name);
 }
 
 } // namespace talkledger

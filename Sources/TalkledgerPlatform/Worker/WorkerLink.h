@@ -1,9 +1,9 @@
 #pragma once
 
 #include "TalkledgerCore/Support/Task.h"
-#include "TalkledgerPlatform/Speech/WorkerError.h"
-#include "TalkledgerPlatform/Speech/WorkerProcess.h"
-#include "TalkledgerPlatform/Speech/WorkerSettings.h"
+#include "TalkledgerPlatform/Worker/WorkerError.h"
+#include "TalkledgerPlatform/Worker/WorkerProcess.h"
+#include "TalkledgerPlatform/Worker/WorkerSettings.h"
 
 #include <boost/asio/io_context.hpp>
 
