@@ -8,7 +8,8 @@
 namespace talkledger {
 
 PlaybackMix::PlaybackMix(const PlaybackRequest& request)
-    : stretch_(request.speed, [this](std::span<float> interleaved) { return mix(interleaved); }) {
+    : stretch_(TrackReader::sampleRate, request.speed,
+               [this](std::span<float> interleaved) { return mix(interleaved); }) {
     for (std::size_t index = 0; index < request.tracks.size(); ++index) {
         const PlaybackTrack& track = request.tracks[index];
         try {

@@ -1,41 +1,40 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <span>
 #include <vector>
 
+namespace soundtouch {
+class SoundTouch;
+} // namespace soundtouch
+
 namespace talkledger {
 
-/// Stereo sound faster or slower at its own pitch: short pieces of it, overlapped where they fit each other best. Used
-/// by one thread at a time.
+/// Stereo sound faster or slower at its own pitch. Used by one thread at a time.
 class TimeStretch {
 public:
     /// Fills left and right in turn; how many frames there were, fewer than asked for only at the end.
     using Source = std::function<std::size_t(std::span<float>)>;
 
-    /// `speed` is 0.5 to 2; at 1 the sound passes as it is.
-    TimeStretch(double speed, Source source);
+    /// `sampleRate` is in hertz; `speed` is 0.5 to 2, and at 1 the sound passes as it is.
+    TimeStretch(std::uint32_t sampleRate, double speed, Source source);
+    ~TimeStretch();
+    TimeStretch(const TimeStretch&) = delete;
+    TimeStretch& operator=(const TimeStretch&) = delete;
 
     /// As a source.
     std::size_t read(std::span<float> interleaved);
 
 private:
-    void makePiece();
-    void require(std::size_t frames);
-    std::size_t bestOffset(std::size_t from) const;
+    void feed();
 
-    double speed_;
     Source source_;
-    std::vector<float> input_;    ///< from `inputBegin_` on; silence after the source's end
-    double place_{0};             ///< in `input_`, where the next piece ought to begin, in frames
-    std::size_t continuation_{0}; ///< in `input_`, where the last piece would go on
-    std::vector<float> overlap_;  ///< the fading second half of the last piece
-    std::vector<float> output_;
-    std::size_t taken_{0};
-    std::size_t framesLeft_{0}; ///< of real sound in `input_`, once the source has ended
+    std::unique_ptr<soundtouch::SoundTouch> stretcher_; ///< absent at speed 1
+    std::vector<float> input_;
     bool hasEnded_{false};
-    bool isFirst_{true};
 };
 
 } // namespace talkledger
