@@ -1,49 +1,11 @@
 #pragma once
 
-#include "TalkledgerApp/AppFixture.h"
-#include "TalkledgerApp/AppWindowController.h"
-#include "TalkledgerApp/Quitting.h"
+#include "TalkledgerApp/WindowStage.h"
 
-#include <QQuickItem>
-#include <QQuickWindow>
-#include <optional>
-#include <string>
-#include <vector>
+#include <gmock/gmock.h>
 
 namespace talkledger::testing {
 
-/// The window over the model, in English and on no real screen.
-class WindowFixture : public AppFixture {
-protected:
-    WindowFixture();
-
-    void show();
-
-    /// The same as on a screen that is narrower.
-    void resize(int width, int height);
-
-    QQuickWindow& window() { return *windows_->window(); }
-
-    /// The first item of that name, shown or not; null when there is none.
-    QQuickItem* item(const char* name);
-
-    /// The texts of all items of that name that are shown.
-    std::vector<std::string> textsOf(const char* name);
-
-    /// Whether a text is shown, after a while at most.
-    bool shows(const std::string& text);
-    bool isShown(const char* name);
-    void click(const char* name);
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
-    void type(const char* text);
-
-    QtDesktop qtDesktop_;
-
-private:
-    std::optional<DesktopAppearance> appearance_;
-    std::optional<RecordingRevisions> revisions_;
-    std::optional<Quitting> quitting_;
-    std::optional<AppWindowController> windows_;
-};
+class WindowFixture : public ::testing::Test, public WindowStage {};
 
 } // namespace talkledger::testing

@@ -1,4 +1,4 @@
-#include "TalkledgerApp/AppFixture.h"
+#include "TalkledgerApp/AppStage.h"
 
 #include "TalkledgerCore/Storage/RecordingStore.h"
 
@@ -7,7 +7,7 @@
 
 namespace talkledger::testing {
 
-AppFixture::AppFixture()
+AppStage::AppStage()
     : settings_(QString::fromStdString(home_.path() / "Talkledger.ini"), QSettings::IniFormat),
       fileSystem_({.home = home_.path(), .dataHome = home_.path() / "data", .configHome = home_.path() / "config"}),
       reports_(std::make_shared<CaptureReports>(QtMainExecutor(context_))) {
@@ -15,12 +15,12 @@ AppFixture::AppFixture()
     speech_.scripts["ja_JP"].results = {spoken("The budget is approved.", 1, 2)};
 }
 
-AppFixture::~AppFixture() {
+AppStage::~AppStage() {
     background_.join();
     context_.close();
 }
 
-AppModel& AppFixture::startModel() {
+AppModel& AppStage::startModel() {
     const AppPorts ports{.fileSystem = fileSystem_,
                          .audioInput = audioInput_,
                          .systemAudio = systemAudio_,
@@ -36,37 +36,37 @@ AppModel& AppFixture::startModel() {
     return *model_;
 }
 
-AppModel& AppFixture::makeModel() {
+AppModel& AppStage::makeModel() {
     startModel();
     QCoreApplication::processEvents(); // what it has begun by itself ends before a test replaces it
     waitUntil([this] { return !model_->isLoadingSessions(); });
     return *model_;
 }
 
-void AppFixture::waitUntilIdle() {
+void AppStage::waitUntilIdle() {
     waitUntil([this] { return !model().isBusy(); });
 }
 
-void AppFixture::record() {
+void AppStage::record() {
     model().startRecording();
     waitUntilIdle();
 }
 
-void AppFixture::stop() {
+void AppStage::stop() {
     model().stopRecording();
     waitUntilIdle();
 }
 
-void AppFixture::recordLive() {
+void AppStage::recordLive() {
     record();
     waitUntil([this] { return model().isListening(AudioChannel::mic) && model().isListening(AudioChannel::speaker); });
 }
 
-FakeLiveAnalysis& AppFixture::live(AudioChannel channel) {
+FakeLiveAnalysis& AppStage::live(AudioChannel channel) {
     return *speech_.live.at(speech_.live.size() - (channel == AudioChannel::mic ? 2 : 1));
 }
 
-void AppFixture::say(AudioChannel channel, const SpeechTranscriptionResult& result) {
+void AppStage::say(AudioChannel channel, const SpeechTranscriptionResult& result) {
     bool isShown = false;
     const auto watch =
         QObject::connect(&model(), &AppModel::liveLinesChanged, &model(), [&isShown] { isShown = true; });
@@ -75,7 +75,7 @@ void AppFixture::say(AudioChannel channel, const SpeechTranscriptionResult& resu
     QObject::disconnect(watch);
 }
 
-void AppFixture::hearSomething() {
+void AppStage::hearSomething() {
     const std::vector<float> samples(4096, 0.25F);
     const AudioBuffer buffer = makeFloatBuffer(samples, 2, std::chrono::steady_clock::now());
     audioInput_.deliver(buffer);
@@ -85,8 +85,8 @@ void AppFixture::hearSomething() {
     fileSystem_.writeFileAtomically(artifacts.speakerAudio, "samples");
 }
 
-RecordingSession AppFixture::addFinishedRecording(const std::string& title, std::int64_t startSeconds,
-                                                  const TranscriptDocument& transcript) {
+RecordingSession AppStage::addFinishedRecording(const std::string& title, std::int64_t startSeconds,
+                                                const TranscriptDocument& transcript) {
     RecordingStore store(recordingsFolder(), fileSystem_);
     const Date start{std::chrono::seconds(startSeconds)};
     const RecordingSession session = store.createSession(title, start);

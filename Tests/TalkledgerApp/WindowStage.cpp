@@ -1,4 +1,4 @@
-#include "TalkledgerApp/WindowFixture.h"
+#include "TalkledgerApp/WindowStage.h"
 
 #include <algorithm>
 #include <functional>
@@ -30,26 +30,26 @@ std::string textOf(const QQuickItem& item) {
 
 } // namespace
 
-WindowFixture::WindowFixture() {
+WindowStage::WindowStage() {
     settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
 }
 
-void WindowFixture::show() {
+void WindowStage::show() {
     appearance_.emplace(QDBusConnection(QStringLiteral("no bus")));
     revisions_.emplace(makeModel(), QtMainExecutor(context_));
     quitting_.emplace(model());
     windows_.emplace(model(), *revisions_, *appearance_, qtDesktop_, *quitting_);
     windows_->showRecordings();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window()));
+    waitUntil([this] { return window().isExposed(); });
     resize(1280, 720);
 }
 
-void WindowFixture::resize(int width, int height) {
+void WindowStage::resize(int width, int height) {
     window().resize(width, height);
     waitUntil([&] { return window().contentItem()->width() == width; });
 }
 
-QQuickItem* WindowFixture::item(const char* name) {
+QQuickItem* WindowStage::item(const char* name) {
     QQuickItem* found = nullptr;
     forEach(*window().contentItem(), [&](QQuickItem& candidate) {
         if (found == nullptr && candidate.objectName() == QLatin1String(name)) {
@@ -59,7 +59,7 @@ QQuickItem* WindowFixture::item(const char* name) {
     return found;
 }
 
-std::vector<std::string> WindowFixture::textsOf(const char* name) {
+std::vector<std::string> WindowStage::textsOf(const char* name) {
     std::vector<std::string> texts;
     forEach(*window().contentItem(), [&](QQuickItem& candidate) {
         if (candidate.isVisible() && candidate.objectName() == QLatin1String(name)) {
@@ -69,7 +69,7 @@ std::vector<std::string> WindowFixture::textsOf(const char* name) {
     return texts;
 }
 
-bool WindowFixture::shows(const std::string& text) {
+bool WindowStage::shows(const std::string& text) {
     const auto isThere = [&] {
         bool found = false;
         forEach(*window().contentItem(),
@@ -79,12 +79,12 @@ bool WindowFixture::shows(const std::string& text) {
     return QTest::qWaitFor(isThere, 60'000);
 }
 
-bool WindowFixture::isShown(const char* name) {
+bool WindowStage::isShown(const char* name) {
     const QQuickItem* const found = item(name);
     return found != nullptr && found->isVisible();
 }
 
-void WindowFixture::click(const char* name) {
+void WindowStage::click(const char* name) {
     QQuickItem* clicked = nullptr;
     const auto middle = [&] { return clicked->mapToScene({clicked->width() / 2, clicked->height() / 2}); };
     waitUntil([&] {
@@ -94,11 +94,11 @@ void WindowFixture::click(const char* name) {
     QTest::mouseClick(&window(), Qt::LeftButton, {}, middle().toPoint());
 }
 
-void WindowFixture::press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
+void WindowStage::press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
     QTest::keyClick(&window(), key, modifiers);
 }
 
-void WindowFixture::type(const char* text) {
+void WindowStage::type(const char* text) {
     for (const char* letter = text; *letter != '\0'; ++letter) {
         QTest::keyClick(&window(), *letter);
     }
