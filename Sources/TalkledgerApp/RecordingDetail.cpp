@@ -123,11 +123,10 @@ void RecordingDetail::readDocuments() {
             needsAttention |= file.isEmpty;
         }
         for (const std::string& message : diagnostics_.messages) {
-            const bool isFailure = AppCopy::tellsOfLoss(message);
             messages_.push_back(
                 QVariantMap{{QStringLiteral("text"), QString::fromStdString(copy.diagnosticMessage(message))},
-                            {QStringLiteral("isFailure"), isFailure}});
-            needsAttention |= isFailure;
+                            {QStringLiteral("isFailure"), AppCopy::tellsOfFailure(message)}});
+            needsAttention |= AppCopy::tellsOfLoss(message);
         }
     }
     Q_EMIT documentsChanged();

@@ -160,6 +160,10 @@ bool AppCopy::tellsOfLoss(const std::string& message) {
                                [&](const Translation& prefix) { return message.starts_with(prefix.first); });
 }
 
+bool AppCopy::tellsOfFailure(const std::string& message) {
+    return tellsOfLoss(message) || message.starts_with("Foundation Models summary failed: ");
+}
+
 std::string AppCopy::summaryOverview(const std::string& overview) const {
     return overview == SalesSummary::fallbackOverview ? text(overview, "商談内容を確認用に保存しました。") : overview;
 }

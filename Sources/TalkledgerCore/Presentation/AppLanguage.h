@@ -55,6 +55,9 @@ struct AppCopy {
 
     /// Whether such a message says that sound or its transcript is missing.
     static bool tellsOfLoss(const std::string& message);
+
+    /// Whether it says that anything failed, what can be made up for later included.
+    static bool tellsOfFailure(const std::string& message);
     std::string summaryOverview(const std::string& overview) const;
     std::string followUpEmailDraft(const std::string& draft) const;
 

@@ -64,6 +64,9 @@ TEST(AppCopy, TellsLossFromWhatWentWell) {
     EXPECT_EQ(japanese.diagnosticMessage(english.noSpeechRecogniser()), japanese.noSpeechRecogniser());
     EXPECT_FALSE(AppCopy::tellsOfLoss("Microphone capture stopped."));
     EXPECT_FALSE(AppCopy::tellsOfLoss("Foundation Models summary failed: x"));
+    EXPECT_TRUE(AppCopy::tellsOfFailure("Foundation Models summary failed: x"));
+    EXPECT_TRUE(AppCopy::tellsOfFailure("Transcription failed: x"));
+    EXPECT_FALSE(AppCopy::tellsOfFailure("Empty summary generated."));
 }
 
 TEST(AppCopy, TranslatesTheFixedSentencesOnly) {
