@@ -41,7 +41,7 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
       revisions_(model_, QtMainExecutor(mainContext_)),
       liveTranscript_(model_, singleInstance),
       appearance_(QDBusConnection::sessionBus()),
-      quitting_(model_),
+      quitting_(model_, revisions_),
       tray_(model_, appearance_, QDBusConnection::sessionBus()),
       windows_(model_, revisions_, appearance_, desktop_, quitting_),
       delegate_(model_, windows_, tray_, quitting_, singleInstance, terminationSignals) {}

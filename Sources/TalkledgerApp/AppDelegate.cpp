@@ -28,7 +28,7 @@ AppDelegate::AppDelegate(AppModel& model, AppWindowController& windows, TrayIcon
     connect(
         qGuiApp, &QGuiApplication::commitDataRequest, this,
         [this](QSessionManager& session) {
-            if (model_.isRecording() || model_.isBusy()) {
+            if (quitting_.hasToWait()) {
                 session.cancel(); // the one way to make the desktop wait until the recording is saved
             }
             quitting_.finish();
@@ -58,7 +58,7 @@ void AppDelegate::performAction(const QString& name) {
 void AppDelegate::closeWindow() {
     if (tray_.isAvailable()) {
         windows_.hide();
-    } else if (model_.isRecording() || model_.isBusy()) {
+    } else if (quitting_.hasToWait()) {
         windows_.minimize();
     } else {
         quitting_.request();

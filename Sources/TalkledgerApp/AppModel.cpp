@@ -165,6 +165,14 @@ void AppModel::stopRecording() {
     boost::asio::co_spawn(main_, stopRecordingNow(), boost::asio::detached);
 }
 
+void AppModel::toggleRecording() {
+    if (isRecording_) {
+        stopRecording();
+    } else {
+        startRecording();
+    }
+}
+
 Task<void> AppModel::stopRecordingNow() {
     if (!coordinator_) {
         setFailedStatusText(copy().recorderUnavailable());
@@ -374,6 +382,11 @@ void AppModel::setDisplayLanguage(DisplayLanguage language) {
     setStatusText(isRecording_ ? copy().recordingMicAndSystemAudio() : copy().ready());
 }
 
+void AppModel::switchLanguage() {
+    setDisplayLanguage(displayLanguage_ == DisplayLanguage::japanese ? DisplayLanguage::english
+                                                                     : DisplayLanguage::japanese);
+}
+
 void AppModel::rename(const RecordingSession& session, const std::string& title) {
     attempt([&] {
         const RecordingSession renamed = store().renameSession(session, title);
@@ -540,7 +553,7 @@ QString AppModel::lastErrorForScreen() const {
 
 /// A recording that is being stopped is not in progress any more, for whoever looks at the button.
 QVariantMap AppModel::recordingAction() const {
-    const RecordingActionPresentation presentation(isRecording_ && !isBusy_, copy());
+    const RecordingActionPresentation presentation(isRecording_ && !isStopping(), copy());
     const bool stops = presentation.tone == RecordingActionTone::stop;
     return {{QStringLiteral("title"), QString::fromStdString(presentation.title)},
             {QStringLiteral("iconName"), stops ? QStringLiteral("stop") : QStringLiteral("record")},

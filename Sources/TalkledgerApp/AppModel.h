@@ -69,6 +69,7 @@ class AppModel : public QObject {
     Q_PROPERTY(QString currentRecordingID READ currentRecordingID NOTIFY currentSessionChanged)
     Q_PROPERTY(double currentRecordingStart READ currentRecordingStart NOTIFY currentSessionChanged)
     Q_PROPERTY(bool isBusy READ isBusy NOTIFY isBusyChanged)
+    Q_PROPERTY(bool isStopping READ isStopping NOTIFY recordingActionChanged)
     Q_PROPERTY(double microphoneLevel READ microphoneLevel NOTIFY microphoneLevelChanged)
     Q_PROPERTY(LiveSummary* liveSummary READ liveSummary CONSTANT)
     Q_PROPERTY(bool awaitsLiveText READ awaitsLiveText NOTIFY listeningChanged)
@@ -110,6 +111,9 @@ public:
 
     /// A start or a stop is in progress.
     bool isBusy() const { return isBusy_; }
+
+    /// The recording in progress has been stopped and is being saved.
+    bool isStopping() const { return isRecording_ && isBusy_; }
 
     /// 0 to 1.
     double microphoneLevel() const { return tracks_.microphoneLevel(); }
@@ -164,6 +168,9 @@ public:
     /// Ignored while busy, as is `stopRecording`.
     Q_INVOKABLE void startRecording();
     Q_INVOKABLE void stopRecording();
+
+    /// What the main button says, as `recordingAction` tells.
+    Q_INVOKABLE void toggleRecording();
     Q_INVOKABLE void refreshSessions();
 
     /// Of something that the user asked for elsewhere.
@@ -181,6 +188,7 @@ public:
     /// Where the user changes what the system lets the program capture.
     void openSettings(CapturePermissionKind kind);
     void setDisplayLanguage(DisplayLanguage language);
+    Q_INVOKABLE void switchLanguage();
     void rename(const RecordingSession& session, const std::string& title);
     void copyTranscriptMarkdown(const RecordingSession& session);
     void exportTranscriptMarkdown(const RecordingSession& session);

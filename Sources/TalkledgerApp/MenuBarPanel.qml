@@ -9,7 +9,7 @@ Window {
     signal quitRequested
 
     readonly property bool isLive: appModel.recordingAction.stops
-    readonly property bool isFinishing: appModel.isRecording && appModel.isBusy
+    readonly property bool isFinishing: appModel.isStopping
     readonly property bool asksForPermissions: permissions.needAttention && !appModel.isRecording
 
     color: "transparent"
@@ -25,23 +25,15 @@ Window {
         }
     }
 
-    function toggleRecording() {
-        if (appModel.recordingAction.stops) {
-            appModel.stopRecording()
-        } else {
-            appModel.startRecording()
-        }
-    }
-
     function openRecordings(recordingID) {
         hide()
         recordingsRequested(recordingID)
     }
 
     Shortcut {
-        enabled: !appModel.isBusy
+        enabled: mainButton.enabled
         sequences: ["Ctrl+R"]
-        onActivated: panel.toggleRecording()
+        onActivated: appModel.toggleRecording()
     }
     Shortcut {
         sequences: ["Ctrl+O"]
@@ -49,7 +41,7 @@ Window {
     }
     Shortcut {
         sequences: ["Ctrl+L"]
-        onActivated: appModel.displayLanguage = appModel.displayLanguage === "japanese" ? "english" : "japanese"
+        onActivated: appModel.switchLanguage()
     }
     Shortcut {
         sequences: ["Ctrl+Q"]
@@ -163,7 +155,7 @@ Window {
                 ActionButton {
                     id: mainButton
 
-                    enabled: !appModel.isBusy
+                    enabled: !appModel.isBusy && !quitting.isFinishing
                     fill: panel.isLive ? Theme.live : Theme.accentFill
                     font.bold: true
                     font.pixelSize: 15
@@ -174,11 +166,11 @@ Window {
                     shortcutText: enabled ? "Ctrl+R" : ""
                     text: appModel.recordingAction.title
                     width: parent.width
-                    onClicked: panel.toggleRecording()
+                    onClicked: appModel.toggleRecording()
                 }
                 Column {
                     spacing: Theme.gap1
-                    visible: panel.isFinishing
+                    visible: panel.isFinishing || quitting.isFinishing
                     width: parent.width
 
                     SmallWords {
@@ -187,7 +179,7 @@ Window {
                         wrapMode: Text.Wrap
                     }
                     Progress {
-                        share: appModel.tracks.transcribedShare
+                        share: panel.isFinishing ? appModel.tracks.transcribedShare : revisions.transcribedShare
                         width: parent.width
                     }
                 }

@@ -4,19 +4,28 @@
 
 namespace talkledger {
 
-Quitting::Quitting(AppModel& model) : model_(model) {
+Quitting::Quitting(AppModel& model, RecordingRevisions& revisions) : model_(model), revisions_(revisions) {
     connect(&model, &AppModel::isBusyChanged, this, &Quitting::followModel);
+    connect(&revisions, &RecordingRevisions::ended, this, &Quitting::continueFinishing);
+}
+
+/// A recording runs, or is about to, and nobody has stopped it.
+bool Quitting::recordsOn() const {
+    return (model_.isRecording() || model_.isBusy()) && !model_.isStopping();
+}
+
+bool Quitting::hasToWait() const {
+    return model_.isRecording() || model_.isBusy() || revisions_.isWorking();
 }
 
 void Quitting::request() {
     if (isFinishing_) {
         return;
     }
-    const bool isStopping = model_.isRecording() && model_.isBusy();
-    if (isStopping) {
-        stopAndQuit();
-    } else if (model_.isRecording() || model_.isBusy()) {
+    if (recordsOn()) {
         setIsAsking(true);
+    } else if (hasToWait()) {
+        stopAndQuit();
     } else {
         Q_EMIT finished();
     }
@@ -41,8 +50,7 @@ void Quitting::finish() {
 }
 
 void Quitting::followModel() {
-    const bool isStopping = model_.isRecording() && model_.isBusy();
-    if (isStopping || !(model_.isRecording() || model_.isBusy())) {
+    if (!recordsOn()) {
         setIsAsking(false); // someone else has stopped the recording, or it did not come about
     }
     continueFinishing();
@@ -54,9 +62,9 @@ void Quitting::continueFinishing() {
     }
     if (model_.isRecording()) {
         model_.stopRecording();
-    } else if (canStay_ && model_.statusIsFailure()) {
+    } else if (canStay_ && (model_.statusIsFailure() || model_.lastError())) {
         setIsFinishing(false); // the window says what was not saved
-    } else {
+    } else if (!revisions_.isWorking()) {
         Q_EMIT finished();
     }
 }

@@ -6,15 +6,11 @@ Rectangle {
     id: bar
 
     required property bool isNarrow
-    signal toggled
 
     readonly property bool isLive: appModel.recordingAction.stops
-    readonly property bool isFinishing: appModel.isRecording && appModel.isBusy
+    readonly property bool isFinishing: appModel.isStopping
     readonly property bool hasFailed: appModel.statusIsFailure
-
-    function switchLanguage() {
-        appModel.displayLanguage = appModel.displayLanguage === "japanese" ? "english" : "japanese"
-    }
+    readonly property alias canToggle: mainButton.enabled
 
     function openSettings() {
         settingsPopover.visible ? settingsPopover.close() : settingsPopover.open()
@@ -24,8 +20,11 @@ Rectangle {
         if (isLive) {
             return texts.closingKeepsRecording
         }
+        if (quitting.isFinishing) {
+            return texts.quitsAfterSaving
+        }
         if (isFinishing) {
-            return quitting.isFinishing ? texts.quitsAfterSaving : texts.nextRecordingAfterSaving
+            return texts.nextRecordingAfterSaving
         }
         if (hasFailed) {
             return texts.nothingRecorded
@@ -49,7 +48,7 @@ Rectangle {
         anchors.left: parent.left
         anchors.leftMargin: Theme.gap3
         anchors.verticalCenter: parent.verticalCenter
-        enabled: !appModel.isBusy
+        enabled: !appModel.isBusy && !quitting.isFinishing
         fill: bar.isLive ? Theme.live : Theme.accentFill
         focus: true
         font.bold: true
@@ -60,7 +59,7 @@ Rectangle {
         shortcutText: enabled && !bar.isNarrow ? "Ctrl+R" : ""
         text: appModel.recordingAction.title
         width: Math.max(152, bothTexts.width + 2 * Theme.gap3 + 22 + (bar.isNarrow ? 0 : 54))
-        onClicked: bar.toggled()
+        onClicked: appModel.toggleRecording()
 
         // The button has the width of the wider of its texts, so that it stays where it is.
         Column {
@@ -177,7 +176,7 @@ Rectangle {
             outline: "transparent"
             text: appModel.displayLanguage === "japanese" ? "日本語" : "English"
             visible: !bar.isNarrow
-            onClicked: bar.switchLanguage()
+            onClicked: appModel.switchLanguage()
         }
         Row {
             anchors.verticalCenter: parent.verticalCenter

@@ -62,7 +62,7 @@ void RecordingRevisions::draftFromKeyPhrases(const QString& recordingID) {
 
 void RecordingRevisions::begin(const QString& recordingID, Work work, const Revise& revise) {
     const RecordingSession* const session = model_.session(recordingID);
-    if (work_ != Work::none || session == nullptr || recordingID == model_.currentRecordingID()) {
+    if (isWorking() || session == nullptr || recordingID == model_.currentRecordingID()) {
         return;
     }
     model_.dismissLastError();
@@ -83,6 +83,7 @@ Task<void> RecordingRevisions::perform(RecordingSession session, Revise revise) 
     if (failure) {
         model_.showError(std::move(*failure));
     }
+    Q_EMIT ended();
 }
 
 void RecordingRevisions::setWork(const QString& recordingID, Work work) {

@@ -31,6 +31,8 @@ public:
 
     Work work() const { return work_; }
 
+    bool isWorking() const { return work_ != Work::none; }
+
     /// Of the track that is behind, 0 to 1.
     double transcribedShare() const;
 
@@ -46,6 +48,9 @@ public:
 Q_SIGNALS:
     void changed();
     void transcribedShareChanged();
+
+    /// Of the work, however it went: what has failed is shown.
+    void ended();
 
 private:
     using Revise = std::function<Task<void>(RecordingSession)>;

@@ -17,14 +17,6 @@ FocusScope {
         selectedID = recordings.preferredSelection(selectedID)
     }
 
-    function toggleRecording() {
-        if (appModel.recordingAction.stops) {
-            appModel.stopRecording()
-        } else {
-            appModel.startRecording()
-        }
-    }
-
     Component.onCompleted: selectPreferred()
 
     Binding {
@@ -54,13 +46,13 @@ FocusScope {
         target: appModel
     }
     Shortcut {
-        enabled: !appModel.isBusy
+        enabled: bar.canToggle
         sequences: ["Ctrl+R"]
-        onActivated: screen.toggleRecording()
+        onActivated: appModel.toggleRecording()
     }
     Shortcut {
         sequences: ["Ctrl+L"]
-        onActivated: bar.switchLanguage()
+        onActivated: appModel.switchLanguage()
     }
     Shortcut {
         sequences: ["Ctrl+,"]
@@ -155,7 +147,6 @@ FocusScope {
         anchors.right: parent.right
         focus: true
         isNarrow: screen.isNarrow
-        onToggled: screen.toggleRecording()
     }
 
     SessionSidebar {

@@ -81,13 +81,7 @@ void TrayIcon::setIsHosted(bool isHosted) {
 void TrayIcon::makeMenu() {
     status_ = menu_.addAction(QString());
     status_->setEnabled(false);
-    toggle_ = menu_.addAction(QString(), this, [this] {
-        if (model_.isRecording()) {
-            model_.stopRecording();
-        } else {
-            model_.startRecording();
-        }
-    });
+    toggle_ = menu_.addAction(QString(), &model_, &AppModel::toggleRecording);
     menu_.addSeparator();
     recordings_ = menu_.addAction(QString(), this, &TrayIcon::recordingsRequested);
     storageFolder_ = menu_.addAction(QString(), &model_, &AppModel::openStorageFolder);
@@ -105,8 +99,11 @@ void TrayIcon::makeMenu() {
 }
 
 TrayFace TrayIcon::face() const {
+    if (model_.isStopping()) {
+        return TrayFace::finishing;
+    }
     if (model_.isRecording()) {
-        return model_.isBusy() ? TrayFace::finishing : TrayFace::recording;
+        return TrayFace::recording;
     }
     const bool isInTrouble = model_.statusIsFailure() || needsAttention(model_.permissions());
     return isInTrouble ? TrayFace::attention : TrayFace::idle;

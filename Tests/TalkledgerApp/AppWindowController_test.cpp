@@ -33,7 +33,7 @@ protected:
         appearance_.emplace(QDBusConnection(QStringLiteral("no bus")));
         AppModel& appModel = makeModel();
         revisions_.emplace(appModel, QtMainExecutor(context_));
-        quitting_.emplace(appModel);
+        quitting_.emplace(appModel, *revisions_);
         windows_.emplace(appModel, *revisions_, *appearance_, qtDesktop_, *quitting_);
         windows_->showRecordings();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window()));

@@ -22,9 +22,9 @@ protected:
     void showProgram() {
         const QDBusConnection bus = QDBusConnection::sessionBus();
         appearance_.emplace(bus);
-        quitting_.emplace(makeModel());
+        revisions_.emplace(makeModel(), QtMainExecutor(context_));
+        quitting_.emplace(model(), *revisions_);
         tray_.emplace(model(), *appearance_, bus);
-        revisions_.emplace(model(), QtMainExecutor(context_));
         windows_.emplace(model(), *revisions_, *appearance_, qtDesktop_, *quitting_);
         delegate_.emplace(model(), *windows_, *tray_, *quitting_, singleInstance_, terminationSignals_);
         delegate_->applicationDidFinishLaunching();
@@ -39,8 +39,8 @@ protected:
 
     QtDesktop qtDesktop_;
     std::optional<DesktopAppearance> appearance_;
-    std::optional<Quitting> quitting_;
     std::optional<RecordingRevisions> revisions_;
+    std::optional<Quitting> quitting_;
     std::optional<TrayIcon> tray_;
     std::optional<AppWindowController> windows_;
     AppSingleInstanceCoordinator singleInstance_{QDBusConnection::sessionBus()};

@@ -1,5 +1,6 @@
 #include "TalkledgerApp/AppFixture.h"
 #include "TalkledgerApp/Quitting.h"
+#include "TalkledgerCore/Support/Uuid.h"
 
 #include <optional>
 
@@ -9,18 +10,20 @@ namespace {
 class QuittingTest : public testing::AppFixture {
 protected:
     void SetUp() override {
-        quitting_.emplace(makeModel());
+        revisions_.emplace(makeModel(), QtMainExecutor(context_));
+        quitting_.emplace(model(), *revisions_);
         QObject::connect(&*quitting_, &Quitting::finished, [this] {
             ++ends_;
-            recordedAtTheEnd_ = model().isRecording() || model().isBusy();
+            workedAtTheEnd_ = model().isRecording() || model().isBusy() || revisions_->isWorking();
         });
     }
 
     Quitting& quitting() { return *quitting_; }
 
+    std::optional<RecordingRevisions> revisions_;
     std::optional<Quitting> quitting_;
     int ends_{0};
-    bool recordedAtTheEnd_{false};
+    bool workedAtTheEnd_{false};
 };
 
 TEST_F(QuittingTest, EndsAtOnceWhenNothingIsRecorded) {
@@ -51,7 +54,7 @@ TEST_F(QuittingTest, FinishesTheRecordingBeforeTheEnd) {
     speech_.results.open();
     waitUntil([this] { return ends_ > 0; });
     EXPECT_EQ(ends_, 1);
-    EXPECT_FALSE(recordedAtTheEnd_);
+    EXPECT_FALSE(workedAtTheEnd_);
     ASSERT_TRUE(model().sessions().front().endedAt);
     EXPECT_TRUE(model().transcript(model().sessions().front()));
 }
@@ -75,6 +78,20 @@ TEST_F(QuittingTest, AStopUnderWayIsWaitedForWithoutAQuestion) {
     waitUntil([this] { return ends_ == 1; });
 }
 
+TEST_F(QuittingTest, WaitsForARecordingThatIsWorkedOn) {
+    record();
+    hearSomething();
+    stop();
+    speech_.results.close();
+    revisions_->transcribeAgain(QString::fromStdString(uuidText(model().sessions().front().id)));
+    quitting().request();
+    EXPECT_TRUE(quitting().isFinishing() && !quitting().isAsking());
+    speech_.results.open();
+    waitUntil([this] { return ends_ > 0; });
+    EXPECT_EQ(ends_, 1);
+    EXPECT_FALSE(workedAtTheEnd_);
+}
+
 TEST_F(QuittingTest, StaysToTellTheUserWhatWasNotSaved) {
     record();
     std::filesystem::remove_all(model().currentSession()->directory);
@@ -95,7 +112,7 @@ TEST_F(QuittingTest, TheEndOfTheSessionAsksNobodyAndEndsWhateverFails) {
     quitting().finish();
     EXPECT_FALSE(quitting().isAsking());
     waitUntil([this] { return ends_ == 1; });
-    EXPECT_FALSE(recordedAtTheEnd_);
+    EXPECT_FALSE(workedAtTheEnd_);
 }
 
 } // namespace

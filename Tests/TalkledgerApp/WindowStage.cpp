@@ -37,7 +37,7 @@ WindowStage::WindowStage() {
 void WindowStage::show() {
     appearance_.emplace(QDBusConnection(QStringLiteral("no bus")));
     revisions_.emplace(makeModel(), QtMainExecutor(context_));
-    quitting_.emplace(model());
+    quitting_.emplace(model(), *revisions_);
     windows_.emplace(model(), *revisions_, *appearance_, qtDesktop_, *quitting_);
     windows_->showRecordings();
     waitUntil([this] { return window().isExposed(); });
