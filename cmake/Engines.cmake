@@ -29,3 +29,4 @@ function(talkledger_engine name)
 endfunction()
 
 talkledger_engine(whisper LIBRARIES whisper ggml ggml-cpu ggml-base)
+talkledger_engine(llama LIBRARIES llama ggml ggml-cpu ggml-base)

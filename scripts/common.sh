@@ -103,7 +103,7 @@ unpack_boost() {
 }
 
 # Each engine with the package that has it where the distribution does; the others are built by scripts/engine.
-engines=(whisper:libwhisper-dev)
+engines=(whisper:libwhisper-dev llama:libllama-dev)
 
 provide_engines() {
   local entry name package
