@@ -36,7 +36,7 @@ LiveSummary::LiveSummary(SystemLanguageModel& model, Executor main, Interval bet
     : model_(model),
       main_(std::move(main)),
       interval_(between),
-      generator_(model),
+      generator_(model, SummaryStage::live),
       refresher_(between.count(), minimumCharacterCount, generator_) {}
 
 void LiveSummary::start(TranscriptSource transcript) {

@@ -63,6 +63,7 @@ TEST_F(LiveSummaryTest, FollowsTheConversationAndGoesWithTheRecording) {
     EXPECT_EQ(model().listSummary(*model().currentSession())->overview, "They begin in May.");
     EXPECT_THAT(languageModel_.prompt, HasSubstr(enoughSpeech));
     EXPECT_EQ(languageModel_.sessionCount, 1);
+    EXPECT_TRUE(languageModel_.options.isProvisional);
 
     // Nothing new is said: the refreshes that are skipped change nothing.
     const std::size_t seen = statuses.size();

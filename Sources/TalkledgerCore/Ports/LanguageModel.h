@@ -2,7 +2,7 @@
 
 #include "TalkledgerCore/Support/Task.h"
 
-#include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,12 +24,16 @@ struct GenerationProperty {
     std::string description;
     bool isList{false};              ///< a list of strings; otherwise one string
     std::optional<int> maximumCount; ///< of a list's entries
+
+    bool operator==(const GenerationProperty&) const = default;
 };
 
 struct GenerationSchema {
     std::string type;
     std::string description;
     std::vector<GenerationProperty> properties;
+
+    bool operator==(const GenerationSchema&) const = default;
 };
 
 enum class GenerationSampling { greedy };
@@ -38,6 +42,7 @@ struct GenerationOptions {
     GenerationSampling sampling{GenerationSampling::greedy};
     double temperature{0.1};
     int maximumResponseTokens{900};
+    bool isProvisional{false}; ///< soon replaced by another: it may rest on an approximate reading of a long prompt
 };
 
 /// One conversation, without tools; different ones share nothing.
@@ -63,6 +68,19 @@ public:
 
     virtual LanguageModelAvailability availability() const = 0;
     virtual std::unique_ptr<LanguageModelSession> makeSession(const std::string& instructions) = 0;
+};
+
+/// Finds out whether a file is a language model with which this machine can work.
+class LanguageModelCheck {
+public:
+    LanguageModelCheck() = default;
+    LanguageModelCheck(const LanguageModelCheck&) = delete;
+    LanguageModelCheck& operator=(const LanguageModelCheck&) = delete;
+    virtual ~LanguageModelCheck() = default;
+
+    /// Loads the model and lets it answer once, which takes seconds. Throws an error with a sentence for the user when
+    /// it cannot be used.
+    virtual Task<void> check(std::filesystem::path model) = 0;
 };
 
 } // namespace talkledger

@@ -81,8 +81,9 @@ FoundationSummaryGeneratorError FoundationSummaryGeneratorError::unavailable(std
     return {Case::unavailable, std::move(reason)};
 }
 
-FoundationModelsSalesSummaryGenerator::FoundationModelsSalesSummaryGenerator(SystemLanguageModel& model)
-    : model_(model) {}
+FoundationModelsSalesSummaryGenerator::FoundationModelsSalesSummaryGenerator(SystemLanguageModel& model,
+                                                                             SummaryStage stage)
+    : model_(model), stage_(stage) {}
 
 Task<SalesSummary> FoundationModelsSalesSummaryGenerator::summary(TranscriptDocument forTranscript) {
     const std::string question = prompt(forTranscript);
@@ -95,8 +96,10 @@ Task<SalesSummary> FoundationModelsSalesSummaryGenerator::summary(TranscriptDocu
     }
     const std::unique_ptr<LanguageModelSession> session = model_.makeSession(instructions);
     const GenerationSchema schema = GeneratedSalesSummary::generationSchema();
-    const GenerationOptions options{
-        .sampling = GenerationSampling::greedy, .temperature = 0.1, .maximumResponseTokens = 900};
+    const GenerationOptions options{.sampling = GenerationSampling::greedy,
+                                    .temperature = 0.1,
+                                    .maximumResponseTokens = 900,
+                                    .isProvisional = stage_ == SummaryStage::live};
     const std::string answer = co_await session->respond(question, schema, true, options);
     JsonSource source{.name = "The language model's answer", .advice = ""};
     co_return decodeJson<GeneratedSalesSummary>(answer, std::move(source)).salesSummary();

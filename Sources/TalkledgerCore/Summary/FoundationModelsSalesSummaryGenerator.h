@@ -32,11 +32,15 @@ private:
     std::string reason_;
 };
 
+/// Whether the meeting still goes on, so that another summary soon replaces this one.
+enum class SummaryStage { live, final };
+
 /// Summarises a transcript with the on-device language model. Each request has a session of its own, so several may be
 /// under way. The model has to outlive it.
 class FoundationModelsSalesSummaryGenerator final : public SalesSummaryGenerating {
 public:
-    explicit FoundationModelsSalesSummaryGenerator(SystemLanguageModel& model);
+    explicit FoundationModelsSalesSummaryGenerator(SystemLanguageModel& model,
+                                                   SummaryStage stage = SummaryStage::final);
 
     /// A transcript without any text gives an empty summary, model or not. Throws `FoundationSummaryGeneratorError`
     /// and the session's errors; an answer that is not as asked is a `JsonError`.
@@ -50,6 +54,7 @@ public:
 
 private:
     SystemLanguageModel& model_;
+    SummaryStage stage_;
 };
 
 } // namespace talkledger

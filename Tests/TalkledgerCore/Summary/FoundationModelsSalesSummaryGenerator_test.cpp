@@ -90,6 +90,7 @@ TEST_F(SalesSummaryGeneratorTest, AsksOncePerRequestAndCleansTheAnswer) {
     EXPECT_THAT(model.prompt, EndsWith("文字起こし:\n[00:00] customer final: 予算"));
     EXPECT_TRUE(model.schemaIsIncluded);
     EXPECT_EQ(model.options.maximumResponseTokens, 900);
+    EXPECT_FALSE(model.options.isProvisional);
     std::vector<std::string> lists;
     for (const GenerationProperty& property : model.schema.properties) {
         if (property.isList) {
