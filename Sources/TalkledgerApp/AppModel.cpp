@@ -67,6 +67,7 @@ AppModel::AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captur
     createStore();
     if (store_) {
         createCoordinator(*store_, background);
+        liveTranscriptKeeper_.emplace(*store_, main_, background);
         isLoadingSessions_ = true;
         boost::asio::co_spawn(main_, loadSessions(background), boost::asio::detached);
     }
@@ -218,6 +219,7 @@ void AppModel::startLive(const RecordingSession& session) {
     if (const std::optional<MonotonicTime> origin = timeline_->origin()) {
         liveTranscription_.start(speechLocale, *origin, applyIfCurrent);
     }
+    liveTranscriptKeeper_->begin(session, [this] { return liveConversation_.transcript(); });
     liveSummary_.start([this] { return liveConversation_.transcript(); });
 }
 
@@ -229,10 +231,16 @@ void AppModel::stopLive() {
 void AppModel::applyLiveTranscriptSegment(const TranscriptSegment& segment) {
     const std::vector<TranscriptLineChange> changes = liveConversation_.apply(segment);
     hasLiveTranscript_ = true;
+    if (liveTranscriptKeeper_) {
+        liveTranscriptKeeper_->noteChange();
+    }
     Q_EMIT liveLinesChanged(changes);
 }
 
 void AppModel::clearLiveTranscript() {
+    if (liveTranscriptKeeper_) {
+        liveTranscriptKeeper_->end();
+    }
     liveConversation_.reset();
     hasLiveTranscript_ = false;
 }

@@ -6,6 +6,7 @@
 #include "TalkledgerApp/RecordingTracks.h"
 #include "TalkledgerCore/Capture/CapturePermissionInspector.h"
 #include "TalkledgerCore/Capture/LiveAudioBufferRelay.h"
+#include "TalkledgerCore/Capture/LiveTranscriptKeeper.h"
 #include "TalkledgerCore/Capture/RecordingCoordinator.h"
 #include "TalkledgerCore/Capture/RecordingTimeline.h"
 #include "TalkledgerCore/Export/RecordingDiagnostics.h"
@@ -303,7 +304,8 @@ private:
     RecordingMarkdownDocumentBuilder markdownDocumentBuilder_;
     RecordingMarkdownExporter markdownExporter_;
     std::optional<RecordingStore> store_;
-    std::unique_ptr<RecordingCoordinator> coordinator_; ///< absent without a store
+    std::unique_ptr<RecordingCoordinator> coordinator_;        ///< absent without a store
+    std::optional<LiveTranscriptKeeper> liveTranscriptKeeper_; ///< absent without a store
     std::optional<std::filesystem::path> rootDirectory_;
 };
 

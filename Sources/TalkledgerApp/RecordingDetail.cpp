@@ -111,9 +111,12 @@ void RecordingDetail::readDocuments() {
     files_.clear();
     messages_.clear();
     diagnostics_ = {};
+    offersLiveTranscript_ = false;
     bool needsAttention = false;
     if (const RecordingSession* const session = model_.session(recordingID_)) {
         const AppCopy copy = model_.copy();
+        offersLiveTranscript_ = recordingID_ != model_.currentRecordingID() && lines_.count() == 0 &&
+                                model_.ports().fileSystem.fileExists(RecordingStore::liveTranscriptFile(*session));
         const SalesSummary summary = model_.listSummary(*session).value_or(SalesSummary());
         summarySections_ = screenSummary(summary, copy);
         emailDraft_ = QString::fromStdString(copy.followUpEmailDraft(summary.followUpEmailDraft)).trimmed();

@@ -26,6 +26,7 @@ class RecordingDetail : public QObject {
     Q_PROPERTY(QString emailDraft READ emailDraft NOTIFY documentsChanged)
     Q_PROPERTY(QVariantList files READ files NOTIFY documentsChanged)
     Q_PROPERTY(QVariantList messages READ messages NOTIFY documentsChanged)
+    Q_PROPERTY(bool offersLiveTranscript READ offersLiveTranscript NOTIFY documentsChanged)
     Q_PROPERTY(bool needsAttention READ needsAttention NOTIFY needsAttentionChanged)
     Q_PROPERTY(QAbstractItemModel* lines READ lines CONSTANT)
 
@@ -62,6 +63,9 @@ public:
 
     const QVariantList& messages() const { return messages_; }
 
+    /// Nothing was found in its files, and there is what was written down while it was in progress.
+    bool offersLiveTranscript() const { return offersLiveTranscript_; }
+
     /// A file is empty, or a message tells of a failure.
     bool needsAttention() const { return needsAttention_; }
 
@@ -88,6 +92,7 @@ private:
     QString emailDraft_;
     QVariantList files_;
     QVariantList messages_;
+    bool offersLiveTranscript_{false};
     bool needsAttention_{false};
     TranscriptLinesModel lines_;
 };

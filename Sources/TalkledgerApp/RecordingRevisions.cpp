@@ -53,6 +53,13 @@ void RecordingRevisions::summarizeAgain(const QString& recordingID) {
           [this](RecordingSession session) { return revision_->summarizeAgain(std::move(session)); });
 }
 
+void RecordingRevisions::useLiveTranscript(const QString& recordingID) {
+    begin(recordingID, Work::transcribing, [this](RecordingSession session) -> Task<void> {
+        revision_->useLiveTranscript(session);
+        co_return;
+    });
+}
+
 void RecordingRevisions::draftFromKeyPhrases(const QString& recordingID) {
     begin(recordingID, Work::summarizing, [this](RecordingSession session) -> Task<void> {
         revision_->draftFromKeyPhrases(session);

@@ -43,6 +43,7 @@ public:
     Q_INVOKABLE void finish(const QString& recordingID);
     Q_INVOKABLE void transcribeAgain(const QString& recordingID);
     Q_INVOKABLE void summarizeAgain(const QString& recordingID);
+    Q_INVOKABLE void useLiveTranscript(const QString& recordingID);
     Q_INVOKABLE void draftFromKeyPhrases(const QString& recordingID);
 
 Q_SIGNALS:

@@ -116,6 +116,12 @@ Row {
                 onTriggered: revisions.finish(chosenRecording.recordingID)
             }
             RevisionItem {
+                iconName: "list"
+                text: texts.useLiveTranscript
+                visible: chosenRecording.offersLiveTranscript
+                onTriggered: revisions.useLiveTranscript(chosenRecording.recordingID)
+            }
+            RevisionItem {
                 iconName: "refresh"
                 objectName: "transcribeAgain"
                 text: texts.transcribeAgain

@@ -202,6 +202,8 @@ FocusScope {
     }
 
     Words {
+        id: note
+
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.top: head.bottom
         anchors.topMargin: 64
@@ -215,6 +217,16 @@ FocusScope {
         visible: lines.count === 0
         width: Math.min(parent.width - 2 * view.margin, 480)
         wrapMode: Text.Wrap
+    }
+    ActionButton {
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.top: note.bottom
+        anchors.topMargin: Theme.gap3
+        enabled: revisions.recordingID === ""
+        objectName: "useLiveTranscript"
+        text: texts.useLiveTranscript
+        visible: chosenRecording.offersLiveTranscript
+        onClicked: revisions.useLiveTranscript(chosenRecording.recordingID)
     }
 
     Rectangle {

@@ -112,6 +112,18 @@ TEST_F(RecordingDetailViewTest, DraftsASummaryFromKeyPhrases) {
     EXPECT_TRUE(shows("Decisions"));
 }
 
+TEST_F(RecordingDetailViewTest, OffersTheLiveTranscriptWhereTheFilesGaveNone) {
+    const RecordingSession session = addFinishedRecording("Aoba", 1'000, {});
+    RecordingStore(recordingsFolder(), fileSystem_)
+        .saveLiveTranscript({{TranscriptSegment(AudioChannel::mic, SpeakerRole::me, 1, 1, "Good morning.",
+                                                TranscriptSegmentStatus::final)}},
+                            session);
+    show();
+    click("useLiveTranscript");
+    EXPECT_TRUE(shows("Good morning."));
+    EXPECT_FALSE(isShown("useLiveTranscript"));
+}
+
 TEST_F(RecordingDetailViewTest, UnfoldsTheDiagnosticsWhenSomethingIsMissing) {
     add({}, sound());
     RecordingDiagnostics broken = sound();

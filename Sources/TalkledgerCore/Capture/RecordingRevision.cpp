@@ -50,6 +50,15 @@ Task<void> RecordingRevision::summarizeAgain(RecordingSession session) {
     addMessage("Summarized again.", session);
 }
 
+void RecordingRevision::useLiveTranscript(const RecordingSession& session) {
+    TranscriptDocument transcript = store_.loadLiveTranscript(session);
+    for (TranscriptSegment& segment : transcript.segments) {
+        segment.status = TranscriptSegmentStatus::final; // nothing will come after what was not settled
+    }
+    store_.saveTranscript(transcript, session);
+    addMessage("The live transcript was taken for the recording's own.", session);
+}
+
 void RecordingRevision::draftFromKeyPhrases(const RecordingSession& session) {
     store_.saveSummary(SalesSummaryBuilder().build(store_.loadTranscript(session)), session);
     addMessage("The summary was drafted from key phrases.", session);

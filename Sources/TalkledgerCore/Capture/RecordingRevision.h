@@ -33,6 +33,9 @@ public:
     Task<void> transcribeAgain(RecordingSession session);
     Task<void> summarizeAgain(RecordingSession session);
 
+    /// What was written down while the recording was in progress becomes its transcript.
+    void useLiveTranscript(const RecordingSession& session);
+
     /// A summary by key phrases, without a language model.
     void draftFromKeyPhrases(const RecordingSession& session);
 

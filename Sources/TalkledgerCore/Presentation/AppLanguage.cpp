@@ -40,8 +40,9 @@ constexpr std::array<Translation, 4> trackMessages{{
 }};
 
 /// What `RecordingRevision` tells of a recording.
-constexpr std::array<Translation, 4> revisionMessages{{
+constexpr std::array<Translation, 5> revisionMessages{{
     {"The recording was interrupted and has been finished later.", "録音が中断されたため、あとから仕上げました。"},
+    {"The live transcript was taken for the recording's own.", "録音中の文字起こしを採用しました。"},
     {"Transcribed again.", "文字起こしをやり直しました。"},
     {"Summarized again.", "要約をやり直しました。"},
     {"The summary was drafted from key phrases.", "要約は、手がかりになる言い回しから下書きしました。"},

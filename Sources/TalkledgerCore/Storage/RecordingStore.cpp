@@ -74,6 +74,10 @@ std::string RecordingStore::sessionDirectoryName(const boost::uuids::uuid& id, s
     return formatIso8601ForFileName(startedAt) + '-' + slug(title) + '-' + uuidText(id).substr(0, shownUuidCharacters);
 }
 
+std::filesystem::path RecordingStore::liveTranscriptFile(const RecordingSession& session) {
+    return session.directory / "live-transcript.json";
+}
+
 RecordingSession RecordingStore::createSession(const std::string& title, Date startedAt) {
     const boost::uuids::uuid id = randomUuid();
     const std::filesystem::path directory = rootDirectory_ / sessionDirectoryName(id, title, startedAt);
@@ -134,6 +138,10 @@ void RecordingStore::saveTranscript(const TranscriptDocument& transcript, const 
     write(encodeJson(toJson(transcript)), session.artifacts.transcript, session);
 }
 
+void RecordingStore::saveLiveTranscript(const TranscriptDocument& transcript, const RecordingSession& session) {
+    write(encodeJson(toJson(transcript)), liveTranscriptFile(session), session);
+}
+
 void RecordingStore::saveSummary(const SalesSummary& summary, const RecordingSession& session) {
     write(encodeJson(toJson(summary)), session.artifacts.summary, session);
 }
@@ -144,6 +152,10 @@ void RecordingStore::saveDiagnostics(const RecordingDiagnostics& diagnostics, co
 
 TranscriptDocument RecordingStore::loadTranscript(const RecordingSession& session) const {
     return load<TranscriptDocument>(session.artifacts.transcript);
+}
+
+TranscriptDocument RecordingStore::loadLiveTranscript(const RecordingSession& session) const {
+    return load<TranscriptDocument>(liveTranscriptFile(session));
 }
 
 SalesSummary RecordingStore::loadSummary(const RecordingSession& session) const {

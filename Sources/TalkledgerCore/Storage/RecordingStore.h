@@ -38,6 +38,9 @@ public:
     /// Start, title and identity in a form that suits a file name; fixed for the recording's life.
     static std::string sessionDirectoryName(const boost::uuids::uuid& id, std::string_view title, Date startedAt);
 
+    /// Where the transcript that was written while a recording was in progress is kept.
+    static std::filesystem::path liveTranscriptFile(const RecordingSession& session);
+
     /// The folder with its "session.json" and first "diagnostics.json". The title is kept as it is.
     RecordingSession createSession(const std::string& title, Date startedAt);
     RecordingSession finishSession(const RecordingSession& session, Date endedAt);
@@ -55,8 +58,12 @@ public:
     void saveSummary(const SalesSummary& summary, const RecordingSession& session);
     void saveDiagnostics(const RecordingDiagnostics& diagnostics, const RecordingSession& session);
 
+    /// Of the recording in progress, beside what it will have in the end; from any thread.
+    void saveLiveTranscript(const TranscriptDocument& transcript, const RecordingSession& session);
+
     /// A missing file is an error like any other.
     TranscriptDocument loadTranscript(const RecordingSession& session) const;
+    TranscriptDocument loadLiveTranscript(const RecordingSession& session) const;
     SalesSummary loadSummary(const RecordingSession& session) const;
     RecordingDiagnostics loadDiagnostics(const RecordingSession& session) const;
 

@@ -110,5 +110,15 @@ TEST_F(RecordingRevisionTest, ADocumentGivesWayOnlyToABetterOne) {
                                         "The summary was drafted from key phrases."));
 }
 
+TEST_F(RecordingRevisionTest, TakesTheLiveTranscriptOver) {
+    EXPECT_ANY_THROW(revision->useLiveTranscript(session)) << "there is none";
+    TranscriptDocument live = said("Our biggest problem is manual reporting.");
+    live.segments.front().status = TranscriptSegmentStatus::partial;
+    store.saveLiveTranscript(live, session);
+    revision->useLiveTranscript(session);
+    EXPECT_EQ(store.loadTranscript(session), said("Our biggest problem is manual reporting."));
+    EXPECT_THAT(messages(), ElementsAre("Session created.", "The live transcript was taken for the recording's own."));
+}
+
 } // namespace
 } // namespace talkledger
