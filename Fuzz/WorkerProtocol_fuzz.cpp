@@ -1,5 +1,6 @@
 // Bytes from a worker or the program, cut into frames and decoded as the messages of both directions.
 #include "TalkledgerWorkers/Protocol/Message.h"
+#include "TalkledgerWorkers/Protocol/SummarizerMessages.h"
 #include "TalkledgerWorkers/Protocol/TranscriberMessages.h"
 
 #include <cstdint>
@@ -39,6 +40,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
         while (const std::optional<Frame> frame = decoder.next()) {
             decode<MessageToTranscriber>(*frame);
             decode<MessageFromTranscriber>(*frame);
+            decode<MessageToSummarizer>(*frame);
+            decode<MessageFromSummarizer>(*frame);
         }
     } catch (const ProtocolError&) {
         return 0;

@@ -1,0 +1,79 @@
+#include "TalkledgerWorkers/Summarizer/AnswerWriter.h"
+
+#include <algorithm>
+#include <limits>
+#include <span>
+
+namespace talkledger {
+
+AnswerWriter::AnswerWriter(const LlamaModel& model, LlamaContext& context, const AnswerGrammar& grammar)
+    : model_(model), context_(context), cursor_(grammar) {}
+
+std::string AnswerWriter::write(std::size_t mostTokens, const std::stop_token& stop) {
+    while (!isClosed_ && !cursor_.isComplete()) {
+        if (hasToClose(mostTokens)) {
+            close();
+        } else if (const std::string forced = cursor_.forced(); !forced.empty()) {
+            writeForced(forced);
+        } else if (!writeLikeliest(stop)) {
+            close();
+        }
+    }
+    return text_;
+}
+
+/// One more token may come as long as what closes the answer fits behind it.
+bool AnswerWriter::hasToClose(std::size_t mostTokens) const {
+    const std::string closing = cursor_.closing();
+    const std::size_t room = mostTokens - std::min(mostTokens, tokenCount_ + 1);
+    return closing.size() > room && model_.tokenize(closing).size() > room;
+}
+
+/// Text without a choice costs no thinking: the model only reads it, all at once.
+void AnswerWriter::writeForced(const std::string& text) {
+    const Tokens tokens = model_.tokenize(text);
+    unread_.insert(unread_.end(), tokens.begin(), tokens.end());
+    tokenCount_ += tokens.size();
+    text_ += text;
+    cursor_.advance(text);
+}
+
+/// False when the model has no token that could come next.
+bool AnswerWriter::writeLikeliest(const std::stop_token& stop) {
+    context_.append(unread_, stop);
+    unread_.clear();
+    const std::span<const float> scores = context_.scores();
+    llama_token likeliest = -1;
+    float best = -std::numeric_limits<float>::infinity();
+    AnswerCursor next = cursor_;
+    for (std::size_t index = 0; index < scores.size(); ++index) {
+        if (!(scores[index] > best)) {
+            continue;
+        }
+        const auto token = static_cast<llama_token>(index);
+        AnswerCursor cursor = cursor_;
+        if (!model_.piece(token).empty() && cursor.advance(model_.piece(token))) {
+            likeliest = token;
+            best = scores[index];
+            next = cursor;
+        }
+    }
+    if (likeliest < 0) {
+        return false;
+    }
+    text_ += model_.piece(likeliest);
+    cursor_ = next;
+    unread_.push_back(likeliest);
+    ++tokenCount_;
+    return true;
+}
+
+void AnswerWriter::close() {
+    const std::string closing = cursor_.closing();
+    text_.resize(text_.size() - cursor_.unfinishedLength());
+    text_ += closing;
+    tokenCount_ += model_.tokenize(closing).size();
+    isClosed_ = true;
+}
+
+} // namespace talkledger
