@@ -39,6 +39,7 @@ AppDelegate::AppDelegate(AppModel& model, AppWindowController& windows, TrayIcon
 void AppDelegate::applicationDidFinishLaunching() {
     windows_.showRecordings();
     windows_.permissions().refresh();
+    windows_.firstMinutes().openOnce();
 }
 
 void AppDelegate::applicationShouldHandleReopen(const QString& activationToken) {

@@ -50,6 +50,7 @@ AppModel::AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captur
       statusText_(copy().ready()),
       ports_(ports),
       main_(std::move(main)),
+      background_(background),
       settings_(settings),
       captureReports_(std::move(captureReports)),
       tracks_(captureReports_),

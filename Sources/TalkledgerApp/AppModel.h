@@ -163,6 +163,10 @@ public:
 
     const Executor& mainExecutor() const { return main_; }
 
+    const Executor& backgroundExecutor() const { return background_; }
+
+    QSettings& settings() const { return settings_; }
+
     /// For recorded files, in the languages in which recordings are transcribed.
     std::unique_ptr<TranscriptProvider> makeTranscriptProvider(TranscriptionProgressHandler progress) const;
 
@@ -291,6 +295,7 @@ private:
 
     AppPorts ports_;
     Executor main_;
+    Executor background_;
     QSettings& settings_;
     std::shared_ptr<CaptureReports> captureReports_;
     RecordingTracks tracks_;

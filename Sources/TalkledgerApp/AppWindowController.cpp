@@ -52,6 +52,8 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
       transcriptHits_(search_, *chosenRecording_.lines()),
       trash_(model),
       permissions_(model),
+      firstMinutes_(model),
+      soundCheck_(model),
       texts_(model) {
     QGuiApplication::setFont(screenFont());
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
@@ -64,6 +66,8 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
     context->setContextProperty(QStringLiteral("recordings"), &recordings_);
     context->setContextProperty(QStringLiteral("chosenRecording"), &chosenRecording_);
     context->setContextProperty(QStringLiteral("permissions"), &permissions_);
+    context->setContextProperty(QStringLiteral("firstMinutes"), &firstMinutes_);
+    context->setContextProperty(QStringLiteral("soundCheck"), &soundCheck_);
     context->setContextProperty(QStringLiteral("quitting"), &quitting);
     context->setContextProperty(QStringLiteral("player"), &player_);
     context->setContextProperty(QStringLiteral("search"), &search_);

@@ -4,6 +4,7 @@
 #include "TalkledgerApp/CapturePermissions.h"
 #include "TalkledgerApp/DesktopAppearance.h"
 #include "TalkledgerApp/DisplayTexts.h"
+#include "TalkledgerApp/FirstMinutes.h"
 #include "TalkledgerApp/QtDesktop.h"
 #include "TalkledgerApp/Quitting.h"
 #include "TalkledgerApp/RecordingDetail.h"
@@ -12,6 +13,7 @@
 #include "TalkledgerApp/RecordingRevisions.h"
 #include "TalkledgerApp/RecordingSearchModel.h"
 #include "TalkledgerApp/RecordingTrash.h"
+#include "TalkledgerApp/SoundCheckModel.h"
 #include "TalkledgerApp/TranscriptHits.h"
 
 #include <QElapsedTimer>
@@ -46,6 +48,8 @@ public:
 
     CapturePermissions& permissions() { return permissions_; }
 
+    FirstMinutes& firstMinutes() { return firstMinutes_; }
+
     /// Null before it has been shown.
     QQuickWindow* window() const { return window_; }
 
@@ -69,6 +73,8 @@ private:
     TranscriptHits transcriptHits_;
     RecordingTrash trash_;
     CapturePermissions permissions_;
+    FirstMinutes firstMinutes_;
+    SoundCheckModel soundCheck_;
     DisplayTexts texts_;
     QQmlApplicationEngine engine_; ///< destroyed first: the screens look at all of the above
     QQuickWindow* window_{nullptr};

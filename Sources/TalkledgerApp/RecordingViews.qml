@@ -32,6 +32,17 @@ FocusScope {
         target: trash
     }
     Connections {
+        function onIsOpenChanged() {
+            if (firstMinutes.isOpen && player.isPlaying) {
+                player.toggle()
+            } else if (!firstMinutes.isOpen) {
+                bar.forceActiveFocus()
+            }
+        }
+
+        target: firstMinutes
+    }
+    Connections {
         function onCountChanged() {
             screen.selectPreferred()
         }
@@ -157,7 +168,7 @@ FocusScope {
         anchors.top: bar.bottom
         selectedID: screen.selectedID
         visible: width > 0
-        width: screen.isNarrow ? (screen.showsList || recordings.count === 0 ? screen.width : 0)
+        width: firstMinutes.isOpen ? 0 : screen.isNarrow ? (screen.showsList || recordings.count === 0 ? screen.width : 0)
              : screen.width >= Theme.largeFrom ? 320 : screen.isWide ? 288 : 256
         onChosen: recordingID => screen.selectedID = recordings.selection(recordingID)
         onHitOpened: (recordingID, line) => {
@@ -200,7 +211,7 @@ FocusScope {
         isWide: screen.isWide
         summaryWidth: screen.width >= Theme.largeFrom ? 440 : screen.isWide ? 368
                     : screen.width >= Theme.mediumFrom ? 320 : 0
-        visible: recordings.count > 0 && (!screen.isNarrow || !screen.showsList)
+        visible: !firstMinutes.isOpen && recordings.count > 0 && (!screen.isNarrow || !screen.showsList)
         onBackWanted: screen.showsList = true
     }
     EmptyView {
@@ -208,6 +219,14 @@ FocusScope {
         anchors.left: list.right
         anchors.right: parent.right
         anchors.top: notice.bottom
-        visible: recordings.count === 0 && !appModel.isLoadingSessions && !screen.isNarrow
+        visible: !firstMinutes.isOpen && recordings.count === 0 && !appModel.isLoadingSessions && !screen.isNarrow
+    }
+    FirstMinutesPage {
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: banner.bottom
+        objectName: "firstMinutesPage"
+        visible: firstMinutes.isOpen
     }
 }

@@ -13,6 +13,16 @@ Popover {
             width: parent.width
         }
         PanelRow {
+            iconName: "mic"
+            objectName: "openFirstMinutes"
+            text: texts.checkMicrophoneAndSound
+            width: parent.width
+            onClicked: {
+                settings.close()
+                firstMinutes.open()
+            }
+        }
+        PanelRow {
             iconName: "folder"
             objectName: "openStorageFolder"
             text: texts.openStorageFolder

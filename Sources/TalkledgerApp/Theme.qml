@@ -94,6 +94,7 @@ QtObject {
     readonly property int foldMilliseconds: 120
     readonly property int progressMilliseconds: 200
     readonly property int meterFallMilliseconds: 300
+    readonly property int meterPeakMilliseconds: 1500
     readonly property int caretMilliseconds: 1000
     readonly property int workingMilliseconds: 1200
 }

@@ -33,7 +33,8 @@ void writeFile(const std::filesystem::path& path, const std::string& text) {
 
 PrivateHome::PrivateHome() {
     const std::string path = folder();
-    writeFile(folder() / "config/Talkledger/Talkledger.ini", "[General]\ndisplayLanguage=english\n");
+    writeFile(folder() / "config/Talkledger/Talkledger.ini",
+              "[General]\ndisplayLanguage=english\nfirstMinutesShown=true\n");
     writeFile(folder() / "config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/Documents\"\n");
     std::filesystem::create_directories(folder() / "Documents");
 

@@ -11,6 +11,7 @@ AppStage::AppStage()
     : settings_(QString::fromStdString(home_.path() / "Talkledger.ini"), QSettings::IniFormat),
       fileSystem_({.home = home_.path(), .dataHome = home_.path() / "data", .configHome = home_.path() / "config"}),
       reports_(std::make_shared<CaptureReports>(QtMainExecutor(context_))) {
+    settings_.setValue(QStringLiteral("firstMinutesShown"), true);
     languageModel_.state = {.isAvailable = false, .reason = UnavailableReason::modelNotReady, .explanation = {}};
     speech_.scripts["ja_JP"].results = {spoken("The budget is approved.", 1, 2)};
 }
