@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,15 +42,15 @@ public:
     FakeSpeechEngine(FakeSpeechScript& script, std::string locale) : script_(script), locale_(std::move(locale)) {}
 
     static SpeechEngineFactory factory(FakeSpeechScript& script) {
-        return [&script](const std::string& locale) {
+        return [&script](const SpeechEngineChoice& choice) {
             if (script.loading) {
-                script.loading(locale);
+                script.loading(choice.locale);
             }
-            return std::make_unique<FakeSpeechEngine>(script, locale);
+            return std::make_unique<FakeSpeechEngine>(script, choice.locale);
         };
     }
 
-    void begin(SpeechReporting reporting, SpeechSegmentHandler handler) override {
+    void begin(SpeechReporting reporting, SpeechSegmentHandler handler, std::stop_token /*stop*/) override {
         reporting_ = reporting;
         handler_ = std::move(handler);
         seconds_ = 0;

@@ -6,9 +6,10 @@
 
 namespace talkledger {
 
-std::optional<SilentFiles::Search> SilentFiles::search(const std::filesystem::path& path, const std::string& locale) {
+std::optional<SilentFiles::Search> SilentFiles::search(const std::filesystem::path& path,
+                                                       const SpeechEngineChoice& engine) {
     std::error_code failure;
-    Search search{.path = path, .size = 0, .modified = {}, .locale = locale};
+    Search search{.path = path, .size = 0, .modified = {}, .engine = engine};
     search.size = std::filesystem::file_size(path, failure);
     if (failure) {
         return std::nullopt;

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "TalkledgerWorkers/Protocol/TranscriberMessages.h"
+
 #include <cstdint>
 #include <deque>
 #include <filesystem>
 #include <optional>
-#include <string>
 
 namespace talkledger {
 
@@ -12,18 +13,18 @@ namespace talkledger {
 /// Used by one thread.
 class SilentFiles {
 public:
-    /// A file's state at one moment, and the locale in which it is searched.
+    /// A file's state at one moment, and the engine that searches it.
     struct Search {
         std::filesystem::path path;
         std::uintmax_t size{0};
         std::filesystem::file_time_type modified;
-        std::string locale;
+        SpeechEngineChoice engine;
 
         bool operator==(const Search&) const = default;
     };
 
     /// Absent when the file cannot be examined.
-    static std::optional<Search> search(const std::filesystem::path& path, const std::string& locale);
+    static std::optional<Search> search(const std::filesystem::path& path, const SpeechEngineChoice& engine);
 
     void remember(const Search& search);
     bool knows(const Search& search) const;

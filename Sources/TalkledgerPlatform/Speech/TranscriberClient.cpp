@@ -31,14 +31,26 @@ namespace {
 
 using Requests = std::map<std::int64_t, std::shared_ptr<Transcription>>;
 
+/// The audio that goes to a stream.
+struct Feeding {
+    std::shared_ptr<StreamFeed> feed;
+    TaskHandle task;
+};
+
 /// A running worker and what it works on.
 struct Worker {
     std::shared_ptr<WorkerLink> link;
     Requests requests;
     bool isIntroduced{false};
-    bool isForOneStream{false};
-    std::shared_ptr<StreamFeed> feed; ///< of its stream, once there is audio
-    TaskHandle feeding;
+    bool isForOneRequest{false};
+    std::map<std::int64_t, Feeding> feedings; ///< of its streams, once there is audio
+
+    void forget(std::int64_t request) {
+        requests.erase(request);
+        if (const auto ended = feedings.extract(request)) {
+            talkledger::cancel(ended.mapped().task);
+        }
+    }
 };
 
 /// What a transcription is told, message by message.
@@ -61,8 +73,8 @@ public:
     void operator()(const TranscriptionProgress& message) { tell(message); }
 
     void operator()(const StreamConsumed& message) {
-        if (worker_.feed) {
-            worker_.feed->noteConsumed(message.samples);
+        if (const auto feeding = worker_.feedings.find(message.request); feeding != worker_.feedings.end()) {
+            feeding->second.feed->noteConsumed(message.samples);
         }
     }
 
@@ -70,14 +82,14 @@ public:
         if (const auto transcription = find(message.request)) {
             transcription->tellFinished();
         }
-        worker_.requests.erase(message.request);
+        worker_.forget(message.request);
     }
 
     void operator()(const RequestFailed& message) {
         if (const auto transcription = find(message.request)) {
             transcription->tellFailed(WorkerError::failed(message.description));
         }
-        worker_.requests.erase(message.request);
+        worker_.forget(message.request);
     }
 
 private:
@@ -118,31 +130,32 @@ public:
     const std::shared_ptr<asio::io_context>& context() const { return context_; }
 
     void start(const std::shared_ptr<Transcription>& transcription, TranscribeFile file) {
-        attempt(transcription, [&] {
-            if (!fileWorker_ || !fileWorker_->link->isOpen()) {
-                fileWorker_ = startWorker();
-            }
-            request(*fileWorker_, transcription, std::move(file));
-        });
+        attempt(transcription, [&] { request(*sharedWorker(), transcription, std::move(file)); });
     }
 
     void startStream(const std::shared_ptr<Transcription>& transcription, StartStream stream) {
         attempt(transcription, [&] {
-            const std::shared_ptr<Worker> worker = startWorker();
-            worker->isForOneStream = true;
+            // Streams share a large model; the small one is loaded for each anyway, and then nothing else ends with it.
+            const std::shared_ptr<Worker> worker = stream.engine.model.empty() ? workerForOneRequest() : sharedWorker();
             request(*worker, transcription, std::move(stream));
         });
     }
 
+    void check(const std::shared_ptr<Transcription>& transcription, CheckModel model) {
+        attempt(transcription, [&] { request(*workerForOneRequest(), transcription, std::move(model)); });
+    }
+
     void feed(const std::shared_ptr<Transcription>& transcription, std::shared_ptr<AnalyzerInputSequence> inputs) {
         const std::shared_ptr<Worker> worker = workerOf(transcription);
-        if (!worker || worker->feed) {
+        const std::int64_t number = worker ? numberOf(*worker, transcription) : 0;
+        if (!worker || worker->feedings.contains(number)) {
             return;
         }
-        worker->feed = std::make_shared<StreamFeed>(
-            context_->get_executor(), numberOf(*worker, transcription),
+        const auto feed = std::make_shared<StreamFeed>(
+            context_->get_executor(), number,
             [link = worker->link](std::vector<std::byte> message) { link->send(std::move(message)); });
-        worker->feeding = startTask(context_->get_executor(), carry(worker, std::move(inputs)));
+        worker->feedings[number] = {
+            feed, startTask(context_->get_executor(), carry(worker, number, feed, std::move(inputs)))};
     }
 
     void cancel(const std::shared_ptr<Transcription>& transcription) {
@@ -151,8 +164,8 @@ public:
             return;
         }
         const std::int64_t number = numberOf(*worker, transcription);
-        worker->requests.erase(number);
-        if (worker->isForOneStream) {
+        worker->forget(number);
+        if (worker->isForOneRequest) {
             worker->link->close();
         } else {
             worker->link->send(encodeMessage(CancelRequest{number}));
@@ -195,6 +208,20 @@ private:
         return request == worker.requests.end() ? 0 : request->first;
     }
 
+    /// The one that takes files, and streams with a model.
+    std::shared_ptr<Worker> sharedWorker() {
+        if (!sharedWorker_ || !sharedWorker_->link->isOpen()) {
+            sharedWorker_ = startWorker();
+        }
+        return sharedWorker_;
+    }
+
+    std::shared_ptr<Worker> workerForOneRequest() {
+        const std::shared_ptr<Worker> worker = startWorker();
+        worker->isForOneRequest = true;
+        return worker;
+    }
+
     std::shared_ptr<Worker> startWorker() {
         auto worker = std::make_shared<Worker>();
         const std::weak_ptr<Worker> weak = worker;
@@ -210,16 +237,19 @@ private:
     }
 
     /// Audio that cannot be carried ends the stream.
-    Task<> carry(std::shared_ptr<Worker> worker, std::shared_ptr<AnalyzerInputSequence> inputs) {
+    Task<> carry(std::shared_ptr<Worker> worker, std::int64_t number, std::shared_ptr<StreamFeed> feed,
+                 std::shared_ptr<AnalyzerInputSequence> inputs) {
         std::optional<WorkerError> failure;
         try {
-            co_await worker->feed->run(std::move(inputs));
+            co_await feed->run(std::move(inputs));
         } catch (const std::exception& error) {
             failure = WorkerError::failed(error.what());
         }
-        if (failure) {
-            fail(*worker, *failure);
-            worker->link->close();
+        const auto request = worker->requests.find(number);
+        if (failure && request != worker->requests.end()) {
+            const std::shared_ptr<Transcription> transcription = request->second;
+            transcription->tellFailed(*failure);
+            cancel(transcription);
         }
     }
 
@@ -233,7 +263,7 @@ private:
         const auto message = decodeMessage<MessageFromTranscriber>(std::move(frame));
         if (std::exchange(worker.isIntroduced, true)) {
             std::visit(Delivery(worker), message);
-            if (worker.isForOneStream && worker.requests.empty()) {
+            if (worker.isForOneRequest && worker.requests.empty()) {
                 worker.link->close();
             }
             return;
@@ -245,11 +275,13 @@ private:
     }
 
     void end(const std::shared_ptr<Worker>& worker, const WorkerError& error) {
-        if (fileWorker_ == worker) {
-            fileWorker_.reset();
+        if (sharedWorker_ == worker) {
+            sharedWorker_.reset();
         }
         fail(*worker, error);
-        talkledger::cancel(worker->feeding);
+        for (const auto& [number, feeding] : std::exchange(worker->feedings, {})) {
+            talkledger::cancel(feeding.task);
+        }
     }
 
     /// The worker has ended and been waited for.
@@ -275,8 +307,8 @@ private:
     WorkerSettings settings_;
     /// Shared with the transcriptions, whose channels live in it.
     std::shared_ptr<asio::io_context> context_{std::make_shared<asio::io_context>(1)};
-    std::shared_ptr<Worker> fileWorker_;        ///< the one that takes files
-    std::set<std::shared_ptr<Worker>> workers_; ///< with those for streams, and those that have not quite ended yet
+    std::shared_ptr<Worker> sharedWorker_;
+    std::set<std::shared_ptr<Worker>> workers_; ///< with those for one request, and those that have not quite ended yet
     std::int64_t lastRequest_{0};
     bool isClosed_{false};
     asio::executor_work_guard<asio::io_context::executor_type> work_;
@@ -301,6 +333,12 @@ void TranscriberClient::start(const std::shared_ptr<Transcription>& transcriptio
 void TranscriberClient::startStream(const std::shared_ptr<Transcription>& transcription, StartStream stream) {
     asio::post(*service_->context(), [service = service_.get(), transcription, stream = std::move(stream)] {
         service->startStream(transcription, stream);
+    });
+}
+
+void TranscriberClient::check(const std::shared_ptr<Transcription>& transcription, CheckModel model) {
+    asio::post(*service_->context(), [service = service_.get(), transcription, model = std::move(model)] {
+        service->check(transcription, model);
     });
 }
 

@@ -12,11 +12,12 @@ class Transcription;
 
 constexpr const char* speechRecogniserName = "The speech recogniser"; ///< in the sentences of errors
 
-/// Has the transcriber, a program of its own, recognise speech. For files, the program is started by the first request,
-/// kept for further ones, and ended when none has come for a while; each live stream has one for itself, which ends
-/// with it. One that crashes, hangs or talks nonsense fails the requests that it was working on with a `WorkerError`,
-/// and nothing else; the next request starts a new one. All traffic with it runs on a thread of this object. Called on
-/// one thread. Contexts on which coroutines wait for transcriptions have to outlive it.
+/// Has the transcriber, a program of its own, recognise speech. The program is started by the first request, kept for
+/// further ones, and ended when none has come for a while; a live stream without a model file has one for itself, which
+/// ends with it, and so has the check of a model. One that crashes, hangs or talks nonsense fails the requests that it
+/// was working on with a `WorkerError`, and nothing else; the next request starts a new one. All traffic with it runs
+/// on a thread of this object. Called on one thread. Contexts on which coroutines wait for transcriptions have to
+/// outlive it.
 class TranscriberClient {
 public:
     explicit TranscriberClient(WorkerSettings settings);
@@ -34,6 +35,9 @@ public:
 
     /// Starts a live stream, which begins when the transcription has `started`; `stream.request` is chosen here.
     void startStream(const std::shared_ptr<Transcription>& transcription, StartStream stream);
+
+    /// Has a model tried; `model.request` is chosen here. The transcription ends without an event, or fails.
+    void check(const std::shared_ptr<Transcription>& transcription, CheckModel model);
 
     /// Carries audio to a stream that has begun, until the sequence ends.
     void feed(const std::shared_ptr<Transcription>& transcription, std::shared_ptr<AnalyzerInputSequence> inputs);

@@ -16,6 +16,7 @@ namespace talkledger {
 
 struct WorkerSpeechAnalyzer::Analysis {
     SpeechTranscriber transcriber;
+    SpeechEngineChoice engine;
     std::weak_ptr<TranscriberClient> client;
     std::shared_ptr<SilentFiles> silentFiles;
     std::shared_ptr<Transcription> transcription;
@@ -53,7 +54,7 @@ struct WorkerSpeechAnalyzer::Analysis {
 
 Task<void> WorkerSpeechAnalyzer::start(std::shared_ptr<Analysis> analysis, SpeechInputFile file) {
     const std::filesystem::path path = std::filesystem::absolute(file.path);
-    const auto search = SilentFiles::search(path, analysis->transcriber.locale);
+    const auto search = SilentFiles::search(path, analysis->engine);
     analysis->progress = std::move(file.progress);
     if (search && analysis->silentFiles->knows(*search)) {
         analysis->transcription->tellFinished();
@@ -61,8 +62,7 @@ Task<void> WorkerSpeechAnalyzer::start(std::shared_ptr<Analysis> analysis, Speec
         co_return;
     }
     analysis->search = search;
-    TranscribeFile request{
-        .request = 0, .path = path, .locale = analysis->transcriber.locale, .startTime = file.startTime};
+    TranscribeFile request{.request = 0, .path = path, .engine = analysis->engine, .startTime = file.startTime};
     analysis->livingClient()->start(analysis->transcription, std::move(request));
     co_await analysis->transcription->started();
 }
@@ -74,7 +74,7 @@ Task<void> WorkerSpeechAnalyzer::prepare(std::shared_ptr<Analysis> analysis, Aud
     }
     const auto& reporting = analysis->transcriber.reportingOptions;
     StartStream request{.request = 0,
-                        .locale = analysis->transcriber.locale,
+                        .engine = analysis->engine,
                         .reportsHypotheses = reporting.contains(SpeechReportingOption::volatileResults)};
     analysis->livingClient()->startStream(analysis->transcription, std::move(request));
     co_await analysis->transcription->started();
@@ -111,11 +111,12 @@ Task<void> WorkerSpeechAnalyzer::finish(std::shared_ptr<Analysis> analysis) {
     co_await analysis->transcription->delivered();
 }
 
-WorkerSpeechAnalyzer::WorkerSpeechAnalyzer(SpeechTranscriber transcriber,
+WorkerSpeechAnalyzer::WorkerSpeechAnalyzer(SpeechTranscriber transcriber, SpeechEngineChoice engine,
                                            const std::shared_ptr<TranscriberClient>& client,
                                            std::shared_ptr<SilentFiles> silentFiles)
     : analysis_(std::make_shared<Analysis>()) {
     analysis_->transcriber = std::move(transcriber);
+    analysis_->engine = std::move(engine);
     analysis_->client = client;
     analysis_->silentFiles = std::move(silentFiles);
     analysis_->transcription = client->makeTranscription();

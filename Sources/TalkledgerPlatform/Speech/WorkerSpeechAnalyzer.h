@@ -13,8 +13,8 @@ namespace talkledger {
 /// long as it stays the same. Called on the main executor; errors are `WorkerError`. May outlive the client.
 class WorkerSpeechAnalyzer : public SpeechAnalyzer {
 public:
-    WorkerSpeechAnalyzer(SpeechTranscriber transcriber, const std::shared_ptr<TranscriberClient>& client,
-                         std::shared_ptr<SilentFiles> silentFiles);
+    WorkerSpeechAnalyzer(SpeechTranscriber transcriber, SpeechEngineChoice engine,
+                         const std::shared_ptr<TranscriberClient>& client, std::shared_ptr<SilentFiles> silentFiles);
     ~WorkerSpeechAnalyzer() override;
     WorkerSpeechAnalyzer(const WorkerSpeechAnalyzer&) = delete;
     WorkerSpeechAnalyzer& operator=(const WorkerSpeechAnalyzer&) = delete;

@@ -1,5 +1,6 @@
 #include "TalkledgerPlatform/Speech/WorkerSpeechRecognition.h"
 
+#include "TalkledgerPlatform/Speech/SpeechModels.h"
 #include "TalkledgerPlatform/Speech/StreamFeed.h"
 #include "TalkledgerPlatform/Speech/WorkerSpeechAnalyzer.h"
 
@@ -21,14 +22,14 @@ bool isEnglish(std::string_view locale) {
 
 } // namespace
 
-/// What the packages brought is installed; nothing else can be.
+/// What is there is installed; nothing is fetched from here.
 class WorkerSpeechRecognition::Assets : public AssetInventory {
 public:
     explicit Assets(const WorkerSpeechRecognition& recognition) : recognition_(recognition) {}
 
     Task<SpeechAssetStatus> status(const SpeechTranscriber& transcriber) override {
-        const bool isOffered = transcriber.locale == englishLocale && recognition_.offersEnglish();
-        co_return isOffered ? SpeechAssetStatus::installed : SpeechAssetStatus::unsupported;
+        co_return recognition_.offers(transcriber.locale) ? SpeechAssetStatus::installed
+                                                          : SpeechAssetStatus::unsupported;
     }
 
     Task<std::unique_ptr<SpeechAssetInstallationRequest>>
@@ -58,7 +59,10 @@ bool WorkerSpeechRecognition::isAvailable() const {
 
 /// Where there is nothing but English, it stands for every locale: on an English desktop, it is the best guess at what
 /// is spoken.
-Task<std::optional<std::string>> WorkerSpeechRecognition::supportedLocale(const std::string& /*equivalentTo*/) {
+Task<std::optional<std::string>> WorkerSpeechRecognition::supportedLocale(const std::string& equivalentTo) {
+    if (SpeechModels::installedIn(settings_.installedModels).know(equivalentTo)) {
+        co_return equivalentTo;
+    }
     co_return offersEnglish() ? std::optional<std::string>(englishLocale) : std::nullopt;
 }
 
@@ -73,7 +77,23 @@ WorkerSpeechRecognition::bestAvailableAudioFormat(const SpeechTranscriber& /*com
 }
 
 std::unique_ptr<SpeechAnalyzer> WorkerSpeechRecognition::makeAnalyzer(const SpeechTranscriber& transcriber) {
-    return std::make_unique<WorkerSpeechAnalyzer>(transcriber, client_, silentFiles_);
+    return std::make_unique<WorkerSpeechAnalyzer>(transcriber, engineFor(transcriber.locale), client_, silentFiles_);
+}
+
+bool WorkerSpeechRecognition::offers(const std::string& locale) const {
+    return SpeechModels::installedIn(settings_.installedModels).know(locale) ||
+           (locale == englishLocale && offersEnglish());
+}
+
+SpeechEngineChoice WorkerSpeechRecognition::engineFor(const std::string& locale) const {
+    const SpeechModels models = SpeechModels::installedIn(settings_.installedModels);
+    if (!models.know(locale)) {
+        return {.locale = locale};
+    }
+    return {.locale = locale,
+            .model = models.speech,
+            .voiceModel = models.voice,
+            .otherLanguages = {settings_.desktopLocale, englishLocale}};
 }
 
 bool WorkerSpeechRecognition::offersEnglish() const {

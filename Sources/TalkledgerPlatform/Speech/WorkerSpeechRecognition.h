@@ -14,8 +14,9 @@ namespace talkledger {
 /// Where the distribution's package puts the English model of PocketSphinx.
 std::filesystem::path packagedSpeechModels();
 
-/// The recogniser that the transcriber program offers. Without a multilingual model that is English from the
-/// distribution's packages, and only on an English desktop: heard with English ears, another language becomes nonsense.
+/// The recogniser that the transcriber program offers. With a model that the user has installed, that is every language
+/// which the model knows. Without one it is English from the distribution's packages, and only on an English desktop:
+/// heard with English ears, another language becomes nonsense.
 /// Called on the main executor; errors are `WorkerError`. The executor's context has to outlive
 /// it, since its thread may still be letting go of a coroutine that it resumed; its analysers may go later.
 class WorkerSpeechRecognition : public SpeechRecognition {
@@ -24,6 +25,7 @@ public:
         WorkerSettings worker;
         std::string desktopLocale; ///< the language of the user's desktop, like "en_GB"
         std::filesystem::path modelFolder{packagedSpeechModels()};
+        std::filesystem::path installedModels{}; ///< the folder of the model files that the user has installed
     };
 
     explicit WorkerSpeechRecognition(Settings settings);
@@ -42,6 +44,8 @@ private:
     class Assets;
 
     bool offersEnglish() const;
+    bool offers(const std::string& locale) const;
+    SpeechEngineChoice engineFor(const std::string& locale) const;
 
     Settings settings_;
     std::unique_ptr<Assets> assets_;

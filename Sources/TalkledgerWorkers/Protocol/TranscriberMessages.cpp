@@ -20,18 +20,60 @@ double secondsOf(const JsonReader& reader, std::string_view key) {
     return seconds.number();
 }
 
+std::filesystem::path pathOf(const JsonReader& location) {
+    const std::optional<std::filesystem::path> path = pathFromFileUrl(location.string());
+    if (!path) {
+        throw location.invalid("the location of a file");
+    }
+    return *path;
+}
+
+std::filesystem::path optionalPathOf(const JsonReader& reader, std::string_view key) {
+    const std::optional<JsonReader> location = reader.optional(key);
+    return location ? pathOf(*location) : std::filesystem::path();
+}
+
+Json toJson(const SpeechEngineChoice& choice) {
+    Json json{{"locale", choice.locale}, {"otherLanguages", choice.otherLanguages}};
+    // A path may hold any bytes, JSON only UTF-8.
+    if (!choice.model.empty()) {
+        json["model"] = fileUrl(choice.model);
+    }
+    if (!choice.voiceModel.empty()) {
+        json["voiceModel"] = fileUrl(choice.voiceModel);
+    }
+    return json;
+}
+
+SpeechEngineChoice engineOf(const JsonReader& reader) {
+    const JsonReader engine = reader.required("engine");
+    return {.locale = engine.required("locale").string(),
+            .model = optionalPathOf(engine, "model"),
+            .voiceModel = optionalPathOf(engine, "voiceModel"),
+            .otherLanguages = engine.required("otherLanguages").strings()};
+}
+
+std::int64_t countOf(const JsonReader& reader, std::string_view key) {
+    const JsonReader count = reader.required(key);
+    if (count.integer() < 0) {
+        throw count.invalid("a count");
+    }
+    return count.integer();
+}
+
 } // namespace
 
 Json toJson(const TranscribeFile& message) {
-    // A path may hold any bytes, JSON only UTF-8.
     return {{"request", message.request},
             {"file", fileUrl(message.path)},
-            {"locale", message.locale},
+            {"engine", toJson(message.engine)},
             {"startTime", message.startTime}};
 }
 
 Json toJson(const StartStream& message) {
-    return {{"request", message.request}, {"locale", message.locale}, {"reportsHypotheses", message.reportsHypotheses}};
+    return {{"request", message.request},
+            {"engine", toJson(message.engine)},
+            {"reportsHypotheses", message.reportsHypotheses}};
 }
 
 Json toJson(const StreamAudio& message) {
@@ -40,6 +82,10 @@ Json toJson(const StreamAudio& message) {
 
 Json toJson(const FinishStream& message) {
     return {{"request", message.request}};
+}
+
+Json toJson(const CheckModel& message) {
+    return {{"request", message.request}, {"file", fileUrl(message.path)}};
 }
 
 Json toJson(const TranscriptionStarted& message) {
@@ -63,26 +109,25 @@ Json toJson(const TranscriptionProgress& message) {
 }
 
 Json toJson(const TranscriptionFinished& message) {
-    return {{"request", message.request}};
+    return {{"request", message.request},
+            {"withoutVoice", message.caught.withoutVoice},
+            {"withoutSpeech", message.caught.withoutSpeech},
+            {"unlikely", message.caught.unlikely},
+            {"repeated", message.caught.repeated}};
 }
 
 template <>
 TranscribeFile fromJson<TranscribeFile>(const JsonReader& reader) {
-    const JsonReader file = reader.required("file");
-    const std::optional<std::filesystem::path> path = pathFromFileUrl(file.string());
-    if (!path) {
-        throw file.invalid("the location of a file");
-    }
     return {.request = requestOf(reader),
-            .path = *path,
-            .locale = reader.required("locale").string(),
+            .path = pathOf(reader.required("file")),
+            .engine = engineOf(reader),
             .startTime = secondsOf(reader, "startTime")};
 }
 
 template <>
 StartStream fromJson<StartStream>(const JsonReader& reader) {
     return {.request = requestOf(reader),
-            .locale = reader.required("locale").string(),
+            .engine = engineOf(reader),
             .reportsHypotheses = reader.required("reportsHypotheses").boolean()};
 }
 
@@ -94,6 +139,11 @@ StreamAudio fromJson<StreamAudio>(const JsonReader& reader) {
 template <>
 FinishStream fromJson<FinishStream>(const JsonReader& reader) {
     return {.request = requestOf(reader)};
+}
+
+template <>
+CheckModel fromJson<CheckModel>(const JsonReader& reader) {
+    return {.request = requestOf(reader), .path = pathOf(reader.required("file"))};
 }
 
 template <>
@@ -130,7 +180,11 @@ TranscriptionProgress fromJson<TranscriptionProgress>(const JsonReader& reader) 
 
 template <>
 TranscriptionFinished fromJson<TranscriptionFinished>(const JsonReader& reader) {
-    return {.request = requestOf(reader)};
+    return {.request = requestOf(reader),
+            .caught = {.withoutVoice = countOf(reader, "withoutVoice"),
+                       .withoutSpeech = countOf(reader, "withoutSpeech"),
+                       .unlikely = countOf(reader, "unlikely"),
+                       .repeated = countOf(reader, "repeated")}};
 }
 
 } // namespace talkledger

@@ -16,13 +16,23 @@
 /// it.
 namespace talkledger {
 
+/// Which engine is to recognise, and what it has to know of those who speak.
+struct SpeechEngineChoice {
+    std::string locale;                        ///< of the language asked for, like "ja_JP"
+    std::filesystem::path model{};             ///< of whisper.cpp, absolute; without one, PocketSphinx recognises
+    std::filesystem::path voiceModel{};        ///< which tells voices from other sounds; absolute, or empty
+    std::vector<std::string> otherLanguages{}; ///< that may be spoken as well, like "en"
+
+    bool operator==(const SpeechEngineChoice&) const = default;
+};
+
 /// Recognise a file from its beginning to its end.
 struct TranscribeFile {
     static constexpr std::string_view type = "transcribeFile";
 
     std::int64_t request{0};
     std::filesystem::path path; ///< absolute
-    std::string locale;
+    SpeechEngineChoice engine;
     double startTime{0}; ///< of the first sample, seconds; the results' times count from there
 
     bool operator==(const TranscribeFile&) const = default;
@@ -33,7 +43,7 @@ struct StartStream {
     static constexpr std::string_view type = "startStream";
 
     std::int64_t request{0};
-    std::string locale;
+    SpeechEngineChoice engine;
     bool reportsHypotheses{false}; ///< results that are not final are told, too
 
     bool operator==(const StartStream&) const = default;
@@ -63,6 +73,16 @@ struct FinishStream {
     std::int64_t request{0};
 
     bool operator==(const FinishStream&) const = default;
+};
+
+/// Load a model's file and let it hear one utterance. Ends like a transcription, without results.
+struct CheckModel {
+    static constexpr std::string_view type = "checkModel";
+
+    std::int64_t request{0};
+    std::filesystem::path path; ///< absolute
+
+    bool operator==(const CheckModel&) const = default;
 };
 
 /// The file could be opened as audio, or the stream is listened to.
@@ -105,15 +125,27 @@ struct TranscriptionProgress {
     bool operator==(const TranscriptionProgress&) const = default;
 };
 
+/// What an engine said without anybody having spoken, by the evidence that gave it away.
+struct CaughtInventions {
+    std::int64_t withoutVoice{0};  ///< sounds that were no voice, and were not given to the engine
+    std::int64_t withoutSpeech{0}; ///< the engine itself took them for something else than speech
+    std::int64_t unlikely{0};      ///< the engine hardly believed its own words
+    std::int64_t repeated{0};      ///< the same words again and again
+
+    bool operator==(const CaughtInventions&) const = default;
+};
+
 struct TranscriptionFinished {
     static constexpr std::string_view type = "finished";
 
     std::int64_t request{0};
+    CaughtInventions caught{};
 
     bool operator==(const TranscriptionFinished&) const = default;
 };
 
-using MessageToTranscriber = std::variant<Ping, TranscribeFile, StartStream, StreamAudio, FinishStream, CancelRequest>;
+using MessageToTranscriber =
+    std::variant<Ping, TranscribeFile, StartStream, StreamAudio, FinishStream, CancelRequest, CheckModel>;
 using MessageFromTranscriber = std::variant<Hello, Pong, TranscriptionStarted, TranscriptionResult, StreamConsumed,
                                             TranscriptionProgress, TranscriptionFinished, RequestFailed>;
 
@@ -121,6 +153,7 @@ Json toJson(const TranscribeFile& message);
 Json toJson(const StartStream& message);
 Json toJson(const StreamAudio& message);
 Json toJson(const FinishStream& message);
+Json toJson(const CheckModel& message);
 Json toJson(const TranscriptionStarted& message);
 Json toJson(const TranscriptionResult& message);
 Json toJson(const StreamConsumed& message);
@@ -135,6 +168,8 @@ template <>
 StreamAudio fromJson<StreamAudio>(const JsonReader& reader);
 template <>
 FinishStream fromJson<FinishStream>(const JsonReader& reader);
+template <>
+CheckModel fromJson<CheckModel>(const JsonReader& reader);
 template <>
 TranscriptionStarted fromJson<TranscriptionStarted>(const JsonReader& reader);
 template <>

@@ -15,7 +15,7 @@ constexpr int workerSocketDescriptor = 3;
 /// The first message of a worker. Another version than the program's own means that the two were installed apart.
 struct Hello {
     static constexpr std::string_view type = "hello";
-    static constexpr std::int64_t currentVersion = 2;
+    static constexpr std::int64_t currentVersion = 3;
 
     std::int64_t version{currentVersion};
 

@@ -6,23 +6,24 @@
 
 namespace talkledger {
 
-EngineShelf::Loan::Loan(EngineShelf& shelf, std::string locale, std::unique_ptr<SpeechEngine> engine)
-    : shelf_(shelf), locale_(std::move(locale)), engine_(std::move(engine)) {}
+EngineShelf::Loan::Loan(EngineShelf& shelf, SpeechEngineChoice choice, std::unique_ptr<SpeechEngine> engine)
+    : shelf_(shelf), choice_(std::move(choice)), engine_(std::move(engine)) {}
 
 EngineShelf::Loan::~Loan() {
     if (engine_) {
-        shelf_.giveBack(std::move(locale_), std::move(engine_));
+        engine_->end();
+        shelf_.giveBack(std::move(choice_), std::move(engine_));
     }
 }
 
 EngineShelf::EngineShelf(SpeechEngineFactory factory) : factory_(std::move(factory)) {}
 
-EngineShelf::Loan EngineShelf::borrow(const std::string& locale) {
+EngineShelf::Loan EngineShelf::borrow(const SpeechEngineChoice& choice) {
     std::unique_ptr<SpeechEngine> engine;
     {
         const std::lock_guard lock(mutex_);
         const auto warm = std::find_if(idle_.begin(), idle_.end(),
-                                       [&](const Engine& candidate) { return candidate.locale == locale; });
+                                       [&](const Engine& candidate) { return candidate.choice == choice; });
         if (warm != idle_.end()) {
             engine = std::move(warm->engine);
             idle_.erase(warm);
@@ -30,9 +31,9 @@ EngineShelf::Loan EngineShelf::borrow(const std::string& locale) {
     }
     if (!engine) {
         const std::lock_guard lock(loading_);
-        engine = factory_(locale);
+        engine = factory_(choice);
     }
-    return Loan(*this, locale, std::move(engine));
+    return Loan(*this, choice, std::move(engine));
 }
 
 void EngineShelf::discardUnusedSince(Clock::time_point time) {
@@ -44,9 +45,9 @@ void EngineShelf::discardUnusedSince(Clock::time_point time) {
     idle_.erase(unused, idle_.end());
 }
 
-void EngineShelf::giveBack(std::string locale, std::unique_ptr<SpeechEngine> engine) {
+void EngineShelf::giveBack(SpeechEngineChoice choice, std::unique_ptr<SpeechEngine> engine) {
     const std::lock_guard lock(mutex_);
-    idle_.push_back({std::move(locale), std::move(engine), Clock::now()});
+    idle_.push_back({std::move(choice), std::move(engine), Clock::now()});
 }
 
 } // namespace talkledger

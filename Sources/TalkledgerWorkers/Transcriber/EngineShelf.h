@@ -5,7 +5,6 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <vector>
 
 namespace talkledger {
@@ -19,7 +18,7 @@ public:
     /// An engine for the time of one request; goes back to the shelf, which has to outlive it.
     class Loan {
     public:
-        Loan(EngineShelf& shelf, std::string locale, std::unique_ptr<SpeechEngine> engine);
+        Loan(EngineShelf& shelf, SpeechEngineChoice choice, std::unique_ptr<SpeechEngine> engine);
         Loan(Loan&& other) noexcept = default;
         Loan& operator=(Loan&&) = delete;
         Loan(const Loan&) = delete;
@@ -30,26 +29,26 @@ public:
 
     private:
         EngineShelf& shelf_;
-        std::string locale_;
+        SpeechEngineChoice choice_;
         std::unique_ptr<SpeechEngine> engine_;
     };
 
     explicit EngineShelf(SpeechEngineFactory factory);
 
     /// Loads the model on the calling thread when no warm engine is there. Throws what the factory throws.
-    Loan borrow(const std::string& locale);
+    Loan borrow(const SpeechEngineChoice& choice);
 
     /// Lets the engines go that came back before `time`.
     void discardUnusedSince(Clock::time_point time);
 
 private:
     struct Engine {
-        std::string locale;
+        SpeechEngineChoice choice;
         std::unique_ptr<SpeechEngine> engine;
         Clock::time_point returned;
     };
 
-    void giveBack(std::string locale, std::unique_ptr<SpeechEngine> engine);
+    void giveBack(SpeechEngineChoice choice, std::unique_ptr<SpeechEngine> engine);
 
     std::mutex loading_; ///< one at a time: libraries keep process-wide state while they load a model
     SpeechEngineFactory factory_;

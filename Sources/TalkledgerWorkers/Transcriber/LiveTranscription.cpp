@@ -28,10 +28,11 @@ LiveTranscription::LiveTranscription(StartStream request, EngineShelf& engines, 
 
 void LiveTranscription::start() {
     attempt([this] {
-        engine_ = std::make_unique<EngineShelf::Loan>(engines_.borrow(request_.locale));
+        engine_ = std::make_unique<EngineShelf::Loan>(engines_.borrow(request_.engine));
         const SpeechReporting reporting =
             request_.reportsHypotheses ? SpeechReporting::alsoHypotheses : SpeechReporting::finalSegments;
-        (*engine_)->begin(reporting, [this](const SpeechSegment& segment) { tell(segment); });
+        (*engine_)->begin(
+            reporting, [this](const SpeechSegment& segment) { tell(segment); }, stop_);
         report_(TranscriptionStarted{request_.request});
     });
 }
@@ -39,11 +40,11 @@ void LiveTranscription::start() {
 void LiveTranscription::append(const StreamAudio& audio) {
     attempt([&] {
         if (!stop_.stop_requested()) {
-            if (const double missing = clock_.secondsMissing(audio.start); missing >= shortestHole) {
+            if (const double missing = secondsMissing(audio.start); missing >= shortestHole) {
                 const double pause = std::min(missing, longestPause) * SpeechEngine::sampleRate;
                 hear(std::vector<std::int16_t>(static_cast<std::size_t>(std::lround(pause))));
             }
-            clock_.resume(audio.start);
+            resume(audio.start);
             std::vector<std::int16_t> samples(audio.sampleCount());
             const auto bytes = std::as_writable_bytes(std::span(samples));
             std::copy_n(audio.payload.begin(), bytes.size(), bytes.begin());
@@ -55,10 +56,8 @@ void LiveTranscription::append(const StreamAudio& audio) {
 
 void LiveTranscription::finish() {
     attempt([this] {
-        if (!stop_.stop_requested()) {
-            (*engine_)->finish();
-        }
-        end(TranscriptionFinished{request_.request});
+        stop_.stop_requested() ? (*engine_)->end() : (*engine_)->finish();
+        end(TranscriptionFinished{.request = request_.request, .caught = (*engine_)->caught()});
     });
 }
 
@@ -81,15 +80,28 @@ void LiveTranscription::end(const MessageFromTranscriber& message) {
 
 void LiveTranscription::hear(std::span<const std::int16_t> samples) {
     (*engine_)->append(samples);
-    clock_.advance(secondsOf(samples.size()));
+    const std::lock_guard lock(clock_->mutex);
+    clock_->stream.advance(secondsOf(samples.size()));
+}
+
+double LiveTranscription::secondsMissing(double time) const {
+    const std::lock_guard lock(clock_->mutex);
+    return clock_->stream.secondsMissing(time);
+}
+
+void LiveTranscription::resume(double time) {
+    const std::lock_guard lock(clock_->mutex);
+    clock_->stream.resume(time);
 }
 
 void LiveTranscription::tell(const SpeechSegment& segment) const {
     if (stop_.stop_requested()) {
         return;
     }
-    const double start = clock_.time(segment.start);
-    const double end = clock_.time(segment.start + segment.duration);
+    std::unique_lock lock(clock_->mutex);
+    const double start = clock_->stream.time(segment.start);
+    const double end = clock_->stream.time(segment.start + segment.duration);
+    lock.unlock();
     report_(TranscriptionResult{request_.request, segment.text, start, std::max(0.0, end - start), segment.isFinal});
 }
 

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <stop_token>
 
@@ -25,6 +26,14 @@ public:
     void finish();
 
 private:
+    /// The engine may tell on a thread of its own.
+    struct Clock {
+        std::mutex mutex;
+        StreamClock stream;
+    };
+
+    double secondsMissing(double time) const;
+    void resume(double time);
     void attempt(const std::function<void()>& step);
     void end(const MessageFromTranscriber& message);
     void hear(std::span<const std::int16_t> samples);
@@ -34,7 +43,7 @@ private:
     EngineShelf& engines_;
     std::stop_token stop_;
     TranscriberMessageHandler report_;
-    StreamClock clock_;
+    std::unique_ptr<Clock> clock_{std::make_unique<Clock>()};
     std::unique_ptr<EngineShelf::Loan> engine_;
     bool hasEnded_{false};
 };

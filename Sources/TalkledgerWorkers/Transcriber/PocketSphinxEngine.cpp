@@ -107,7 +107,7 @@ PocketSphinxEngine::PocketSphinxEngine(const std::filesystem::path& modelFolder)
 
 PocketSphinxEngine::~PocketSphinxEngine() = default;
 
-void PocketSphinxEngine::begin(SpeechReporting reporting, SpeechSegmentHandler handler) {
+void PocketSphinxEngine::begin(SpeechReporting reporting, SpeechSegmentHandler handler, std::stop_token /*stop*/) {
     if (std::exchange(isUtteranceOpen_, false)) {
         ps_end_utt(decoder_.get());
     }

@@ -41,7 +41,7 @@ public:
     PocketSphinxEngine(const PocketSphinxEngine&) = delete;
     PocketSphinxEngine& operator=(const PocketSphinxEngine&) = delete;
 
-    void begin(SpeechReporting reporting, SpeechSegmentHandler handler) override;
+    void begin(SpeechReporting reporting, SpeechSegmentHandler handler, std::stop_token stop) override;
     void append(std::span<const std::int16_t> samples) override;
     void finish() override;
 

@@ -15,11 +15,13 @@ namespace talkledger {
 
 namespace asio = boost::asio;
 
-Transcriber::Transcriber(FrameSocket::Socket socket, SpeechEngineFactory engines, const Settings& settings)
+Transcriber::Transcriber(FrameSocket::Socket socket, SpeechEngineFactory engines, ModelCheck checkModel,
+                         const Settings& settings)
     : settings_(settings),
       executor_(socket.get_executor()),
       socket_(std::move(socket)),
       engines_(std::move(engines)),
+      checkModel_(std::move(checkModel)),
       threads_(settings.threads),
       streamThreads_(settings.streamThreads) {}
 
@@ -102,6 +104,18 @@ void Transcriber::handle(const CancelRequest& message) {
         request->second.stop.request_stop();
         handle(FinishStream{message.request});
     }
+}
+
+void Transcriber::handle(const CheckModel& message) {
+    add(message.request);
+    asio::post(threads_, [this, message, tell = reportOf(message.request)] {
+        try {
+            checkModel_(message.path);
+            tell(TranscriptionFinished{message.request});
+        } catch (const std::exception& failure) {
+            tell(RequestFailed{message.request, failure.what()});
+        }
+    });
 }
 
 Transcriber::Request& Transcriber::add(std::int64_t request) {

@@ -13,6 +13,8 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <stop_token>
@@ -31,7 +33,11 @@ public:
         std::chrono::milliseconds engineIdleTime{std::chrono::seconds(60)}; ///< then its memory is given back
     };
 
-    Transcriber(FrameSocket::Socket socket, SpeechEngineFactory engines, const Settings& settings);
+    /// Throws `SpeechEngineError` for a model that does not work.
+    using ModelCheck = std::function<void(const std::filesystem::path& model)>;
+
+    Transcriber(FrameSocket::Socket socket, SpeechEngineFactory engines, ModelCheck checkModel,
+                const Settings& settings);
 
     /// Stops the requests under way and waits for their threads.
     ~Transcriber();
@@ -50,6 +56,7 @@ private:
     void handle(const StreamAudio& message);
     void handle(const FinishStream& message);
     void handle(const CancelRequest& message);
+    void handle(const CheckModel& message);
     void send(const MessageFromTranscriber& message);
     void report(std::int64_t request, const MessageFromTranscriber& message);
 
@@ -74,6 +81,7 @@ private:
     Executor executor_;
     FrameSocket socket_;
     EngineShelf engines_;
+    ModelCheck checkModel_;
     boost::asio::thread_pool threads_; ///< these two are joined before anything of the rest goes
     boost::asio::thread_pool streamThreads_;
     std::map<std::int64_t, Request> requests_; ///< last: the streams' strands go before their pool

@@ -28,10 +28,13 @@ TEST(TranscriberMessages, ComeBackAsTheyWere) {
     expectToComeBack<MessageToTranscriber>(Ping{});
     expectToComeBack<MessageToTranscriber>(TranscribeFile{.request = 3,
                                                           .path = "/home/\xE4\xFF \"%20\"/\xE5\x95\x86\xE8\xAB\x87.wav",
-                                                          .locale = "en_US",
+                                                          .engine = {.locale = "en_US"},
                                                           .startTime = 0.1 + 0.2});
     expectToComeBack<MessageToTranscriber>(CancelRequest{.request = std::numeric_limits<std::int64_t>::max()});
-    expectToComeBack<MessageToTranscriber>(StartStream{.request = 4, .locale = "en_US", .reportsHypotheses = true});
+    expectToComeBack<MessageToTranscriber>(StartStream{
+        .request = 4,
+        .engine = {.locale = "en_US", .model = "/m/a b.bin", .voiceModel = "/v.bin", .otherLanguages = {"ja", "en"}},
+        .reportsHypotheses = true});
     expectToComeBack<MessageToTranscriber>(
         StreamAudio{.request = 4, .start = -0.02, .payload = {std::byte{0}, std::byte{0x80}}});
     expectToComeBack<MessageToTranscriber>(FinishStream{.request = 4});
@@ -43,7 +46,9 @@ TEST(TranscriberMessages, ComeBackAsTheyWere) {
     expectToComeBack<MessageFromTranscriber>(TranscriptionResult{.text = "we have", .isFinal = false});
     expectToComeBack<MessageFromTranscriber>(StreamConsumed{.request = 4, .samples = 1365});
     expectToComeBack<MessageFromTranscriber>(TranscriptionProgress{.request = 1, .share = 1});
-    expectToComeBack<MessageFromTranscriber>(TranscriptionFinished{.request = 1});
+    expectToComeBack<MessageFromTranscriber>(TranscriptionFinished{
+        .request = 1, .caught = {.withoutVoice = 1, .withoutSpeech = 2, .unlikely = 3, .repeated = 4}});
+    expectToComeBack<MessageToTranscriber>(CheckModel{.request = 5, .path = "/models/\xFF.bin"});
     expectToComeBack<MessageFromTranscriber>(RequestFailed{.request = 1, .description = "It broke."});
 }
 
@@ -71,11 +76,12 @@ TEST(TranscriberMessages, AreRefusedWhenAnythingIsWrong) {
     expectRefused<From>(R"({"type": "progress", "request": 1, "share": 1.5})");
     expectRefused<From>(R"({"type": "finished", "request": 99999999999999999999})");
     expectRefused<From>(std::string(Frame::maximumHeadLength, '['));
-    expectRefused<To>(R"({"type": "transcribeFile", "request": 1, "file": "mic.wav", "locale": "", "startTime": 0})");
+    expectRefused<To>(
+        R"({"type": "transcribeFile", "request": 1, "file": "mic.wav", "engine": {"locale": "", "otherLanguages": []}, "startTime": 0})");
     expectRefused<To>(R"({"type": "streamAudio", "request": 1, "start": -2e9})", {std::byte{0}, std::byte{0}});
     expectRefused<To>(R"({"type": "finishStream", "request": 1})", {std::byte{0}});
     expectRefused<To>(
-        R"({"type": "transcribeFile", "request": 1, "file": "file:///a%00b", "locale": "", "startTime": 0})");
+        R"({"type": "transcribeFile", "request": 1, "file": "file:///a%00b", "engine": {"locale": "", "otherLanguages": []}, "startTime": 0})");
 }
 
 } // namespace

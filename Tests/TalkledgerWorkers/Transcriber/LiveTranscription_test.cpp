@@ -32,7 +32,7 @@ MessageFromTranscriber sound(double start, double duration) {
 class LiveTranscriptionTest : public ::testing::Test {
 protected:
     LiveTranscription make() {
-        return {{.request = number, .locale = "en_US"},
+        return {{.request = number, .engine = {.locale = "en_US"}},
                 shelf,
                 stop.get_token(),
                 [this](const MessageFromTranscriber& message) { told.push_back(message); }};
@@ -85,7 +85,7 @@ TEST_F(LiveTranscriptionTest, AFailureEndsIt) {
     told.clear();
     script.loading = [](const std::string& locale) { throw SpeechEngineError("no engine for " + locale); };
     EngineShelf empty(testing::FakeSpeechEngine::factory(script));
-    LiveTranscription refused({.request = number, .locale = "ja_JP"}, empty, stop.get_token(),
+    LiveTranscription refused({.request = number, .engine = {.locale = "ja_JP"}}, empty, stop.get_token(),
                               [this](const MessageFromTranscriber& message) { told.push_back(message); });
     refused.start();
     refused.append(audio(0, 100));

@@ -19,7 +19,7 @@ using testing::operator+; // NOLINT(misc-unused-using-decls): the check overlook
 std::vector<SpeechSegment> recognise(SpeechEngine& engine, std::span<const std::int16_t> samples,
                                      SpeechReporting reporting = SpeechReporting::finalSegments) {
     std::vector<SpeechSegment> segments;
-    engine.begin(reporting, [&](const SpeechSegment& segment) { segments.push_back(segment); });
+    engine.begin(reporting, [&](const SpeechSegment& segment) { segments.push_back(segment); }, {});
     while (!samples.empty()) {
         const std::size_t length = std::min<std::size_t>(samples.size(), 1000); // no multiple of a block
         engine.append(samples.first(length));
@@ -119,7 +119,7 @@ TEST_F(PocketSphinxEngineTest, HearsTheSameAgainAfterAnotherVoiceAndAnUnfinished
     const std::vector<SpeechSegment> before = recognise(*engine_, sentence);
     EXPECT_THAT(before, ::testing::SizeIs(1));
     recognise(*engine_, speak("rms", "We decided to start with a small pilot."));
-    engine_->begin(SpeechReporting::finalSegments, [](const SpeechSegment&) { ADD_FAILURE(); });
+    engine_->begin(SpeechReporting::finalSegments, [](const SpeechSegment&) { ADD_FAILURE(); }, {});
     engine_->append(sentence);
     EXPECT_EQ(recognise(*engine_, sentence), before);
 }

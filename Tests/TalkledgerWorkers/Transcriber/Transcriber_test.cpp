@@ -37,7 +37,9 @@ protected:
                 mayGoOn.wait();
             }
         };
-        transcriber.emplace(std::move(theirs), testing::FakeSpeechEngine::factory(script), Transcriber::Settings{});
+        transcriber.emplace(
+            std::move(theirs), testing::FakeSpeechEngine::factory(script),
+            [](const std::filesystem::path&) { throw SpeechEngineError("no model"); }, Transcriber::Settings{});
         asio::co_spawn(context, transcriber->run(), [this](const std::exception_ptr&) { program->close(); });
         asio::co_spawn(context, program->writeQueued(), [](const std::exception_ptr&) {});
         receive<Hello>();
@@ -96,10 +98,10 @@ protected:
 
 TEST_F(TranscriberTest, FilesAndStreamsDoNotWaitForEachOther) {
     for (const std::int64_t request : {1, 2}) {
-        send(TranscribeFile{.request = request, .path = shortFile(), .locale = "slow", .startTime = 0});
+        send(TranscribeFile{.request = request, .path = shortFile(), .engine = {.locale = "slow"}, .startTime = 0});
         EXPECT_EQ(receive<TranscriptionStarted>().request, request);
     }
-    send(StartStream{.request = 3, .locale = "en_US", .reportsHypotheses = true});
+    send(StartStream{.request = 3, .engine = {.locale = "en_US"}, .reportsHypotheses = true});
     EXPECT_EQ(receive<TranscriptionStarted>().request, 3);
     send(audio(3, 1600));
     EXPECT_FALSE(receive<TranscriptionResult>().isFinal);
@@ -115,13 +117,13 @@ TEST_F(TranscriberTest, FilesAndStreamsDoNotWaitForEachOther) {
 
 TEST_F(TranscriberTest, SlowStreamsHoldUpNeitherFilesNorSignsOfLife) {
     for (const std::int64_t request : {1, 2}) {
-        send(StartStream{.request = request, .locale = "slow"});
+        send(StartStream{.request = request, .engine = {.locale = "slow"}});
         receive<TranscriptionStarted>();
         send(audio(request, StreamAudio::mostUnconsumed)); // all that may be under way
     }
     send(Ping{});
     receive<Pong>();
-    send(TranscribeFile{.request = 3, .path = shortFile(), .locale = "en_US", .startTime = 0});
+    send(TranscribeFile{.request = 3, .path = shortFile(), .engine = {.locale = "en_US"}, .startTime = 0});
     EXPECT_EQ(receive<TranscriptionFinished>().request, 3);
     letGoOn();
     receive<StreamConsumed>();
@@ -136,7 +138,7 @@ TEST_F(TranscriberTest, SlowStreamsHoldUpNeitherFilesNorSignsOfLife) {
 }
 
 TEST_F(TranscriberTest, LeavesAProgramThatSendsWithoutWaiting) {
-    send(StartStream{.request = 1, .locale = "slow"});
+    send(StartStream{.request = 1, .engine = {.locale = "slow"}});
     send(audio(1, StreamAudio::mostUnconsumed));
     send(audio(1, 1));
     EXPECT_THROW(receive<RequestFailed>(), std::runtime_error);

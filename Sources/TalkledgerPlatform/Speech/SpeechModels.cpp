@@ -1,0 +1,66 @@
+#include "TalkledgerPlatform/Speech/SpeechModels.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+
+namespace talkledger {
+
+namespace {
+
+/// What every multilingual model knows.
+constexpr std::string_view languages = " en zh de es ru ko fr ja pt tr pl ca nl ar sv it id hi fi vi he uk el ms cs ro "
+                                       "da hu ta no th ur hr bg lt la mi ml cy "
+                                       "sk te fa lv bn sr az sl kn et mk br eu is hy ne mn bs kk sq sw gl mr pa si km "
+                                       "sn yo so af oc ka be tg sd gu am yi lo "
+                                       "uz fo ht ps tk nn mt sa lb my bo tl mg as tt haw ln ha ba jw su ";
+
+/// By the number of words it knows, which the file's head tells behind the letters "ggml".
+bool isMultilingualModel(const std::filesystem::path& path) {
+    constexpr std::int32_t englishVocabulary = 51864;
+    std::array<char, 8> head{};
+    std::ifstream(path, std::ios::binary).read(head.data(), head.size());
+    std::int32_t vocabulary = 0;
+    std::memcpy(&vocabulary, head.data() + 4, sizeof vocabulary);
+    return vocabulary > englishVocabulary;
+}
+
+void keepNewest(std::filesystem::path& newest, const std::filesystem::path& candidate) {
+    std::error_code unknown;
+    if (newest.empty() ||
+        std::filesystem::last_write_time(candidate, unknown) > std::filesystem::last_write_time(newest, unknown)) {
+        newest = candidate;
+    }
+}
+
+} // namespace
+
+SpeechModels SpeechModels::installedIn(const std::filesystem::path& folder) {
+    SpeechModels models;
+    std::error_code unreadable;
+    std::filesystem::directory_iterator entry(folder, unreadable);
+    for (; !unreadable && entry != std::filesystem::directory_iterator(); entry.increment(unreadable)) {
+        const std::filesystem::path& path = entry->path();
+        const std::string name = path.filename().string();
+        std::error_code unknown;
+        if (!name.starts_with("ggml-") || !name.ends_with(".bin") || !entry->is_regular_file(unknown)) {
+            continue;
+        }
+        keepNewest(name.starts_with("ggml-silero-") ? models.voice : models.speech, path);
+    }
+    models.isMultilingual = !models.speech.empty() && isMultilingualModel(models.speech);
+    return models;
+}
+
+bool SpeechModels::know(const std::string& locale) const {
+    const std::string language = locale.substr(0, locale.find_first_of("_-.@"));
+    if (speech.empty() || language.empty()) {
+        return false;
+    }
+    return isMultilingual ? languages.find(" " + language + " ") != std::string_view::npos : language == "en";
+}
+
+} // namespace talkledger

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace talkledger {
+
+/// The installed model files of the recogniser. Files lie in one folder: speech models are named "ggml-*.bin", the
+/// model that tells voices from other sounds "ggml-silero-*.bin".
+struct SpeechModels {
+    std::filesystem::path speech; ///< the one that was installed last; empty where there is none
+    std::filesystem::path voice;  ///< likewise
+    bool isMultilingual{false};   ///< of the speech model
+
+    /// Never fails: what cannot be read is not installed. Whether a file is whole shows when it is loaded.
+    static SpeechModels installedIn(const std::filesystem::path& folder);
+
+    /// Whether a locale's language can be recognised.
+    bool know(const std::string& locale) const;
+};
+
+} // namespace talkledger
