@@ -17,6 +17,13 @@ WorkerSpeechRecognition::Settings speechSettings() {
     return settings;
 }
 
+WorkerLanguageModel::Settings languageModelSettings(PosixFileSystem& fileSystem) {
+    WorkerLanguageModel::Settings settings;
+    settings.worker.program = workerProgram("talkledger-summarizer");
+    settings.modelFolder = fileSystem.applicationSupportDirectory() / "Talkledger" / "Models";
+    return settings;
+}
+
 } // namespace
 
 AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, TerminationSignals& terminationSignals)
@@ -27,6 +34,7 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
       systemAudio_(background_.get_executor(), trackHealthHandler()),
       audioFiles_(background_.get_executor(), trackHealthHandler()),
       speechRecognition_(speechSettings()),
+      languageModel_(languageModelSettings(fileSystem_)),
       model_({.fileSystem = fileSystem_,
               .audioInput = audioInput_,
               .systemAudio = systemAudio_,
@@ -44,7 +52,10 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
       quitting_(model_, revisions_),
       tray_(model_, appearance_, QDBusConnection::sessionBus()),
       windows_(model_, revisions_, appearance_, desktop_, quitting_),
-      delegate_(model_, windows_, tray_, quitting_, singleInstance, terminationSignals) {}
+      delegate_(model_, windows_, tray_, quitting_, singleInstance, terminationSignals) {
+    QObject::connect(&model_, &AppModel::isRecordingChanged, &model_,
+                     [this] { languageModel_.expectQuestions(model_.isRecording()); });
+}
 
 AppBootstrap::~AppBootstrap() {
     background_.join();

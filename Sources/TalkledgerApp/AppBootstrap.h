@@ -20,7 +20,7 @@
 #include "TalkledgerPlatform/Audio/ResamplerAudioConversion.h"
 #include "TalkledgerPlatform/Audio/SoundServerAuthorization.h"
 #include "TalkledgerPlatform/Files/PosixFileSystem.h"
-#include "TalkledgerPlatform/LanguageModel/AbsentLanguageModel.h"
+#include "TalkledgerPlatform/LanguageModel/WorkerLanguageModel.h"
 #include "TalkledgerPlatform/Speech/WorkerSpeechRecognition.h"
 
 #include <boost/asio/thread_pool.hpp>
@@ -58,7 +58,7 @@ private:
     ResamplerAudioConversion audioConversion_;
     SoundServerAuthorization authorization_;
     WorkerSpeechRecognition speechRecognition_;
-    AbsentLanguageModel languageModel_;
+    WorkerLanguageModel languageModel_;
     QtDesktop desktop_;
     PipeWirePlayback playback_;
     AppModel model_;

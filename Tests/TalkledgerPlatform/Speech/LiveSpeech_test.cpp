@@ -1,11 +1,11 @@
 // The whole way of live speech, from captured buffers to segments.
+#include "Support/OwnResources.h"
 #include "Support/RunTask.h"
 #include "Support/RunningTask.h"
 #include "Support/TemporaryFolder.h"
 #include "TalkledgerCore/Support/Both.h"
 #include "TalkledgerCore/Transcription/LiveSpeechTranscriptionSession.h"
 #include "TalkledgerPlatform/Audio/ResamplerAudioConversion.h"
-#include "TalkledgerPlatform/Speech/OwnResources.h"
 #include "TalkledgerPlatform/Speech/WorkerSpeechRecognition.h"
 #include "TalkledgerPlatform/Worker/WorkerError.h"
 #include "TalkledgerWorkers/SpokenAudio.h"

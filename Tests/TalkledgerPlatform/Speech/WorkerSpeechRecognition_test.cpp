@@ -1,7 +1,7 @@
+#include "Support/OwnResources.h"
 #include "Support/RunTask.h"
 #include "Support/TemporaryFolder.h"
 #include "TalkledgerCore/Support/Both.h"
-#include "TalkledgerPlatform/Speech/OwnResources.h"
 #include "TalkledgerPlatform/Speech/WorkerSpeechRecognition.h"
 #include "TalkledgerPlatform/Worker/WorkerError.h"
 #include "TalkledgerWorkers/SpokenAudio.h"

@@ -6,9 +6,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
+#include <string>
 #include <vector>
 
-/// What this process has at the moment.
+/// What this process has at the moment, and what its children use.
 namespace talkledger::testing {
 
 inline std::vector<pid_t> children() {
@@ -20,6 +22,22 @@ inline std::vector<pid_t> children() {
         }
     }
     return found;
+}
+
+/// What a process has had of the processor, in the kernel's ticks.
+inline long processorTicks(pid_t process) {
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::istringstream fields(text.substr(text.rfind(')') + 2));
+    constexpr int before = 11; // fields between the name and the two times
+    std::string skipped;
+    for (int field = 0; field < before; ++field) {
+        fields >> skipped;
+    }
+    long user = 0;
+    long system = 0;
+    fields >> user >> system;
+    return user + system;
 }
 
 inline std::size_t openDescriptors() {

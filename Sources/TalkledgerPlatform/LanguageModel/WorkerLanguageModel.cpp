@@ -1,0 +1,134 @@
+#include "TalkledgerPlatform/LanguageModel/WorkerLanguageModel.h"
+
+#include "TalkledgerPlatform/Worker/WorkerError.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace talkledger {
+
+namespace {
+
+LanguageModelAvailability unavailable(std::string explanation) {
+    return {.isAvailable = false, .reason = UnavailableReason::modelNotReady, .explanation = std::move(explanation)};
+}
+
+bool isFile(const std::filesystem::path& path) {
+    std::error_code unknown;
+    return std::filesystem::is_regular_file(path, unknown);
+}
+
+/// The first by its name, absent where there is none.
+std::optional<std::filesystem::path> firstModel(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> models;
+    std::error_code ignored;
+    for (std::filesystem::directory_iterator entry(folder, ignored), end; !ignored && entry != end;
+         entry.increment(ignored)) {
+        if (entry->path().extension() == ".gguf" && isFile(entry->path())) {
+            models.push_back(entry->path());
+        }
+    }
+    const auto first = std::min_element(models.begin(), models.end());
+    return first == models.end() ? std::nullopt : std::optional(*first);
+}
+
+/// May outlive the client, then as one that is closed.
+class Session final : public LanguageModelSession {
+public:
+    Session(const std::shared_ptr<SummarizerClient>& client, std::filesystem::path model, std::string instructions)
+        : client_(client), model_(std::move(model)), instructions_(std::move(instructions)) {}
+
+    Task<std::string> respond(const std::string& prompt, const GenerationSchema& schema, bool includeSchemaInPrompt,
+                              const GenerationOptions& options) override {
+        const std::shared_ptr<SummarizerClient> client = client_.lock();
+        if (!client) {
+            throw WorkerError::closed("The language model");
+        }
+        return textOf(client->ask({.request = 0,
+                                   .model = model_,
+                                   .instructions = instructions_,
+                                   .prompt = prompt,
+                                   .schema = schema,
+                                   .includesSchema = includeSchemaInPrompt,
+                                   .maximumTokens = options.maximumResponseTokens,
+                                   .isProvisional = options.isProvisional}));
+    }
+
+private:
+    static Task<std::string> textOf(Task<ModelAnswer> answering) {
+        ModelAnswer answer = co_await std::move(answering);
+        co_return std::move(answer.text);
+    }
+
+    std::weak_ptr<SummarizerClient> client_;
+    std::filesystem::path model_;
+    std::string instructions_;
+};
+
+/// A model on which the engine breaks down is no engine's fault to the user.
+Task<void> checked(Task<ModelAnswer> checking, std::string name) {
+    try {
+        co_await std::move(checking);
+    } catch (const WorkerError& error) {
+        if (error.failure() != WorkerError::Case::stopped && error.failure() != WorkerError::Case::unresponsive) {
+            throw;
+        }
+        throw WorkerError::failed("The file \"" + name +
+                                  "\" cannot be used as a language model: it is damaged, or of a kind that is not "
+                                  "known here. Choose another model in the settings.");
+    }
+}
+
+} // namespace
+
+WorkerLanguageModel::WorkerLanguageModel(Settings settings)
+    : settings_(std::move(settings)), client_(std::make_shared<SummarizerClient>(settings_.worker)) {}
+
+WorkerLanguageModel::~WorkerLanguageModel() = default;
+
+LanguageModelAvailability WorkerLanguageModel::availability() const {
+    if (access(settings_.worker.program.c_str(), X_OK) != 0) {
+        return unavailable("this copy of Talkledger was built without the engine for language models.");
+    }
+    if (chosen_ && !isFile(*chosen_)) {
+        return unavailable("the language model \"" + chosen_->filename().string() +
+                           "\" is no longer there. Choose another in the settings.");
+    }
+    if (!modelFile()) {
+        return unavailable(
+            "no language model is installed. Choose one in the settings; until then, recordings are kept "
+            "and transcribed without a summary.");
+    }
+    return {.isAvailable = true, .reason = UnavailableReason::unknown, .explanation = {}};
+}
+
+std::unique_ptr<LanguageModelSession> WorkerLanguageModel::makeSession(const std::string& instructions) {
+    return std::make_unique<Session>(client_, modelFile().value_or(std::filesystem::path()), instructions);
+}
+
+Task<void> WorkerLanguageModel::check(std::filesystem::path model) {
+    const std::filesystem::path file = std::filesystem::absolute(model);
+    return checked(client_->check({.request = 0, .model = file}), file.filename().string());
+}
+
+void WorkerLanguageModel::choose(std::optional<std::filesystem::path> model) {
+    chosen_ = std::move(model);
+}
+
+void WorkerLanguageModel::expectQuestions(bool areExpected) {
+    if (const auto model = modelFile(); areExpected && model && availability().isAvailable) {
+        client_->hold(*model);
+    } else {
+        client_->release();
+    }
+}
+
+std::optional<std::filesystem::path> WorkerLanguageModel::modelFile() const {
+    return chosen_ ? chosen_ : firstModel(settings_.modelFolder);
+}
+
+} // namespace talkledger
