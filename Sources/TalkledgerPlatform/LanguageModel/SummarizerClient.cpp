@@ -208,7 +208,7 @@ Task<ModelAnswer> SummarizerClient::ask(AskModel question) {
     return start(std::move(question));
 }
 
-Task<ModelAnswer> SummarizerClient::check(CheckModel request) {
+Task<ModelAnswer> SummarizerClient::check(CheckLanguageModel request) {
     return start(std::move(request));
 }
 

@@ -25,7 +25,7 @@ public:
 
     /// `request` is chosen here. Throws `WorkerError`; cancelling the operation cancels the question.
     Task<ModelAnswer> ask(AskModel question);
-    Task<ModelAnswer> check(CheckModel request);
+    Task<ModelAnswer> check(CheckLanguageModel request);
 
     /// Questions will come: the model is loaded now, and stays so until `release`.
     void hold(const std::filesystem::path& model);

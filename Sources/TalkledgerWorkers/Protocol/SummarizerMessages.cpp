@@ -90,7 +90,7 @@ Json toJson(const AskModel& message) {
             {"isProvisional", message.isProvisional}};
 }
 
-Json toJson(const CheckModel& message) {
+Json toJson(const CheckLanguageModel& message) {
     return {{"request", message.request}, {"model", fileUrl(message.model)}};
 }
 
@@ -124,7 +124,7 @@ AskModel fromJson<AskModel>(const JsonReader& reader) {
 }
 
 template <>
-CheckModel fromJson<CheckModel>(const JsonReader& reader) {
+CheckLanguageModel fromJson<CheckLanguageModel>(const JsonReader& reader) {
     return {.request = requestOf(reader), .model = modelOf(reader)};
 }
 

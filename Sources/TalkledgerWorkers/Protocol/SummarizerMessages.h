@@ -32,13 +32,13 @@ struct AskModel {
 };
 
 /// Load the model from its beginning, and let it answer a small question.
-struct CheckModel {
+struct CheckLanguageModel {
     static constexpr std::string_view type = "check";
 
     std::int64_t request{0};
     std::filesystem::path model;
 
-    bool operator==(const CheckModel&) const = default;
+    bool operator==(const CheckLanguageModel&) const = default;
 };
 
 /// Questions will come: keep the model loaded, until `ReleaseModel`. Nothing answers.
@@ -69,11 +69,11 @@ struct ModelAnswer {
     bool operator==(const ModelAnswer&) const = default;
 };
 
-using MessageToSummarizer = std::variant<Ping, AskModel, CheckModel, HoldModel, ReleaseModel, CancelRequest>;
+using MessageToSummarizer = std::variant<Ping, AskModel, CheckLanguageModel, HoldModel, ReleaseModel, CancelRequest>;
 using MessageFromSummarizer = std::variant<Hello, Pong, ModelAnswer, RequestFailed>;
 
 Json toJson(const AskModel& message);
-Json toJson(const CheckModel& message);
+Json toJson(const CheckLanguageModel& message);
 Json toJson(const HoldModel& message);
 Json toJson(const ReleaseModel& message);
 Json toJson(const ModelAnswer& message);
@@ -81,7 +81,7 @@ Json toJson(const ModelAnswer& message);
 template <>
 AskModel fromJson<AskModel>(const JsonReader& reader);
 template <>
-CheckModel fromJson<CheckModel>(const JsonReader& reader);
+CheckLanguageModel fromJson<CheckLanguageModel>(const JsonReader& reader);
 template <>
 HoldModel fromJson<HoldModel>(const JsonReader& reader);
 template <>

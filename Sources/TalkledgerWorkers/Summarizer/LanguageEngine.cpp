@@ -59,7 +59,7 @@ ModelAnswer LanguageEngine::answer(const AskModel& question, const std::stop_tok
     return answer(*loaded_, question, stop);
 }
 
-ModelAnswer LanguageEngine::check(const CheckModel& request, const std::stop_token& stop) const {
+ModelAnswer LanguageEngine::check(const CheckLanguageModel& request, const std::stop_token& stop) const {
     constexpr int answerTokens = 32;
     Loaded loaded(request.model, LlamaModel::Weights::checked, threads_, stop);
     const GenerationProperty greeting{.name = "answer", .description = "", .isList = false, .maximumCount = {}};

@@ -23,7 +23,7 @@ public:
     ModelAnswer answer(const AskModel& question, const std::stop_token& stop);
 
     /// The answer to a small question by a model that is loaded for this alone.
-    ModelAnswer check(const CheckModel& request, const std::stop_token& stop) const;
+    ModelAnswer check(const CheckLanguageModel& request, const std::stop_token& stop) const;
 
     void load(const std::filesystem::path& model, const std::stop_token& stop);
 

@@ -82,7 +82,7 @@ void Summarizer::handle(const AskModel& message) {
     serve(message.request, [this, message](const std::stop_token& stop) { return engine_.answer(message, stop); });
 }
 
-void Summarizer::handle(const CheckModel& message) {
+void Summarizer::handle(const CheckLanguageModel& message) {
     serve(message.request, [this, message](const std::stop_token& stop) { return engine_.check(message, stop); });
 }
 

@@ -42,7 +42,7 @@ private:
     Task<void> unloadWhenIdle();
     void handle(const Ping& message);
     void handle(const AskModel& message);
-    void handle(const CheckModel& message);
+    void handle(const CheckLanguageModel& message);
     void handle(const HoldModel& message);
     void handle(const ReleaseModel& message);
     void handle(const CancelRequest& message);
