@@ -47,6 +47,20 @@ protected:
     std::string failureOf(Task<void> task) {
         return testing::failureText([&] { testing::runTask(context, std::move(task)); });
     }
+
+    /// A capture thread that goes on delivering, whatever the device was told.
+    template <typename Deliver, typename Act>
+    static void whileDelivering(const Deliver& deliver, const Act& act) {
+        std::atomic<bool> isOver{false};
+        std::thread capture([&] {
+            while (!isOver) {
+                deliver();
+            }
+        });
+        act();
+        isOver = true;
+        capture.join();
+    }
 };
 
 class MicrophoneWAVRecorderTest : public LiveAudioRecordersTest {
@@ -72,10 +86,13 @@ TEST_F(MicrophoneWAVRecorderTest, WritesMeasuresAndHandsOnEveryBuffer) {
 
     const AudioBuffer first = bufferAt(later);
     input.deliver(first);
+    files.writingFails = true; // that buffer is lost, and no other
     input.deliver(bufferAt(later + 1s, 0.25F));
+    files.writingFails = false;
+    input.deliver(bufferAt(later + 2s, 0.75F));
     EXPECT_EQ(files.writtenBuffers, 2);
-    EXPECT_THAT(levels, ElementsAre(0.5, 0.25));
-    ASSERT_EQ(liveBuffers.size(), 2U);
+    EXPECT_THAT(levels, ElementsAre(0.5, 0.25, 0.75));
+    ASSERT_EQ(liveBuffers.size(), 3U);
     EXPECT_EQ(liveBuffers.front()->samples, first.samples);
     EXPECT_NE(liveBuffers.front()->samples.data(), first.samples.data());
 
@@ -86,28 +103,14 @@ TEST_F(MicrophoneWAVRecorderTest, WritesMeasuresAndHandsOnEveryBuffer) {
     EXPECT_NEAR(keptTimeline().micStart, 90, 5);
 }
 
-TEST_F(MicrophoneWAVRecorderTest, LosesABufferThatCannotBeWrittenAndGoesOn) {
-    testing::runTask(context, recorder->startRecording(file));
-    files.writingFails = true;
-    input.deliver(bufferAt(later));
-    files.writingFails = false;
-    input.deliver(bufferAt(later));
-    EXPECT_EQ(files.writtenBuffers, 1);
-    EXPECT_EQ(liveBuffers.size(), 2U);
-    testing::runTask(context, recorder->stopRecording());
-}
-
-TEST_F(MicrophoneWAVRecorderTest, FailsWithoutPermissionBeforeItTouchesTheFile) {
+TEST_F(MicrophoneWAVRecorderTest, FailsWithoutPermissionOrFormatBeforeItRecords) {
     fileSystem.writeFileAtomically(file, "an earlier recording");
     authorization.status = AuthorizationStatus::denied;
     EXPECT_EQ(failureOf(recorder->startRecording(file)), "Microphone permission was denied.");
     authorization.status = AuthorizationStatus::notDetermined;
     EXPECT_EQ(failureOf(recorder->startRecording(file)), "Microphone permission was not answered.");
     EXPECT_TRUE(fileSystem.fileExists(file));
-    EXPECT_THAT(log.calls(), ElementsAre());
-}
-
-TEST_F(MicrophoneWAVRecorderTest, FailsWithoutAUsableFormat) {
+    authorization.status = AuthorizationStatus::authorized;
     for (const auto& [rate, channels] : {std::pair(48000.0, 0U), std::pair(0.0, 1U), std::pair(std::nan(""), 1U)}) {
         input.format = {AudioSampleFormat::float32, rate, channels, true};
         EXPECT_EQ(failureOf(recorder->startRecording(file)), "The default microphone audio format is unavailable.");
@@ -163,20 +166,14 @@ TEST_F(MicrophoneWAVRecorderTest, ClosesTheFileBetweenWritesWhileBuffersKeepComi
     for (int round = 0; round < 50; ++round) {
         testing::runTask(context, shared->startRecording(file));
         *counting = 0;
-        std::atomic<bool> isOver{false};
-        std::thread capture([&] {
-            const AudioBuffer buffer = bufferAt(later);
-            while (!isOver) {
-                input.deliver(buffer);
-            }
-        });
-        while (*counting < 3) {
-            std::this_thread::yield();
-        }
-        testing::runTask(context, shared->stopRecording());
-        EXPECT_EQ(files.openFiles, 0);
-        isOver = true;
-        capture.join();
+        whileDelivering([&, buffer = bufferAt(later)] { input.deliver(buffer); },
+                        [&] {
+                            while (*counting < 3) {
+                                std::this_thread::yield();
+                            }
+                            testing::runTask(context, shared->stopRecording());
+                            EXPECT_EQ(files.openFiles, 0);
+                        });
     }
 }
 
@@ -192,8 +189,6 @@ protected:
     static CaptureSampleBuffer sampleAt(MonotonicTime time) {
         return {.type = CaptureOutputType::audio, .isDataReady = true, .audio = bufferAt(time)};
     }
-
-    bool placeholderExists() const { return fileSystem.fileSize(file) == std::int64_t{0}; }
 };
 
 TEST_F(SystemAudioM4ARecorderTest, BeginsTheFileAtTheFirstSample) {
@@ -245,16 +240,6 @@ TEST_F(SystemAudioM4ARecorderTest, DropsWhatIsNoUsableSample) {
     EXPECT_EQ(liveBuffers.size(), 1U);
 }
 
-TEST_F(SystemAudioM4ARecorderTest, LeavesAnEmptyFileWhereNothingWasPlayed) {
-    fileSystem.writeFileAtomically(file, "an earlier recording");
-    testing::runTask(context, recorder->startRecording(file));
-    EXPECT_FALSE(fileSystem.fileExists(file));
-    testing::runTask(context, recorder->stopRecording());
-    EXPECT_TRUE(placeholderExists());
-    EXPECT_THAT(log.calls(),
-                ElementsAre("shareableContent", "makeAssetWriter", "startCapture", "stopCapture", "cancelWriting"));
-}
-
 TEST_F(SystemAudioM4ARecorderTest, CancelsTheWriterOfAStreamThatBreaks) {
     for (const bool hasSamples : {false, true}) {
         testing::runTask(context, recorder->startRecording(file));
@@ -273,6 +258,7 @@ TEST_F(SystemAudioM4ARecorderTest, CancelsTheWriterOfAStreamThatBreaks) {
 }
 
 TEST_F(SystemAudioM4ARecorderTest, SaysWhyItCannotStart) {
+    fileSystem.writeFileAtomically(file, "an earlier recording");
     systemAudio.contentFailure = "The sound server does not answer.";
     EXPECT_EQ(failureOf(recorder->startRecording(file)),
               "System audio capture is unavailable: The sound server does not answer.");
@@ -289,8 +275,10 @@ TEST_F(SystemAudioM4ARecorderTest, SaysWhyItCannotStart) {
     systemAudio.startFailure = "The stream did not start.";
     EXPECT_EQ(failureOf(recorder->startRecording(file)), "The stream did not start.");
     EXPECT_EQ(files.openWriters, 1) << "armed until the next start or stop";
+    EXPECT_FALSE(fileSystem.fileExists(file)) << "that of an earlier recording is gone";
     testing::runTask(context, recorder->stopRecording());
-    EXPECT_TRUE(placeholderExists());
+    EXPECT_EQ(fileSystem.fileSize(file), std::int64_t{0}) << "an empty file where nothing was played";
+    EXPECT_EQ(log.calls().back(), "cancelWriting");
     testing::runTask(context, recorder->stopRecording());
 }
 
@@ -325,23 +313,16 @@ TEST_F(SystemAudioM4ARecorderTest, NeverAppendsToAWriterThatIsBeingFinished) {
     for (int round = 0; round < 50; ++round) {
         testing::runTask(context, shared->startRecording(file));
         heard = 0;
-        std::atomic<bool> isOver{false};
-        // A queue that goes on delivering, whatever the stream was told.
-        std::thread capture([&] {
-            const CaptureSampleBuffer sample = sampleAt(later);
-            while (!isOver) {
-                systemAudio.deliver(sample);
-            }
-        });
-        while (heard < 3) {
-            std::this_thread::yield();
-        }
-        if (round % 3 == 0) {
-            systemAudio.breakStream();
-        }
-        testing::runTask(context, shared->stopRecording());
-        isOver = true;
-        capture.join();
+        whileDelivering([&, sample = sampleAt(later)] { systemAudio.deliver(sample); },
+                        [&] {
+                            while (heard < 3) {
+                                std::this_thread::yield();
+                            }
+                            if (round % 3 == 0) {
+                                systemAudio.breakStream();
+                            }
+                            testing::runTask(context, shared->stopRecording());
+                        });
     }
     EXPECT_EQ(files.appendsAfterEnd, 0);
 }

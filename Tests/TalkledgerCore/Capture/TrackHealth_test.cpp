@@ -11,19 +11,17 @@ using ::testing::IsEmpty;
 
 TEST(TrackHealth, KeepsDeviceAndFileOfEachTrackApart) {
     TrackHealth health;
-    const auto afterMicEvent = [&](TrackHealthEvent event) {
-        health.apply(AudioChannel::mic, event);
-        return health.condition(AudioChannel::mic);
-    };
-    EXPECT_EQ(afterMicEvent(deviceRunning), TrackCondition::running);
-    EXPECT_EQ(afterMicEvent(waitingForDevice), TrackCondition::waitingForDevice);
-    EXPECT_EQ(afterMicEvent(writeFailed), TrackCondition::writeFailed);
     // The device's return says nothing of the file, nor the file's recovery of the device.
-    EXPECT_EQ(afterMicEvent(deviceRunning), TrackCondition::writeFailed);
-    EXPECT_EQ(afterMicEvent(waitingForDevice), TrackCondition::writeFailed);
-    EXPECT_EQ(afterMicEvent(fileWritten), TrackCondition::waitingForDevice);
-    EXPECT_EQ(afterMicEvent(deviceRunning), TrackCondition::running);
-
+    for (const auto& [event, condition] : {std::pair(deviceRunning, TrackCondition::running),
+                                           {waitingForDevice, TrackCondition::waitingForDevice},
+                                           {writeFailed, TrackCondition::writeFailed},
+                                           {deviceRunning, TrackCondition::writeFailed},
+                                           {waitingForDevice, TrackCondition::writeFailed},
+                                           {fileWritten, TrackCondition::waitingForDevice},
+                                           {deviceRunning, TrackCondition::running}}) {
+        health.apply(AudioChannel::mic, event);
+        EXPECT_EQ(health.condition(AudioChannel::mic), condition);
+    }
     health.apply(AudioChannel::speaker, writeFailed);
     EXPECT_EQ(health.condition(AudioChannel::mic), TrackCondition::running);
     EXPECT_EQ(health.condition(AudioChannel::speaker), TrackCondition::writeFailed);
@@ -32,11 +30,10 @@ TEST(TrackHealth, KeepsDeviceAndFileOfEachTrackApart) {
 TEST(TrackHealth, RemembersWhatTheRecordingLacks) {
     TrackHealth health;
     health.apply(AudioChannel::mic, deviceRunning);
-    health.apply(AudioChannel::mic, fileWritten);
     EXPECT_THAT(health.messages(AudioChannel::mic), IsEmpty());
-    health.apply(AudioChannel::mic, waitingForDevice);
-    health.apply(AudioChannel::mic, deviceRunning);
-    health.apply(AudioChannel::mic, waitingForDevice);
+    for (const TrackHealthEvent event : {waitingForDevice, deviceRunning, waitingForDevice, deviceRunning}) {
+        health.apply(AudioChannel::mic, event);
+    }
     health.apply(AudioChannel::speaker, writeFailed);
     health.apply(AudioChannel::speaker, fileWritten);
     EXPECT_THAT(health.messages(AudioChannel::mic),
