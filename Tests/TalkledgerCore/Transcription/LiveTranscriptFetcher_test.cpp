@@ -37,9 +37,6 @@ TEST_F(LiveTranscriptFetcherTest, ReturnsWhatAProviderAnswersInTime) {
     // The timeout was cancelled: nothing is left to wait for.
     context.restart();
     EXPECT_EQ(context.run(), 0U);
-}
-
-TEST_F(LiveTranscriptFetcherTest, PassesOnTheProvidersFailure) {
     provider->failure = "broken";
     EXPECT_EQ(testing::failureText([&] { testing::runTask(context, patient.transcript({}, provider)); }), "broken");
 }

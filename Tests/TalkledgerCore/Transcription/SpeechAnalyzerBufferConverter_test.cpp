@@ -49,15 +49,8 @@ TEST_F(SpeechAnalyzerBufferConverterTest, PassesOnABufferThatHasTheFormat) {
     EXPECT_EQ(converter.convert(buffer), buffer);
     EXPECT_THAT(conversion.log.calls(), IsEmpty());
 
-    // Any of the four properties is a difference.
-    for (const AudioFormat& other : {AudioFormat{AudioSampleFormat::float32, 16000, 1, true},
-                                     AudioFormat{AudioSampleFormat::int16, 16000.5, 1, true},
-                                     AudioFormat{AudioSampleFormat::int16, 16000, 2, true},
-                                     AudioFormat{AudioSampleFormat::int16, 16000, 1, false}}) {
-        buffer->format = other;
-        EXPECT_NE(converter.convert(buffer), buffer);
-    }
-    EXPECT_THAT(conversion.log.calls(), SizeIs(8));
+    buffer->format.isInterleaved = false;
+    EXPECT_NE(converter.convert(buffer), buffer);
 }
 
 TEST_F(SpeechAnalyzerBufferConverterTest, MakesOneConverterForEachRunOfAFormat) {
@@ -78,16 +71,13 @@ TEST_F(SpeechAnalyzerBufferConverterTest, MakesOneConverterForEachRunOfAFormat) 
 
 TEST_F(SpeechAnalyzerBufferConverterTest, HandsEachBufferOverOnce) {
     const SharedAudioBuffer buffer = makeBuffer(480);
-    const SharedAudioBuffer output = converter.convert(buffer);
-    EXPECT_EQ(output->format, speechFormat);
-    EXPECT_EQ(output->frameLength, 10U);
-    ASSERT_THAT(conversion.inputs, SizeIs(2));
-    EXPECT_EQ(conversion.inputs[0].status, AudioConverterInputStatus::haveData);
-    EXPECT_EQ(conversion.inputs[0].buffer, buffer);
-    EXPECT_EQ(conversion.inputs[1].status, AudioConverterInputStatus::noDataNow);
-    EXPECT_EQ(conversion.inputs[1].buffer, nullptr);
-    converter.convert(buffer);
-    EXPECT_EQ(conversion.inputs[2].buffer, buffer);
+    for (const std::size_t call : {0U, 2U}) {
+        EXPECT_EQ(converter.convert(buffer)->format, speechFormat);
+        ASSERT_THAT(conversion.inputs, SizeIs(call + 2));
+        EXPECT_EQ(conversion.inputs[call].status, AudioConverterInputStatus::haveData);
+        EXPECT_EQ(conversion.inputs[call].buffer, buffer);
+        EXPECT_EQ(conversion.inputs[call + 1].status, AudioConverterInputStatus::noDataNow);
+    }
 }
 
 TEST_F(SpeechAnalyzerBufferConverterTest, GivesTheOutputRoomForWhatWasCarriedOver) {
@@ -101,9 +91,6 @@ TEST_F(SpeechAnalyzerBufferConverterTest, GivesTheOutputRoomForWhatWasCarriedOve
     strange.frameLength = 1;
     strange.format.sampleRate = 0;
     EXPECT_EQ(converter.convertedFrameCapacity(strange), std::numeric_limits<std::uint32_t>::max());
-    strange.format.sampleRate = -16000;
-    strange.frameLength = 1000;
-    EXPECT_EQ(converter.convertedFrameCapacity(strange), 1U);
     strange.format.sampleRate = std::numeric_limits<double>::quiet_NaN();
     EXPECT_EQ(converter.convertedFrameCapacity(strange), 1U);
 }
@@ -123,21 +110,6 @@ TEST_F(SpeechAnalyzerBufferConverterTest, NamesWhatTheConverterSaid) {
     EXPECT_EQ(failureOf(makeBuffer(480)), "Audio converter returned an error.");
     conversion.outcome.status = static_cast<Status>(4);
     EXPECT_EQ(failureOf(makeBuffer(480)), "Audio converter returned an unknown status.");
-}
-
-TEST_F(SpeechAnalyzerBufferConverterTest, SaysThatThereIsNoMemory) {
-    AudioFormat monstrous = speechFormat;
-    monstrous.channelCount = std::numeric_limits<std::uint32_t>::max();
-    SpeechAnalyzerBufferConverter greedy(monstrous, conversion);
-    auto buffer = std::make_shared<AudioBuffer>(*makeBuffer(1));
-    buffer->frameLength = std::numeric_limits<std::uint32_t>::max();
-    buffer->format.sampleRate = 16000;
-    try {
-        greedy.convert(buffer);
-        ADD_FAILURE();
-    } catch (const LiveSpeechTranscriptionSessionError& error) {
-        EXPECT_EQ(error.detail(), "Could not allocate output buffer.");
-    }
 }
 
 } // namespace
