@@ -56,25 +56,17 @@ RecordingSession session() {
                           .diagnostics = folder / "diagnostics.json"}};
 }
 
-TEST(Models, GiveASegmentItsChannelsRole) {
-    const TranscriptSegment wrong(AudioChannel::speaker, SpeakerRole::me, 0, 1, "a", TranscriptSegmentStatus::final);
-    EXPECT_EQ(wrong.role, SpeakerRole::customer);
-    Json customerOnMic = segmentJson();
-    customerOnMic["role"] = "customer";
-    EXPECT_EQ(decoded<TranscriptSegment>(customerOnMic).role, SpeakerRole::me);
-}
-
-TEST(ModelsJson, FillsWhatASegmentMayLeaveOut) {
-    const auto segment = decoded<TranscriptSegment>(segmentJson());
-    EXPECT_EQ(segment,
-              TranscriptSegment(AudioChannel::mic, SpeakerRole::me, 1, 2.5, "hello", TranscriptSegmentStatus::final));
-    expectRequired<TranscriptSegment>(segmentJson(), {"channel", "startTime", "duration", "text"});
-}
-
-TEST(ModelsJson, TakesTheExactWordsOnly) {
-    for (const auto& [key, word] : {std::pair{"channel", "Mic"}, std::pair{"role", "Me"}, std::pair{"status", "Final"},
-                                    std::pair{"status", ""}, std::pair{"role", "speaker"}}) {
-        Json changed = segmentJson();
+TEST(ModelsJson, FillsWhatASegmentMayLeaveOutAndTakesTheExactWordsOnly) {
+    const TranscriptSegment segment(AudioChannel::mic, SpeakerRole::customer, 1, 2.5, "hello",
+                                    TranscriptSegmentStatus::final);
+    EXPECT_EQ(segment.role, SpeakerRole::me) << "that of its channel";
+    Json json = segmentJson();
+    expectRequired<TranscriptSegment>(json, {"channel", "startTime", "duration", "text"});
+    EXPECT_EQ(decoded<TranscriptSegment>(json), segment);
+    json["role"] = "customer";
+    EXPECT_EQ(decoded<TranscriptSegment>(json), segment);
+    for (const auto& [key, word] : {std::pair("channel", "Mic"), {"role", "speaker"}, {"status", "Final"}}) {
+        Json changed = json;
         changed[key] = word;
         EXPECT_EQ(failureOf<TranscriptSegment>(changed), JsonError::Case::invalidValue) << key << word;
     }
