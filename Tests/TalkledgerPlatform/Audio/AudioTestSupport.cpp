@@ -2,10 +2,14 @@
 
 #include "TalkledgerPlatform/Audio/Ffmpeg.h"
 
+#include <sndfile.h>
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
+#include <numbers>
+#include <stdexcept>
 
 namespace talkledger::testing {
 namespace {
@@ -28,6 +32,28 @@ void appendFrame(const AVFrame& frame, AVRational timeBase, std::vector<float>& 
 }
 
 } // namespace
+
+void writeWave(const std::filesystem::path& path, const std::vector<float>& samples, int channelCount, int rate) {
+    SF_INFO format{};
+    format.samplerate = rate;
+    format.channels = channelCount;
+    format.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    SNDFILE* const file = sf_open(path.c_str(), SFM_WRITE, &format);
+    if (file == nullptr) {
+        throw std::runtime_error("Could not write " + path.string());
+    }
+    sf_write_float(file, samples.data(), static_cast<sf_count_t>(samples.size()));
+    sf_close(file);
+}
+
+std::vector<float> tone(double frequency, double seconds, double level) {
+    std::vector<float> samples(static_cast<std::size_t>(seconds * kTestRate));
+    for (std::size_t frame = 0; frame < samples.size(); ++frame) {
+        const double angle = 2 * std::numbers::pi * frequency * static_cast<double>(frame) / kTestRate;
+        samples[frame] = static_cast<float>(level * std::cos(angle));
+    }
+    return samples;
+}
 
 std::vector<float> decodeFirstChannel(const std::filesystem::path& path) {
     std::vector<float> samples;

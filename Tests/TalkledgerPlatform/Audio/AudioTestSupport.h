@@ -34,6 +34,13 @@ inline AudioBuffer makeBuffer(const std::vector<float>& samples, std::uint32_t c
     return buffer;
 }
 
+/// Samples of 32 bits, interleaved, as another program writes them.
+void writeWave(const std::filesystem::path& path, const std::vector<float>& samples, int channelCount = 1,
+               int rate = kTestRate);
+
+/// A cosine: it has a clear beginning.
+std::vector<float> tone(double frequency, double seconds, double level = 0.4);
+
 /// The first channel of a file from its time zero on, decoded as any player would. Empty when it cannot be opened.
 std::vector<float> decodeFirstChannel(const std::filesystem::path& path);
 

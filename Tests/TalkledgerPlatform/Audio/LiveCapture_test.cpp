@@ -1,8 +1,8 @@
 #include "Support/CyclePlayer.h"
 #include "Support/RunTask.h"
 #include "Support/SoundSession.h"
+#include "TalkledgerPlatform/Audio/AudioTestSupport.h"
 #include "TalkledgerPlatform/Audio/CapturedTrack.h"
-#include "TalkledgerPlatform/Audio/NoiseStream.h"
 #include "TalkledgerPlatform/Audio/PipeWireAudioInput.h"
 #include "TalkledgerPlatform/Audio/PipeWireConnection.h"
 #include "TalkledgerPlatform/Audio/PipeWirePlayback.h"
@@ -11,7 +11,6 @@
 
 #include <boost/asio/thread_pool.hpp>
 #include <gtest/gtest.h>
-#include <sndfile.h>
 
 #include <cmath>
 #include <filesystem>
@@ -28,7 +27,6 @@ namespace {
 using testing::CapturedTrack;
 using testing::ChildProcess;
 using testing::CyclePlayer;
-using testing::NoiseStream;
 using testing::PlayedChannel;
 using testing::runTask;
 using testing::SharedClock;
@@ -48,18 +46,6 @@ std::vector<float> noise(double seconds, std::uint32_t channelCount, std::uint32
         sample = random() % 2 == 0 ? level(random) : -level(random);
     }
     return samples;
-}
-
-void writeWave(const std::filesystem::path& path, std::vector<float> samples, int channelCount) {
-    samples.resize(samples.size() + kRate / 2 * static_cast<std::size_t>(channelCount)); // the last quantum can be lost
-    SF_INFO format{};
-    format.samplerate = kRate;
-    format.channels = channelCount;
-    format.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &format);
-    ASSERT_NE(file, nullptr);
-    sf_write_float(file, samples.data(), static_cast<sf_count_t>(samples.size()));
-    sf_close(file);
 }
 
 /// A player that is not scheduled in time leaves a hole in what it plays, and beside other work that happens; a fault
@@ -237,14 +223,39 @@ protected:
     }
 
     /// A file with `samples`, in the session's folder.
-    std::filesystem::path wave(const std::vector<float>& samples, int channelCount) {
+    std::filesystem::path wave(std::vector<float> samples, std::size_t channelCount) {
         auto path = session_->runtimeFolder() / ("wave" + std::to_string(++waveCount_) + ".wav");
-        writeWave(path, samples, channelCount);
+        samples.resize(samples.size() + kRate / 2 * channelCount); // the last quantum can be lost
+        testing::writeWave(path, samples, static_cast<int>(channelCount));
         return path;
     }
 
+    /// Whether what is spoken from now on is in the track, sample for sample.
+    bool recordsMicrophone(MicrophoneRecording& recording) {
+        const auto passage = noise(1, 1, ++seed_);
+        const auto file = wave(passage, 1);
+        return recordWhole(recording.track(), passage, [&] { return session_->playIntoMicrophone(file); });
+    }
+
+    bool recordsOutput(OutputRecording& recording, float tolerance = 0) {
+        const auto passage = noise(1, 2, ++seed_);
+        const auto file = wave(passage, 2);
+        return recordWhole(
+            recording.track(), passage, [&] { return session_->play(file); }, tolerance);
+    }
+
+    static void expectHealth(MicrophoneRecording& microphone, OutputRecording& output,
+                             const std::vector<TrackHealthEvent>& events) {
+        EXPECT_TRUE(microphone.track().waitForHealth(events));
+        EXPECT_TRUE(output.track().waitForHealth(events));
+    }
+
     /// The track has no hole, and its length is that of the time from its first frame to the stop.
-    static void expectTrueTimeline(CapturedTrack& track, MonotonicTime stopped) {
+    template <typename Recording>
+    static void stopInTime(Recording& recording) {
+        const MonotonicTime stopped = std::chrono::steady_clock::now();
+        recording.stop();
+        CapturedTrack& track = recording.track();
         EXPECT_LT(track.largestError(), kSampleTime / 2);
         const std::chrono::duration<double> behind = stopped - track.end();
         EXPECT_LT(behind.count(), kSampleTime) << "the track ends before the stop";
@@ -254,6 +265,7 @@ protected:
 private:
     std::unique_ptr<SoundSession> session_;
     int waveCount_{0};
+    std::uint32_t seed_{1000};
 };
 
 TEST_F(LiveCapture, MicrophonePassageIsBitExact) {
@@ -266,23 +278,16 @@ TEST_F(LiveCapture, MicrophonePassageIsBitExact) {
     recording.start();
     const auto play = [&] { return voice ? std::move(voice) : session.playIntoMicrophone(file); };
     EXPECT_TRUE(recordWhole(recording.track(), passage, play));
-    const MonotonicTime stopped = std::chrono::steady_clock::now();
-    recording.stop();
-    expectTrueTimeline(recording.track(), stopped);
+    stopInTime(recording);
 }
 
 TEST_F(LiveCapture, FollowsTheDefaultMicrophoneAndComesBack) {
-    const SoundSession& session = enterSession();
-    MicrophoneRecording recording(session);
+    MicrophoneRecording recording(enterSession());
     recording.start();
     ASSERT_TRUE(recording.track().waitForSeconds(0.5));
-    const auto passage = noise(1, 1, 2);
-    const auto file = wave(passage, 1); // plugged in, then gone at its end
-    EXPECT_TRUE(recordWhole(recording.track(), passage, [&] { return session.playIntoMicrophone(file); }));
+    EXPECT_TRUE(recordsMicrophone(recording)); // it is plugged in, then gone at its end
     EXPECT_TRUE(recording.track().waitForSeconds(recording.track().seconds() + 1));
-    const MonotonicTime stopped = std::chrono::steady_clock::now();
-    recording.stop();
-    expectTrueTimeline(recording.track(), stopped);
+    stopInTime(recording);
 }
 
 TEST_F(LiveCapture, FollowsDefaultsOfWhichTheServerDoesNotTell) {
@@ -290,9 +295,7 @@ TEST_F(LiveCapture, FollowsDefaultsOfWhichTheServerDoesNotTell) {
     MicrophoneRecording recording(session);
     recording.start();
     leaveBeforeTheAnswer(session);
-    const auto passage = noise(1, 1, 18);
-    const auto file = wave(passage, 1);
-    EXPECT_TRUE(recordWhole(recording.track(), passage, [&] { return session.playIntoMicrophone(file); }));
+    EXPECT_TRUE(recordsMicrophone(recording));
 }
 
 TEST_F(LiveCapture, ConvertsAnotherMicrophoneToTheTracksFormat) {
@@ -330,12 +333,8 @@ TEST_F(LiveCapture, WithoutAMicrophoneTheMonitorIsNotRecorded) {
     EXPECT_TRUE(recording.track().waitForSeconds(3));
     const auto unplugged = recording.track().samples();
     EXPECT_TRUE(std::all_of(unplugged.begin(), unplugged.end(), [](float sample) { return sample == 0; }));
-    const auto passage = noise(1, 1, 4);
-    const auto file = wave(passage, 1);
-    EXPECT_TRUE(recordWhole(recording.track(), passage, [&] { return session.playIntoMicrophone(file); }));
-    const MonotonicTime stopped = std::chrono::steady_clock::now();
-    recording.stop();
-    expectTrueTimeline(recording.track(), stopped);
+    EXPECT_TRUE(recordsMicrophone(recording));
+    stopInTime(recording);
     EXPECT_EQ(recording.track().health().at(2), deviceRunning);
 }
 
@@ -345,25 +344,15 @@ TEST_F(LiveCapture, BothTracksOutlastARestartOfTheServer) {
     OutputRecording output;
     microphone.start();
     output.start();
-    ASSERT_TRUE(microphone.track().waitForHealth({deviceRunning}) && output.track().waitForHealth({deviceRunning}));
+    expectHealth(microphone, output, {deviceRunning});
     session.stopServer();
-    EXPECT_TRUE(microphone.track().waitForHealth({deviceRunning, waitingForDevice}));
-    EXPECT_TRUE(output.track().waitForHealth({deviceRunning, waitingForDevice}));
+    expectHealth(microphone, output, {deviceRunning, waitingForDevice});
     session.startServer();
-    EXPECT_TRUE(microphone.track().waitForHealth({deviceRunning, waitingForDevice, deviceRunning}));
-    EXPECT_TRUE(output.track().waitForHealth({deviceRunning, waitingForDevice, deviceRunning}));
-    const auto spoken = noise(1, 1, 5);
-    const auto played = noise(1, 2, 6);
-    const auto voice = wave(spoken, 1);
-    const auto music = wave(played, 2);
-    EXPECT_TRUE(recordWhole(output.track(), played, [&] { return session.play(music); }));
-    EXPECT_TRUE(recordWhole(microphone.track(), spoken, [&] { return session.playIntoMicrophone(voice); }));
-    const MonotonicTime stopped = std::chrono::steady_clock::now();
-    microphone.stop();
-    expectTrueTimeline(microphone.track(), stopped);
-    const MonotonicTime outputStopped = std::chrono::steady_clock::now();
-    output.stop();
-    expectTrueTimeline(output.track(), outputStopped);
+    expectHealth(microphone, output, {deviceRunning, waitingForDevice, deviceRunning});
+    EXPECT_TRUE(recordsOutput(output));
+    EXPECT_TRUE(recordsMicrophone(microphone));
+    stopInTime(microphone);
+    stopInTime(output);
 }
 
 TEST_F(LiveCapture, BothTracksOutlastARestartOfTheSessionManager) {
@@ -372,40 +361,30 @@ TEST_F(LiveCapture, BothTracksOutlastARestartOfTheSessionManager) {
     OutputRecording output;
     microphone.start();
     output.start();
-    ASSERT_TRUE(microphone.track().waitForHealth({deviceRunning}) && output.track().waitForHealth({deviceRunning}));
+    expectHealth(microphone, output, {deviceRunning});
     session.stopSessionManager();
-    EXPECT_TRUE(microphone.track().waitForHealth({deviceRunning, waitingForDevice}));
-    EXPECT_TRUE(output.track().waitForHealth({deviceRunning, waitingForDevice}));
+    expectHealth(microphone, output, {deviceRunning, waitingForDevice});
     // As with a real card, whose nodes belong to the session manager; one that finds its predecessor's waits for ever.
     session.removeNode(SoundSession::kMicrophone);
     session.removeNode(SoundSession::kOutput);
     session.startSessionManager();
     session.addNode("card-microphone", "Audio/Source/Virtual", "MONO", 2500);
     session.addNode("card-output", "Audio/Sink", "FL FR", 2500);
-    EXPECT_TRUE(microphone.track().waitForHealth({deviceRunning, waitingForDevice, deviceRunning}));
-    EXPECT_TRUE(output.track().waitForHealth({deviceRunning, waitingForDevice, deviceRunning}));
-    const auto spoken = noise(1, 1, 7);
-    const auto played = noise(1, 2, 8);
-    const auto voice = wave(spoken, 1);
-    const auto music = wave(played, 2);
-    EXPECT_TRUE(recordWhole(output.track(), played, [&] { return session.play(music); }));
-    EXPECT_TRUE(recordWhole(microphone.track(), spoken, [&] { return session.playIntoMicrophone(voice); }));
+    expectHealth(microphone, output, {deviceRunning, waitingForDevice, deviceRunning});
+    EXPECT_TRUE(recordsOutput(output));
+    EXPECT_TRUE(recordsMicrophone(microphone));
 }
 
 TEST_F(LiveCapture, OutputPassageIsWholeAndAQuietOutputIsSilence) {
-    SoundSession& session = enterSession();
+    enterSession();
     OutputRecording output;
     output.start();
     ASSERT_TRUE(output.track().waitForSeconds(2));
     const auto quiet = output.track().samples();
     EXPECT_TRUE(std::all_of(quiet.begin(), quiet.end(), [](float sample) { return sample == 0; }));
-    const auto passage = noise(1, 2, 9);
-    const auto music = wave(passage, 2);
-    EXPECT_TRUE(recordWhole(output.track(), passage, [&] { return session.play(music); }));
+    EXPECT_TRUE(recordsOutput(output));
     EXPECT_EQ(output.track().health(), std::vector{deviceRunning});
-    const MonotonicTime stopped = std::chrono::steady_clock::now();
-    output.stop();
-    expectTrueTimeline(output.track(), stopped);
+    stopInTime(output);
 }
 
 TEST_F(LiveCapture, OneSoundInBothTracksHasTheTimeOfItsCycle) {
@@ -509,46 +488,27 @@ TEST_F(LiveCapture, CyclesThatBecomeLongerOrShorterLeaveTheTimeRight) {
 }
 
 TEST_F(LiveCapture, WhatThisProcessPlaysIsNotRecorded) {
-    const auto passage = noise(1, 2, 16);
     for (const auto clock : {SharedClock::outputs, SharedClock::microphones}) {
         SoundSession& session = enterSession({.sharedClock = clock});
-        const auto music = wave(passage, 2);
+        const auto file = wave(noise(60, 1, 17), 1);
         OutputRecording all;
         OutputRecording others;
         all.start();
         others.start(true);
-        std::optional<NoiseStream> own;
+        PipeWirePlayback own;
+        own.setEventHandler([](const PlaybackEvent&) {});
         EXPECT_TRUE(holdsWhilePlayersAreLate([&] {
-            own.emplace(); // again and again: the session manager may leave the first without a link
-            EXPECT_TRUE(all.track().waitForSeconds(all.track().seconds() + 1));
-            EXPECT_TRUE(others.track().waitForSeconds(others.track().seconds() + 1));
+            own.play({.tracks = {{.file = file}}}); // anew: the session manager may leave the first without a link
+            EXPECT_TRUE(all.track().waitForSeconds(all.track().seconds() + 2));
+            EXPECT_TRUE(others.track().waitForSeconds(others.track().seconds() + 2));
             // 40 dB below what is played.
             return all.track().peakOfLast(kRate / 2) > 0.4F && others.track().peakOfLast(kRate / 2) < 0.004F;
         }));
-        EXPECT_TRUE(recordWhole(
-            others.track(), passage, [&] { return session.play(music); }, 1e-5F));
+        EXPECT_TRUE(recordsOutput(others, 1e-5F));
         EXPECT_EQ(others.track().health(), std::vector{deviceRunning});
         session.stopServer(); // with the links that it holds
         EXPECT_TRUE(others.track().waitForHealth({deviceRunning, waitingForDevice}));
     }
-}
-
-TEST_F(LiveCapture, ARecordingThatIsPlayedBackIsNotRecorded) {
-    enterSession({.sharedClock = SharedClock::outputs});
-    const auto file = wave(noise(10, 1, 17), 1);
-    OutputRecording all;
-    OutputRecording others;
-    all.start();
-    others.start(true);
-    PipeWirePlayback playback;
-    playback.setEventHandler([](const PlaybackEvent&) {});
-    EXPECT_TRUE(holdsWhilePlayersAreLate([&] {
-        playback.play({.tracks = {{.file = file}}});
-        EXPECT_TRUE(all.track().waitForSeconds(all.track().seconds() + 2));
-        EXPECT_TRUE(others.track().waitForSeconds(others.track().seconds() + 2));
-        // 40 dB below what is played.
-        return all.track().peakOfLast(kRate / 2) > 0.4F && others.track().peakOfLast(kRate / 2) < 0.004F;
-    }));
 }
 
 TEST_F(LiveCapture, FollowsTheDefaultOutput) {
@@ -556,14 +516,10 @@ TEST_F(LiveCapture, FollowsTheDefaultOutput) {
     OutputRecording output;
     output.start();
     session.addNode("headset", "Audio/Sink", "FL FR", 3000);
-    const auto first = noise(1, 2, 10);
-    const auto firstFile = wave(first, 2);
-    EXPECT_TRUE(recordWhole(output.track(), first, [&] { return session.play(firstFile); }));
+    EXPECT_TRUE(recordsOutput(output));
     session.removeNode("headset");
     session.waitForDefaultSink(SoundSession::kOutput);
-    const auto second = noise(1, 2, 11);
-    const auto secondFile = wave(second, 2);
-    EXPECT_TRUE(recordWhole(output.track(), second, [&] { return session.play(secondFile); }));
+    EXPECT_TRUE(recordsOutput(output));
     EXPECT_LT(output.track().largestError(), kSampleTime / 2);
 }
 
@@ -626,10 +582,8 @@ TEST_F(LiveCapture, ReceiverThatFailsMissesOneBufferOnly) {
         }
     });
     EXPECT_TRUE(recording.track().waitForSeconds(1));
-    const MonotonicTime stopped = std::chrono::steady_clock::now();
-    recording.stop();
+    stopInTime(recording);
     EXPECT_GT(failures, 2);
-    expectTrueTimeline(recording.track(), stopped);
 }
 
 TEST_F(LiveCapture, WithoutAnOutputThereIsNothingToShare) {

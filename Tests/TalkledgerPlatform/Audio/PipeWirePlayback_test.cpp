@@ -4,14 +4,12 @@
 #include "TalkledgerPlatform/Audio/PipeWirePlayback.h"
 
 #include <gmock/gmock.h>
-#include <sndfile.h>
 
 #include <algorithm>
 #include <cmath>
 #include <condition_variable>
 #include <csignal>
 #include <mutex>
-#include <numbers>
 #include <thread>
 #include <vector>
 
@@ -23,28 +21,9 @@ using testing::decodeFirstChannel;
 using testing::kTestRate;
 using testing::SoundSession;
 using testing::TemporaryFolder;
+using testing::tone;
+using testing::writeWave;
 using Kind = PlaybackEvent::Kind;
-
-/// A tone with a clear beginning.
-std::vector<float> tone(double frequency, double seconds) {
-    std::vector<float> samples;
-    for (std::size_t frame = 0; frame < static_cast<std::size_t>(seconds * kTestRate); ++frame) {
-        const double angle = 2 * std::numbers::pi * frequency * static_cast<double>(frame) / kTestRate;
-        samples.push_back(static_cast<float>(0.4 * std::cos(angle)));
-    }
-    return samples;
-}
-
-void writeWave(const std::filesystem::path& path, const std::vector<float>& samples) {
-    SF_INFO format{};
-    format.samplerate = kTestRate;
-    format.channels = 1;
-    format.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-    SNDFILE* const file = sf_open(path.c_str(), SFM_WRITE, &format);
-    ASSERT_NE(file, nullptr);
-    sf_write_float(file, samples.data(), static_cast<sf_count_t>(samples.size()));
-    sf_close(file);
-}
 
 /// The seconds in which something is heard: its beginning and its end.
 std::pair<double, double> heard(const std::vector<float>& samples) {

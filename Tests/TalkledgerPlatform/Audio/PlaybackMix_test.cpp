@@ -8,12 +8,10 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <gmock/gmock.h>
-#include <sndfile.h>
 
 #include <cmath>
 #include <fstream>
 #include <memory>
-#include <numbers>
 
 namespace talkledger {
 namespace {
@@ -25,25 +23,20 @@ using testing::makeBuffer;
 using testing::runTask;
 using testing::TemporaryFolder;
 using testing::timeOfFrame;
+using testing::tone;
+using testing::writeWave;
 
 /// Each sample says where it is, far below the loudest.
 float sampleAt(std::size_t frame) {
     return static_cast<float>(static_cast<double>(frame % 4000) / 8000);
 }
 
-void writeWave(const std::filesystem::path& path, int channels, int rate, std::size_t frames) {
-    SF_INFO format{};
-    format.samplerate = rate;
-    format.channels = channels;
-    format.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+std::vector<float> places(std::size_t frames, std::size_t channels = 1) {
     std::vector<float> samples;
     for (std::size_t frame = 0; frame < frames; ++frame) {
-        samples.insert(samples.end(), static_cast<std::size_t>(channels), sampleAt(frame));
+        samples.insert(samples.end(), channels, sampleAt(frame));
     }
-    SNDFILE* const file = sf_open(path.c_str(), SFM_WRITE, &format);
-    ASSERT_NE(file, nullptr);
-    sf_write_float(file, samples.data(), static_cast<sf_count_t>(samples.size()));
-    sf_close(file);
+    return samples;
 }
 
 /// The left side, read in parts.
@@ -62,10 +55,10 @@ std::vector<float> readAll(PlaybackMix& mix) {
 
 class PlaybackMixTest : public ::testing::Test {
 protected:
-    PlaybackMixTest() { writeWave(wave_, 1, kTestRate, kTestRate); }
+    PlaybackMixTest() { writeWave(wave_, places(kTestRate)); }
 
-    /// A second of a tone, as the recorder writes it.
-    void writeM4A(double frequency) {
+    /// Half a second of silence and half a one of a tone, as the recorder writes them.
+    void writeM4A() {
         boost::asio::io_context context;
         boost::asio::thread_pool pool(1);
         PlatformAudioFiles files(pool.get_executor(), {});
@@ -73,10 +66,9 @@ protected:
         writer->addInput({});
         writer->startWriting();
         writer->startSession(timeOfFrame(0));
-        std::vector<float> samples;
-        for (std::size_t frame = 0; frame < kTestRate; ++frame) {
-            const double angle = 2 * std::numbers::pi * frequency * static_cast<double>(frame) / kTestRate;
-            samples.insert(samples.end(), 2, frame < kTestRate / 2 ? 0 : static_cast<float>(0.25 * std::sin(angle)));
+        std::vector<float> samples(kTestRate);
+        for (const float sample : tone(1000, 0.5)) {
+            samples.insert(samples.end(), 2, sample);
         }
         writer->append(makeBuffer(samples, 2));
         writer->markAsFinished();
@@ -108,7 +100,7 @@ TEST_F(PlaybackMixTest, BeginsAtAnySampleOfATrackThatBeginsAnywhere) {
 
 TEST_F(PlaybackMixTest, AddsTracksUpAndOutlastsTheShorterOne) {
     const auto other = folder_ / "other.wav";
-    writeWave(other, 2, kTestRate, kTestRate / 2);
+    writeWave(other, places(kTestRate / 2, 2), 2);
     PlaybackMix mix({.tracks = {{.file = wave_, .start = 0}, {.file = other, .start = 0}}, .from = 0});
     const std::vector<float> left = readAll(mix);
     ASSERT_EQ(left.size(), kTestRate);
@@ -117,9 +109,9 @@ TEST_F(PlaybackMixTest, AddsTracksUpAndOutlastsTheShorterOne) {
 }
 
 TEST_F(PlaybackMixTest, ReadsWhatTheRecorderWrites) {
-    writeM4A(1000);
+    writeM4A();
     const auto slow = folder_ / "slow.wav";
-    writeWave(slow, 1, 16000, 16000);
+    writeWave(slow, places(16000), 1, 16000);
     PlaybackMix atOtherRate({.tracks = {{.file = slow, .start = 0}}, .from = 0});
     EXPECT_NEAR(static_cast<double>(readAll(atOtherRate).size()), kTestRate, 50);
     for (const double from : {0.0, 0.3}) {
@@ -158,7 +150,7 @@ TEST_F(PlaybackMixTest, LeavesOutWhatItCannotRead) {
     const auto broken = folder_ / "broken.m4a";
     std::ofstream(broken) << "no sound at all";
     std::ofstream(folder_ / "empty.wav");
-    writeM4A(1000);
+    writeM4A();
     std::filesystem::resize_file(m4a_, std::filesystem::file_size(m4a_) / 3);
     PlaybackMix mix({.tracks = {{.file = folder_ / "missing.wav"},
                                 {.file = broken},
