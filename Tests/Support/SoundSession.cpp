@@ -17,6 +17,9 @@ constexpr auto kPatience = 20s;
 constexpr auto kQueryPatience = 3s;
 constexpr auto kPollInterval = 10ms;
 
+constexpr const char* kDefaultSource = "default.audio.source";
+constexpr const char* kDefaultSink = "default.audio.sink";
+
 void waitUntil(const std::string& what, const std::function<bool()>& holds) {
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
     while (!holds()) {
@@ -190,8 +193,8 @@ void SoundSession::startSessionManager() {
         if (!sessionManager_->isRunning()) {
             throw std::runtime_error("The session manager ended: " + sessionManager_->standardError());
         }
-        return hasDefaultMetadata() && (!options_.hasMicrophone || !defaultSource().empty()) &&
-               (!options_.hasOutput || !defaultSink().empty());
+        return hasDefaultMetadata() && (!options_.hasMicrophone || !defaultNode(kDefaultSource).empty()) &&
+               (!options_.hasOutput || !defaultNode(kDefaultSink).empty());
     });
 }
 
@@ -222,7 +225,7 @@ void SoundSession::addNode(const std::string& name, const std::string& mediaClas
                            int priority, bool becomesDefault) {
     run({"pw-cli", "create-node", "adapter", nodeProperties(name, mediaClass, position, priority)});
     if (becomesDefault) {
-        mediaClass == "Audio/Sink" ? waitForDefaultSink(name) : waitForDefaultSource(name);
+        waitForDefault(mediaClass == "Audio/Sink" ? kDefaultSink : kDefaultSource, name);
     }
 }
 
@@ -252,37 +255,12 @@ std::string SoundSession::defaultNode(const std::string& key) const {
     return text.substr(nameBegin, text.find('"', nameBegin) - nameBegin);
 }
 
-std::string SoundSession::defaultSource() const {
-    return defaultNode("default.audio.source");
-}
-
-std::string SoundSession::defaultSink() const {
-    return defaultNode("default.audio.sink");
-}
-
 void SoundSession::waitForDefault(const std::string& key, const std::string& name) const {
     waitUntil(key + " becomes " + name, [&] { return defaultNode(key) == name; });
 }
 
-void SoundSession::waitForDefaultSource(const std::string& name) const {
-    waitForDefault("default.audio.source", name);
-}
-
 void SoundSession::waitForDefaultSink(const std::string& name) const {
-    waitForDefault("default.audio.sink", name);
-}
-
-void SoundSession::setDefault(const std::string& key, const std::string& name) {
-    run({"pw-metadata", "0", "default.configured." + key, "{\"name\":\"" + name + "\"}", "Spa:String:JSON"});
-    waitForDefault("default." + key, name);
-}
-
-void SoundSession::setDefaultSource(const std::string& name) {
-    setDefault("audio.source", name);
-}
-
-void SoundSession::setDefaultSink(const std::string& name) {
-    setDefault("audio.sink", name);
+    waitForDefault(kDefaultSink, name);
 }
 
 std::unique_ptr<ChildProcess> SoundSession::play(const std::filesystem::path& file) const {
@@ -299,7 +277,7 @@ std::unique_ptr<ChildProcess> SoundSession::playIntoMicrophone(const std::filesy
         if (!player->isRunning()) {
             throw std::runtime_error("The player ended: " + player->standardError());
         }
-        return defaultSource() == name;
+        return defaultNode(kDefaultSource) == name;
     });
     return player;
 }

@@ -67,12 +67,6 @@ public:
                  bool becomesDefault = true);
     void removeNode(const std::string& name);
 
-    /// `name` of the default source or sink as the session manager tells it; empty when there is none.
-    std::string defaultSource() const;
-    std::string defaultSink() const;
-    void setDefaultSource(const std::string& name);
-    void setDefaultSink(const std::string& name);
-    void waitForDefaultSource(const std::string& name) const;
     void waitForDefaultSink(const std::string& name) const;
 
     /// Plays a sound file to the default output.
@@ -92,9 +86,9 @@ public:
 private:
     void writeConfiguration(const SoundSessionOptions& options) const;
     bool hasDefaultMetadata() const;
+    /// The default device as the session manager tells it; empty when there is none.
     std::string defaultNode(const std::string& key) const;
     void waitForDefault(const std::string& key, const std::string& name) const;
-    void setDefault(const std::string& key, const std::string& name);
 
     SoundSessionOptions options_; ///< what there is now
     std::filesystem::path folder_;
