@@ -9,7 +9,7 @@ cd "$root"
 build_packages=(
   clang-16 libclang-rt-16-dev lld-16 cmake ninja-build ccache pkg-config git
   libicu-dev nlohmann-json3-dev
-  libpipewire-0.3-dev libsndfile1-dev libsoundtouch-dev libavformat-dev libavcodec-dev libswresample-dev libavutil-dev
+  libcurl4-openssl-dev libpipewire-0.3-dev libsndfile1-dev libsoundtouch-dev libavformat-dev libavcodec-dev libswresample-dev libavutil-dev
   libpocketsphinx-dev libsphinxbase-dev pocketsphinx-en-us
   qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools libgl1-mesa-dev libqt6svg6 qt6-wayland
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-templates

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "TalkledgerCore/Ports/ModelFiles.h"
+#include "TalkledgerPlatform/ModelFiles/ModelDownload.h"
+
+#include <boost/asio/thread_pool.hpp>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace talkledger {
+
+/// The model files in one folder of this user. Speech models are named "ggml-*.bin", those that find voices
+/// "ggml-silero-*.bin", language models "*.gguf"; of each kind the newest is used. Files travel on threads of its own.
+/// The executors that wait for it have to outlive it.
+class ModelFolder final : public ModelFiles {
+public:
+    /// `checking` has to outlive it.
+    ModelFolder(std::filesystem::path folder, ModelFileChecking& checking, DownloadHosts hosts = DownloadHosts::secure);
+
+    /// Downloads under way are paused: what has arrived of them is kept.
+    ~ModelFolder() override;
+    ModelFolder(const ModelFolder&) = delete;
+    ModelFolder& operator=(const ModelFolder&) = delete;
+
+    std::vector<std::string> installed(ModelFileKind kind) const override;
+    Task<void> download(KnownModelFile file, std::shared_ptr<ModelFileProgress> progress) override;
+    Task<ModelFileKind> install(std::filesystem::path file) override;
+    void prefer(const std::string& name) override;
+    void remove(const std::string& name) override;
+
+private:
+    Task<void> checked(ModelFileKind kind, std::filesystem::path file);
+
+    const std::filesystem::path folder_;
+    ModelFileChecking& checking_;
+    const DownloadHosts hosts_;
+    std::vector<std::weak_ptr<ModelFileProgress>> downloads_;
+    boost::asio::thread_pool threads_;
+};
+
+} // namespace talkledger
