@@ -42,30 +42,31 @@ void AnswerWriter::writeForced(const std::string& text) {
 bool AnswerWriter::writeLikeliest(const std::stop_token& stop) {
     context_.append(unread_, stop);
     unread_.clear();
-    const std::span<const float> scores = context_.scores();
-    llama_token likeliest = -1;
-    float best = -std::numeric_limits<float>::infinity();
-    AnswerCursor next = cursor_;
-    for (std::size_t index = 0; index < scores.size(); ++index) {
-        if (!(scores[index] > best)) {
-            continue;
-        }
-        const auto token = static_cast<llama_token>(index);
-        AnswerCursor cursor = cursor_;
-        if (!model_.piece(token).empty() && cursor.advance(model_.piece(token))) {
-            likeliest = token;
-            best = scores[index];
-            next = cursor;
-        }
-    }
-    if (likeliest < 0) {
+    const std::optional<llama_token> token = likeliest(model_, context_.scores(), cursor_);
+    if (!token) {
         return false;
     }
-    text_ += model_.piece(likeliest);
-    cursor_ = next;
-    unread_.push_back(likeliest);
+    text_ += model_.piece(*token);
+    cursor_.advance(model_.piece(*token));
+    unread_.push_back(*token);
     ++tokenCount_;
     return true;
+}
+
+/// Only what is likelier than the best so far is held against the grammar: mostly a handful of the vocabulary.
+std::optional<llama_token> AnswerWriter::likeliest(const LlamaModel& model, std::span<const float> scores,
+                                                   const AnswerCursor& cursor) {
+    std::optional<llama_token> best;
+    float greatest = -std::numeric_limits<float>::infinity();
+    for (std::size_t index = 0; index < scores.size(); ++index) {
+        const auto token = static_cast<llama_token>(index);
+        const std::string& piece = model.piece(token);
+        if (scores[index] > greatest && !piece.empty() && AnswerCursor(cursor).advance(piece)) {
+            best = token;
+            greatest = scores[index];
+        }
+    }
+    return best;
 }
 
 void AnswerWriter::close() {

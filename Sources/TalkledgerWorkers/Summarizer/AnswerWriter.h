@@ -5,6 +5,8 @@
 #include "TalkledgerWorkers/Summarizer/LlamaModel.h"
 
 #include <cstddef>
+#include <optional>
+#include <span>
 #include <stop_token>
 #include <string>
 
@@ -20,6 +22,10 @@ public:
     std::string write(std::size_t mostTokens, const std::stop_token& stop);
 
     std::size_t tokenCount() const { return tokenCount_; }
+
+    /// The likeliest token that can come next; absent when none can.
+    static std::optional<llama_token> likeliest(const LlamaModel& model, std::span<const float> scores,
+                                                const AnswerCursor& cursor);
 
 private:
     bool hasToClose(std::size_t mostTokens) const;

@@ -9,7 +9,8 @@ namespace talkledger {
 
 namespace {
 
-constexpr std::size_t batchLength = 512;
+/// A stop request is noticed between two products of matrices: with more tokens at a time each would take too long.
+constexpr std::size_t batchLength = 128;
 constexpr std::size_t roomStep = 2048;
 
 /// What stands between the beginning that stayed and what moved, like the rest of a line that was cut: it is read on
@@ -76,7 +77,8 @@ std::size_t LlamaContext::read(const Tokens& prompt, std::size_t answerRoom, Rea
 void LlamaContext::append(std::span<const llama_token> tokens, const std::stop_token& stop) {
     while (!tokens.empty()) {
         const auto batch = tokens.first(std::min(tokens.size(), batchLength));
-        decode(batch, read_.size(), promptSequence, stop);
+        const bool isLast = batch.size() == tokens.size();
+        decode({.tokens = batch, .position = read_.size(), .sequence = promptSequence, .isScored = isLast}, stop);
         if (exactLength_ == read_.size()) {
             exactLength_ += batch.size();
         }
@@ -159,7 +161,7 @@ bool LlamaContext::move(const Tokens& prompt, std::size_t prefix, const Run& run
     if (!gap.empty()) {
         llama_memory_seq_cp(memory, promptSequence, gapSequence, 0, kept);
         try {
-            decode(gap, prefix, gapSequence, stop);
+            decode({.tokens = gap, .position = prefix, .sequence = gapSequence, .isScored = false}, stop);
         } catch (const LanguageEngineError&) {
             llama_memory_seq_rm(memory, gapSequence, -1, -1);
             forgetAfter(prefix);
@@ -184,11 +186,11 @@ void LlamaContext::forgetAfter(std::size_t length) {
     exactLength_ = std::min(exactLength_, read_.size());
 }
 
-void LlamaContext::decode(std::span<const llama_token> tokens, std::size_t position, int sequence,
-                          const std::stop_token& stop) {
-    Batch batch(tokens.size());
-    for (std::size_t index = 0; index < tokens.size(); ++index) {
-        batch.add(tokens[index], position + index, sequence, index + 1 == tokens.size());
+void LlamaContext::decode(const Piece& piece, const std::stop_token& stop) {
+    Batch batch(piece.tokens.size());
+    for (std::size_t index = 0; index < piece.tokens.size(); ++index) {
+        const bool isScored = piece.isScored && index + 1 == piece.tokens.size();
+        batch.add(piece.tokens[index], piece.position + index, piece.sequence, isScored);
     }
     std::stop_token stopped = stop;
     llama_set_abort_callback(context_.get(), isStopped, &stopped);
@@ -197,8 +199,8 @@ void LlamaContext::decode(std::span<const llama_token> tokens, std::size_t posit
     if (status == 0) {
         return;
     }
-    if (sequence == promptSequence) {
-        forgetAfter(position);
+    if (piece.sequence == promptSequence) {
+        forgetAfter(piece.position);
     }
     throw stop.stop_requested() ? LanguageEngineError::cancelled()
                                 : LanguageEngineError("The language model could not read the transcript.");

@@ -46,7 +46,15 @@ private:
     Run movedRun(const Tokens& prompt, std::size_t prefix) const;
     bool move(const Tokens& prompt, std::size_t prefix, const Run& run, const std::stop_token& stop);
     void forgetAfter(std::size_t length);
-    void decode(std::span<const llama_token> tokens, std::size_t position, int sequence, const std::stop_token& stop);
+
+    struct Piece {
+        std::span<const llama_token> tokens;
+        std::size_t position{0};
+        int sequence{0};
+        bool isScored{false}; ///< the scores after its last token are wanted
+    };
+
+    void decode(const Piece& piece, const std::stop_token& stop);
 
     struct Deleter {
         void operator()(llama_context* context) const { llama_free(context); }
