@@ -15,12 +15,12 @@ build_packages=(
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-templates
   qml6-module-qtquick-window qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
   qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
-  fonts-inter fonts-noto-cjk xdg-user-dirs
+  fonts-inter fonts-noto-cjk xdg-user-dirs pipewire-bin
   libgtest-dev libgmock-dev libbenchmark-dev libxcb1-dev
 )
 # A private sound session, a display and a speaker for the rehearsal and the tests.
 rehearsal_packages=(
-  pipewire pipewire-bin libspa-0.2-modules wireplumber
+  pipewire libspa-0.2-modules wireplumber
   xvfb openbox dbus at-spi2-core flite sox ffmpeg libglib2.0-bin util-linux
 )
 test_packages=(clang-format-16 clang-tidy-16 qml6-module-qttest)

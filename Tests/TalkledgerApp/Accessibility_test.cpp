@@ -47,6 +47,8 @@ protected:
         EnvironmentChanges environment = home_.environment();
         environment["XDG_RUNTIME_DIR"] = runtimeFolder_.path();
         environment["PIPEWIRE_RUNTIME_DIR"] = runtimeFolder_.path(); // no sound
+        environment["PIPEWIRE_CONFIG_DIR"] = runtimeFolder_.path();  // as where PipeWire is not even installed
+        environment["PIPEWIRE_DEBUG"] = "0";
         environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1";
         const QDBusConnection session = QDBusConnection::connectToBus(
             QString::fromStdString(*environment["DBUS_SESSION_BUS_ADDRESS"]), sessionName);

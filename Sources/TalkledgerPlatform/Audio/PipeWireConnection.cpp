@@ -85,7 +85,8 @@ PipeWireConnection::PipeWireConnection(ChangeHandler handler)
     }
     context_.reset(makeContext(loop()));
     if (context_ == nullptr) {
-        throw std::system_error(errno, std::generic_category(), "The sound system could not be set up");
+        throw std::system_error(errno, std::generic_category(),
+                                "PipeWire could not be set up; check that it is installed");
     }
     const auto call = [](void* context) {
         if (const ChangeHandler& changed = self(context).handler_) {
