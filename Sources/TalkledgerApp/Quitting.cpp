@@ -33,6 +33,7 @@ void Quitting::request() {
 
 void Quitting::stopAndQuit() {
     canStay_ = true;
+    model_.dismissLastError(); // so that one that is there at the end is of what was waited for
     setIsFinishing(true);
     setIsAsking(false);
     continueFinishing();
@@ -62,9 +63,11 @@ void Quitting::continueFinishing() {
     }
     if (model_.isRecording()) {
         model_.stopRecording();
-    } else if (canStay_ && (model_.statusIsFailure() || model_.lastError())) {
+    } else if (revisions_.isWorking()) {
+        return;
+    } else if (canStay_ && model_.lastError()) {
         setIsFinishing(false); // the window says what was not saved
-    } else if (!revisions_.isWorking()) {
+    } else {
         Q_EMIT finished();
     }
 }

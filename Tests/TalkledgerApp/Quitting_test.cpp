@@ -84,6 +84,7 @@ TEST_F(QuittingTest, WaitsForARecordingThatIsWorkedOn) {
     stop();
     speech_.results.close();
     revisions_->transcribeAgain(QString::fromStdString(uuidText(model().sessions().front().id)));
+    model().showError("Something else has failed meanwhile.");
     quitting().request();
     EXPECT_TRUE(quitting().isFinishing() && !quitting().isAsking());
     speech_.results.open();
