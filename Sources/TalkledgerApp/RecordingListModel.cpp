@@ -122,11 +122,13 @@ void RecordingListModel::follow() {
     for (const RecordingSession& session : wanted) {
         wantedIDs.insert(session.id);
     }
+    bool rowsCameOrWent = false;
     for (int row = rowCount() - 1; row >= 0; --row) {
         if (!wantedIDs.contains(sessions_[static_cast<std::size_t>(row)].id)) {
             beginRemoveRows({}, row, row);
             sessions_.erase(sessions_.begin() + row);
             endRemoveRows();
+            rowsCameOrWent = true;
         }
     }
     // What is left comes in the same order in both, and what is missing between is to be inserted.
@@ -143,13 +145,16 @@ void RecordingListModel::follow() {
             sessions_.insert(sessions_.begin() + row, begin, known);
             endInsertRows();
             position = static_cast<std::size_t>(known - wanted.begin());
+            rowsCameOrWent = true;
         }
-        if (known != wanted.end() && sessions_[position] != *known) {
+        if (known != wanted.end()) {
             sessions_[position] = *known;
-            Q_EMIT dataChanged(index(static_cast<int>(position)), index(static_cast<int>(position)));
         }
     }
-    Q_EMIT countChanged();
+    redrawAll(); // a title may come from the summary, of which the session does not tell
+    if (rowsCameOrWent) {
+        Q_EMIT countChanged();
+    }
 }
 
 void RecordingListModel::redrawAll() {

@@ -100,16 +100,20 @@ TEST_F(RecordingDetailViewTest, ShowsWhatTheSummaryHolds) {
     EXPECT_TRUE(shows("No summary yet."));
 }
 
-TEST_F(RecordingDetailViewTest, DraftsASummaryFromKeyPhrases) {
+TEST_F(RecordingDetailViewTest, DraftsASummaryFromKeyPhrasesWhileTheNextRecordingRuns) {
     const TranscriptDocument transcript{
         {TranscriptSegment(AudioChannel::speaker, SpeakerRole::customer, 1, 1,
-                           "We decided to start the trial in April.", TranscriptSegmentStatus::final)}};
-    addFinishedRecording("Aoba", 1'000, transcript);
+                           "We decided to start the trial in every office in April.", TranscriptSegmentStatus::final)}};
+    addFinishedRecording("Sales call 2026-03-02 09:00:00", 1'000, transcript);
     show();
+    record();
+    press(Qt::Key_Down, Qt::AltModifier); // past the one in progress
     EXPECT_TRUE(shows("No summary yet."));
     click("moreButton");
     click("draftFromKeyPhrases");
     EXPECT_TRUE(shows("Decisions"));
+    EXPECT_TRUE(shows("start the trial in every office i...")) << "its title in the list";
+    stop();
 }
 
 TEST_F(RecordingDetailViewTest, OffersTheLiveTranscriptWhereTheFilesGaveNone) {
