@@ -16,6 +16,7 @@ FocusScope {
     readonly property bool isFinishing: chosenRecording.status === "transcribing"
     readonly property bool hasPages: summaryWidth === 0 && !isLive
     readonly property bool isTight: summaryWidth === 0
+    readonly property alias hasDocument: actions.hasDocument
     readonly property int margin: isAlone ? Theme.gap3 : isTight ? Theme.gap4 : Theme.gap6
 
     property int page: 1

@@ -74,10 +74,12 @@ FocusScope {
         onActivated: appModel.refreshSessions()
     }
     Shortcut {
+        enabled: detail.hasDocument
         sequences: ["Ctrl+S"]
         onActivated: appModel.exportTranscriptMarkdown(screen.selectedID)
     }
     Shortcut {
+        enabled: detail.hasDocument
         sequences: ["Ctrl+Shift+C"]
         onActivated: appModel.copyTranscriptMarkdown(screen.selectedID)
     }
