@@ -2,25 +2,18 @@
 // everything has been read from the disk before: milliseconds, with an empty library and with five thousand recordings.
 // About 400 is the aim; nothing is asserted, since the machine decides.
 
+#include "ManyRecordings.h"
 #include "Rehearsal/PrivateHome.h"
 #include "Rehearsal/VirtualDisplay.h"
 #include "Rehearsal/Waiting.h"
 #include "Support/ChildProcess.h"
-#include "TalkledgerCore/Model/ModelsJson.h"
-#include "TalkledgerCore/Storage/RecordingStore.h"
-#include "TalkledgerCore/Support/Json.h"
-
-#include <boost/uuid/random_generator.hpp>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
-#include <fstream>
-#include <string>
 #include <vector>
 
 namespace {
@@ -30,23 +23,7 @@ using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
 constexpr int kRounds = 5;
-constexpr int kRecordings = 5000;
-
-/// Without the care of the program's own store, which would take minutes over it.
-void fill(const std::filesystem::path& library) {
-    boost::uuids::random_generator identify;
-    for (int number = 0; number < kRecordings; ++number) {
-        const Date start{std::chrono::hours(400'000) + std::chrono::minutes(45 * number)};
-        RecordingSession session;
-        session.id = identify();
-        session.title = "Quote review " + std::to_string(number);
-        session.startedAt = start;
-        session.endedAt = start + std::chrono::minutes(40);
-        session.directory = library / RecordingStore::sessionDirectoryName(session.id, session.title, start);
-        std::filesystem::create_directories(session.directory);
-        std::ofstream(session.directory / "session.json") << encodeJson(toJson(session));
-    }
-}
+constexpr std::size_t kRecordings = 5000;
 
 Milliseconds timeToWindow(const rehearsal::VirtualDisplay& display, const testing::EnvironmentChanges& environment) {
     testing::ChildProcessOptions options;
@@ -81,7 +58,7 @@ int main() {
         const rehearsal::VirtualDisplay display;
         const rehearsal::PrivateHome home;
         measure("empty library", display, home);
-        fill(home.recordings());
+        addRecordings(home.recordings(), kRecordings, {});
         measure("5000 recordings", display, home);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

@@ -534,10 +534,8 @@ auto AppModel::loaded(Load load) const -> std::optional<decltype(load())> {
 }
 
 const RecordingSession* AppModel::session(const QString& recordingID) const {
-    const std::string identifier = recordingID.toStdString();
-    const auto found = std::find_if(sessions_.begin(), sessions_.end(), [&](const RecordingSession& session) {
-        return uuidText(session.id) == identifier;
-    });
+    const auto identifier = parseUuid(recordingID.toStdString());
+    const auto found = identifier ? std::ranges::find(sessions_, *identifier, &RecordingSession::id) : sessions_.end();
     return found == sessions_.end() ? nullptr : &*found;
 }
 

@@ -47,7 +47,7 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
                                          QtDesktop& desktop, Quitting& quitting)
     : recordings_(model),
       chosenRecording_(model, recordings_),
-      player_(model),
+      player_(model, *chosenRecording_.transcript()),
       search_(model, recordings_),
       transcriptHits_(search_, *chosenRecording_.lines()),
       trash_(model),

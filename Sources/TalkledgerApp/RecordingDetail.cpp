@@ -84,7 +84,7 @@ audioFiles(const RecordingSession& session, const RecordingDiagnostics& diagnost
 } // namespace
 
 RecordingDetail::RecordingDetail(const AppModel& model, const RecordingListModel& recordings)
-    : model_(model), recordings_(recordings), lines_(model) {
+    : model_(model), recordings_(recordings), transcript_(model), lines_(model, transcript_) {
     connect(&recordings, &QAbstractItemModel::dataChanged, this, &RecordingDetail::changed);
     connect(&recordings, &RecordingListModel::countChanged, this, &RecordingDetail::changed);
     connect(&model, &AppModel::sessionsChanged, this, &RecordingDetail::readDocuments);
@@ -94,6 +94,7 @@ RecordingDetail::RecordingDetail(const AppModel& model, const RecordingListModel
 
 void RecordingDetail::setRecordingID(const QString& recordingID) {
     if (std::exchange(recordingID_, recordingID) != recordingID) {
+        transcript_.setRecordingID(recordingID);
         lines_.setRecordingID(recordingID);
         readDocuments();
         Q_EMIT recordingChosen();

@@ -2,6 +2,7 @@
 
 #include "TalkledgerApp/AppModel.h"
 #include "TalkledgerApp/RecordingListModel.h"
+#include "TalkledgerApp/StoredTranscript.h"
 #include "TalkledgerApp/TranscriptLinesModel.h"
 
 #include <QObject>
@@ -28,6 +29,7 @@ class RecordingDetail : public QObject {
     Q_PROPERTY(QVariantList messages READ messages NOTIFY documentsChanged)
     Q_PROPERTY(bool offersLiveTranscript READ offersLiveTranscript NOTIFY documentsChanged)
     Q_PROPERTY(bool needsAttention READ needsAttention NOTIFY needsAttentionChanged)
+    Q_PROPERTY(StoredTranscript* transcript READ transcript CONSTANT)
     Q_PROPERTY(QAbstractItemModel* lines READ lines CONSTANT)
 
 public:
@@ -69,6 +71,8 @@ public:
     /// A file is empty, or a message tells of a failure.
     bool needsAttention() const { return needsAttention_; }
 
+    StoredTranscript* transcript() { return &transcript_; }
+
     TranscriptLinesModel* lines() { return &lines_; }
 
 Q_SIGNALS:
@@ -94,6 +98,7 @@ private:
     QVariantList messages_;
     bool offersLiveTranscript_{false};
     bool needsAttention_{false};
+    StoredTranscript transcript_;
     TranscriptLinesModel lines_;
 };
 

@@ -1,5 +1,6 @@
 #include "TalkledgerApp/RecordingListModel.h"
 
+#include "TalkledgerApp/ScreenText.h"
 #include "TalkledgerCore/Presentation/RecordingDisplayMetadataBuilder.h"
 #include "TalkledgerCore/Presentation/RecordingListTitleBuilder.h"
 #include "TalkledgerCore/Presentation/RecordingSelection.h"
@@ -18,12 +19,8 @@ namespace {
 /// How often it is seen whether another day has begun.
 constexpr std::chrono::minutes dayCheckInterval{1};
 
-QString screenText(const std::string& text) {
-    return QString::fromStdString(text);
-}
-
 QString screenID(const std::optional<RecordingSelection::ID>& id) {
-    return id ? QString::fromStdString(uuidText(*id)) : QString();
+    return id ? screenText(uuidText(*id)) : QString();
 }
 
 QDateTime startOf(const RecordingSession& session) {
@@ -89,12 +86,19 @@ QHash<int, QByteArray> RecordingListModel::roleNames() const {
             {statusText, "statusText"}};
 }
 
+int RecordingListModel::rowOf(const boost::uuids::uuid& recordingID) const {
+    if (rows_.empty()) {
+        for (int row = 0; row < rowCount(); ++row) {
+            rows_.emplace(sessions_[static_cast<std::size_t>(row)].id, row);
+        }
+    }
+    const auto found = rows_.find(recordingID);
+    return found == rows_.end() ? -1 : found->second;
+}
+
 int RecordingListModel::rowOf(const QString& recordingID) const {
-    const std::string identifier = recordingID.toStdString();
-    const auto found = std::find_if(sessions_.begin(), sessions_.end(), [&](const RecordingSession& session) {
-        return uuidText(session.id) == identifier;
-    });
-    return found == sessions_.end() ? -1 : static_cast<int>(found - sessions_.begin());
+    const auto identifier = parseUuid(recordingID.toStdString());
+    return identifier ? rowOf(*identifier) : -1;
 }
 
 QString RecordingListModel::recordingIDAt(int row) const {
@@ -127,6 +131,7 @@ void RecordingListModel::follow() {
         if (!wantedIDs.contains(sessions_[static_cast<std::size_t>(row)].id)) {
             beginRemoveRows({}, row, row);
             sessions_.erase(sessions_.begin() + row);
+            rows_.clear();
             endRemoveRows();
             rowsCameOrWent = true;
         }
@@ -143,6 +148,7 @@ void RecordingListModel::follow() {
             const int row = static_cast<int>(position);
             beginInsertRows({}, row, static_cast<int>(known - wanted.begin()) - 1);
             sessions_.insert(sessions_.begin() + row, begin, known);
+            rows_.clear();
             endInsertRows();
             position = static_cast<std::size_t>(known - wanted.begin());
             rowsCameOrWent = true;

@@ -6,6 +6,7 @@
 #include <QAbstractListModel>
 #include <QDate>
 #include <QString>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,7 @@ public:
     int count() const { return rowCount(); }
 
     /// The row of a recording; -1 when it is not there.
+    int rowOf(const boost::uuids::uuid& recordingID) const;
     Q_INVOKABLE int rowOf(const QString& recordingID) const;
     Q_INVOKABLE QString recordingIDAt(int row) const;
 
@@ -73,6 +75,7 @@ private:
 
     const AppModel& model_;
     std::vector<RecordingSession> sessions_;
+    mutable std::map<boost::uuids::uuid, int> rows_; ///< made when they are first asked for
     QDate today_;
 };
 

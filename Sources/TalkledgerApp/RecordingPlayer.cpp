@@ -25,8 +25,11 @@ PlaybackTrack trackOf(const FileSystem& files, const std::filesystem::path& file
 
 } // namespace
 
-RecordingPlayer::RecordingPlayer(const AppModel& model)
-    : model_(model), playback_(model.ports().playback), self_(std::make_shared<RecordingPlayer*>(this)) {
+RecordingPlayer::RecordingPlayer(const AppModel& model, const StoredTranscript& transcript)
+    : model_(model),
+      transcript_(transcript),
+      playback_(model.ports().playback),
+      self_(std::make_shared<RecordingPlayer*>(this)) {
     playback_.setEventHandler([weak = std::weak_ptr(self_), main = model.mainExecutor()](const PlaybackEvent& event) {
         boost::asio::post(main, [weak, event] {
             if (const auto self = weak.lock()) {
@@ -38,6 +41,7 @@ RecordingPlayer::RecordingPlayer(const AppModel& model)
     connect(&clock_, &QTimer::timeout, this, &RecordingPlayer::follow);
     connect(&model, &AppModel::sessionsChanged, this, &RecordingPlayer::load);
     connect(&model, &AppModel::currentSessionChanged, this, &RecordingPlayer::load);
+    connect(&transcript, &StoredTranscript::changed, this, &RecordingPlayer::loadTalk);
 }
 
 RecordingPlayer::~RecordingPlayer() {
@@ -56,30 +60,28 @@ void RecordingPlayer::setRecordingID(const QString& recordingID) {
 
 void RecordingPlayer::load() {
     files_ = {};
-    lines_.clear();
-    talk_.clear();
     const RecordingSession* const session = model_.session(recordingID_);
     if (session != nullptr && recordingID_ != model_.currentRecordingID()) {
         const FileSystem& fileSystem = model_.ports().fileSystem;
         const RecordingTimeline timeline = RecordingTimeline::load(fileSystem, session->directory);
         files_ = {trackOf(fileSystem, session->artifacts.micAudio, timeline.micStart),
                   trackOf(fileSystem, session->artifacts.speakerAudio, timeline.speakerStart)};
-        loadTalk(model_.transcript(*session).value_or(TranscriptDocument()));
         boost::asio::co_spawn(model_.mainExecutor(), measure(recordingID_), boost::asio::detached);
     }
     if (!canPlay()) {
         pause();
     }
-    Q_EMIT recordingChanged();
+    loadTalk();
 }
 
-void RecordingPlayer::loadTalk(const TranscriptDocument& transcript) {
-    lines_ = TranscriptTimelineBuilder().buildSpans(transcript);
-    for (const TranscriptSegment& segment : transcript.segments) {
+void RecordingPlayer::loadTalk() {
+    talk_.clear();
+    for (const TranscriptSegment& segment : transcript_.content().segments) {
         talk_.push_back(QVariantMap{{QStringLiteral("begin"), segment.startTime},
                                     {QStringLiteral("end"), segment.startTime + segment.duration},
                                     {QStringLiteral("isMine"), segment.role == SpeakerRole::me}});
     }
+    Q_EMIT recordingChanged();
 }
 
 /// A file that cannot be measured cannot be heard either.
@@ -181,8 +183,9 @@ void RecordingPlayer::skip(double seconds) {
 }
 
 void RecordingPlayer::playLine(int row) {
-    if (canPlay() && row >= 0 && static_cast<std::size_t>(row) < lines_.size()) {
-        setPosition(lines_[static_cast<std::size_t>(row)].begin);
+    const std::vector<TranscriptLineSpan>& spans = transcript_.content().spans;
+    if (canPlay() && row >= 0 && static_cast<std::size_t>(row) < spans.size()) {
+        setPosition(spans[static_cast<std::size_t>(row)].begin);
         request();
     }
 }
@@ -239,8 +242,9 @@ void RecordingPlayer::setPosition(double position) {
         Q_EMIT positionChanged();
     }
     // The lines are in the order of their beginnings; of two that overlap, the later one counts.
-    const auto next = std::ranges::upper_bound(lines_, position_, {}, &TranscriptLineSpan::begin);
-    const int line = static_cast<int>(next - lines_.begin()) - 1;
+    const std::vector<TranscriptLineSpan>& spans = transcript_.content().spans;
+    const auto next = std::ranges::upper_bound(spans, position_, {}, &TranscriptLineSpan::begin);
+    const int line = static_cast<int>(next - spans.begin()) - 1;
     if (std::exchange(currentLine_, line) != line) {
         Q_EMIT currentLineChanged();
     }

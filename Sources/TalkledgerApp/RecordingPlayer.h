@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TalkledgerApp/AppModel.h"
-#include "TalkledgerCore/Transcription/TranscriptTimelineBuilder.h"
+#include "TalkledgerApp/StoredTranscript.h"
 
 #include <QObject>
 #include <QString>
@@ -35,8 +35,8 @@ public:
     enum Tracks { both, microphone, systemAudio };
     Q_ENUM(Tracks)
 
-    /// It has to outlive this one.
-    explicit RecordingPlayer(const AppModel& model);
+    /// Both have to outlive it.
+    RecordingPlayer(const AppModel& model, const StoredTranscript& transcript);
     ~RecordingPlayer() override;
     RecordingPlayer(const RecordingPlayer&) = delete;
     RecordingPlayer& operator=(const RecordingPlayer&) = delete;
@@ -94,7 +94,7 @@ Q_SIGNALS:
 
 private:
     void load();
-    void loadTalk(const TranscriptDocument& transcript);
+    void loadTalk();
     Task<void> measure(QString recordingID);
     void setDuration(double duration);
 
@@ -113,12 +113,12 @@ private:
     void clearFailure();
 
     const AppModel& model_;
+    const StoredTranscript& transcript_;
     Playback& playback_;
     std::shared_ptr<RecordingPlayer*> self_; ///< for what comes from elsewhere and may come too late
     QString recordingID_;
     std::array<PlaybackTrack, 2> files_;  ///< microphone and system audio; an empty path: there is none
     std::vector<AudioChannel> requested_; ///< the tracks of the last request
-    std::vector<TranscriptLineSpan> lines_;
     QVariantList talk_;
     double duration_{0};
     std::uint64_t request_{0};

@@ -1,9 +1,7 @@
 #include "TalkledgerApp/RecordingSearchIndex.h"
 
-#include "TalkledgerCore/Model/ModelsJson.h"
-#include "TalkledgerCore/Storage/RecordingStore.h"
+#include "TalkledgerApp/StoredDocument.h"
 
-#include <exception>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -16,15 +14,6 @@ constexpr std::size_t mostCounted = 200;
 
 /// Beside the title, which is marked itself.
 constexpr std::size_t mostSnippets = 2;
-
-template <typename Value>
-std::optional<Value> loaded(const FileSystem& fileSystem, const std::filesystem::path& file) {
-    try {
-        return decodeJson<Value>(fileSystem.readFile(file, RecordingStore::maximumFileBytes), jsonFile(file));
-    } catch (const std::exception&) {
-        return std::nullopt; // it is found without
-    }
-}
 
 std::filesystem::file_time_type timeOf(const std::filesystem::path& file) {
     std::error_code missing;
@@ -116,8 +105,8 @@ RecordingSearchIndex::Result RecordingSearchIndex::search(const RecordingSearchQ
 
 std::vector<RecordingSearchPlace> RecordingSearchIndex::read(const RecordingSession& session,
                                                              const AppCopy& copy) const {
-    return searchPlaces(session, loaded<TranscriptDocument>(fileSystem_, session.artifacts.transcript),
-                        loaded<SalesSummary>(fileSystem_, session.artifacts.summary), copy);
+    return searchPlaces(session, storedDocument<TranscriptDocument>(fileSystem_, session.artifacts.transcript),
+                        storedDocument<SalesSummary>(fileSystem_, session.artifacts.summary), copy);
 }
 
 } // namespace talkledger

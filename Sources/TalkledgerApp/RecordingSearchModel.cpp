@@ -109,11 +109,25 @@ void RecordingSearchModel::search(std::size_t most) {
     });
 }
 
+/// The rows of the earlier result stay and change what they say: that is much less work than to make new ones.
 void RecordingSearchModel::take(RecordingSearchIndex::Result result) {
     isSearching_ = false;
-    beginResetModel();
-    result_ = std::move(result);
-    endResetModel();
+    const int earlier = rowCount();
+    const auto wanted = static_cast<int>(result.found.size());
+    if (wanted < earlier) {
+        beginRemoveRows({}, wanted, earlier - 1);
+        result_ = std::move(result);
+        endRemoveRows();
+    } else if (wanted > earlier) {
+        beginInsertRows({}, earlier, wanted - 1);
+        result_ = std::move(result);
+        endInsertRows();
+    } else {
+        result_ = std::move(result);
+    }
+    if (const int kept = std::min(earlier, wanted); kept > 0) {
+        Q_EMIT dataChanged(index(0), index(kept - 1));
+    }
     Q_EMIT found();
 }
 
@@ -134,13 +148,12 @@ QVariant RecordingSearchModel::data(const QModelIndex& index, int role) const {
         return {};
     }
     const RecordingSearchIndex::Found& match = result_.found[static_cast<std::size_t>(index.row())];
-    const QString id = QString::fromStdString(uuidText(match.session.id));
     const auto listed = [&](RecordingListModel::Role listedRole) {
-        return recordings_.data(recordings_.index(recordings_.rowOf(id)), listedRole);
+        return recordings_.data(recordings_.index(recordings_.rowOf(match.session.id)), listedRole);
     };
     switch (role) {
     case recordingID:
-        return id;
+        return QString::fromStdString(uuidText(match.session.id));
     case title: {
         const QString shown = listed(RecordingListModel::title).toString();
         const QString marks = marked(shown, styleOfMarks());

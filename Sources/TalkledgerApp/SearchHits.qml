@@ -49,6 +49,7 @@ Item {
         anchors.top: summary.bottom
         anchors.topMargin: Theme.gap1
         boundsBehavior: Flickable.StopAtBounds
+        cacheBuffer: 0 // rows made ahead would be asked for again of a result that may not have them
         clip: true
         highlightMoveDuration: 0
         model: search

@@ -7,8 +7,9 @@
 
 namespace talkledger {
 
-TranscriptLinesModel::TranscriptLinesModel(const AppModel& model) : model_(model) {
-    connect(&model, &AppModel::sessionsChanged, this, &TranscriptLinesModel::load);
+TranscriptLinesModel::TranscriptLinesModel(const AppModel& model, const StoredTranscript& stored)
+    : model_(model), stored_(stored) {
+    connect(&stored, &StoredTranscript::changed, this, &TranscriptLinesModel::load);
     connect(&model, &AppModel::currentSessionChanged, this, &TranscriptLinesModel::load);
     connect(&model, &AppModel::liveLinesChanged, this,
             qOverload<const std::vector<TranscriptLineChange>&>(&TranscriptLinesModel::apply));
@@ -66,32 +67,35 @@ bool TranscriptLinesModel::isLive() const {
 }
 
 std::vector<TranscriptTimelineLine> TranscriptLinesModel::currentLines() const {
-    if (isLive()) {
-        return model_.liveLines();
-    }
-    const RecordingSession* const session = model_.session(recordingID_);
-    if (session == nullptr) {
-        return {};
-    }
-    return TranscriptTimelineBuilder().buildLines(model_.transcript(*session).value_or(TranscriptDocument()));
+    return isLive() ? model_.liveLines() : stored_.content().lines;
 }
 
 void TranscriptLinesModel::load() {
+    if (stored_.recordingID() != recordingID_) {
+        return; // another one is about to be chosen
+    }
+    if (!isLive() && stored_.isBeingRead()) {
+        return; // what is shown stays in view until then
+    }
     const std::vector<TranscriptTimelineLine> lines = currentLines();
     if (lines == lines_) {
         return;
     }
     const std::size_t shared = std::min(lines.size(), lines_.size());
-    std::vector<TranscriptLineChange> changes;
-    for (std::size_t row = lines_.size(); row > shared; --row) {
-        changes.push_back({.kind = TranscriptLineChange::Kind::removed, .row = row - 1, .line = {}});
+    if (shared < lines_.size()) {
+        beginRemoveRows({}, static_cast<int>(shared), rowCount() - 1);
+        lines_.resize(shared);
+        endRemoveRows();
     }
-    for (std::size_t row = 0; row < lines.size(); ++row) {
-        const auto kind = row < shared ? TranscriptLineChange::Kind::replaced : TranscriptLineChange::Kind::inserted;
-        changes.push_back({.kind = kind, .row = row, .line = lines[row]});
+    for (std::size_t row = 0; row < shared; ++row) {
+        if (lines_[row] != lines[row]) {
+            apply({.kind = TranscriptLineChange::Kind::replaced, .row = row, .line = lines[row]});
+        }
     }
-    for (const TranscriptLineChange& change : changes) {
-        apply(change);
+    if (shared < lines.size()) {
+        beginInsertRows({}, static_cast<int>(shared), static_cast<int>(lines.size()) - 1);
+        lines_ = lines;
+        endInsertRows();
     }
     Q_EMIT linesChanged();
 }

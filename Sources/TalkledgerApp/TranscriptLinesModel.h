@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TalkledgerApp/AppModel.h"
+#include "TalkledgerApp/StoredTranscript.h"
 #include "TalkledgerCore/Transcription/TranscriptTimelineBuilder.h"
 
 #include <QAbstractListModel>
@@ -20,8 +21,8 @@ class TranscriptLinesModel : public QAbstractListModel {
 public:
     enum Role { timecode = Qt::UserRole, speaker, isTrailing, isPartial, text };
 
-    /// `model` has to outlive it.
-    explicit TranscriptLinesModel(const AppModel& model);
+    /// Both have to outlive it.
+    TranscriptLinesModel(const AppModel& model, const StoredTranscript& stored);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
@@ -32,6 +33,7 @@ public:
     /// The longest one; empty without lines.
     QString lastTimecode() const;
 
+    /// Of the same recording as the stored ones.
     void setRecordingID(const QString& recordingID);
 
 Q_SIGNALS:
@@ -46,6 +48,7 @@ private:
     void redrawAll();
 
     const AppModel& model_;
+    const StoredTranscript& stored_;
     QString recordingID_;
     std::vector<TranscriptTimelineLine> lines_;
 };

@@ -112,6 +112,7 @@ FocusScope {
         anchors.top: head.bottom
         bottomMargin: Theme.gap2
         boundsBehavior: Flickable.StopAtBounds
+        cacheBuffer: 0 // lines made ahead would be asked for again of another recording, which may not have them
         clip: true
         keyNavigationEnabled: false
         highlightMoveDuration: 0
@@ -210,13 +211,21 @@ FocusScope {
         color: Theme.text2
         horizontalAlignment: Text.AlignHCenter
         objectName: "transcriptNote"
-        text: view.isFinishing ? texts.transcriptInTheMaking
+        text: chosenRecording.transcript.isBeingRead ? texts.loading
+            : view.isFinishing ? texts.transcriptInTheMaking
             : !view.isLive ? texts.noTranscriptSegments
             : appModel.awaitsLiveText ? texts.speechAppearsHere
             : appModel.isSpeechOffered ? texts.transcriptAfterStop : texts.recordingIsRunning
-        visible: lines.count === 0
+        visible: lines.count === 0 && !(chosenRecording.transcript.isBeingRead && patience.running)
         width: Math.min(parent.width - 2 * view.margin, 480)
         wrapMode: Text.Wrap
+
+        Timer {
+            id: patience
+
+            interval: Theme.loadingMilliseconds
+            running: chosenRecording.transcript.isBeingRead
+        }
     }
     ActionButton {
         anchors.horizontalCenter: parent.horizontalCenter

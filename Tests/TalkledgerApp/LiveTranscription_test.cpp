@@ -170,10 +170,15 @@ TEST_F(LiveTranscriptionTest, AFailedStartLeavesNothingOfIt) {
 
 TEST_F(LiveTranscriptionTest, LinesComeAndChangeOneByOne) {
     const RecordingSession other = addFinishedRecording("other", 1'000, {});
-    TranscriptLinesModel lines(makeModel());
+    StoredTranscript stored(makeModel());
+    TranscriptLinesModel lines(model(), stored);
+    const auto choose = [&](const QString& recordingID) {
+        stored.setRecordingID(recordingID);
+        lines.setRecordingID(recordingID);
+    };
     const QAbstractItemModelTester tester(&lines, QAbstractItemModelTester::FailureReportingMode::Fatal);
     recordLive();
-    lines.setRecordingID(model().currentRecordingID());
+    choose(model().currentRecordingID());
     const QSignalSpy resets(&lines, &QAbstractItemModel::modelReset);
     say(AudioChannel::speaker, supposed("Could you", 10, 1));
     say(AudioChannel::mic, spoken("Good morning.", 1, 1));
@@ -188,7 +193,7 @@ TEST_F(LiveTranscriptionTest, LinesComeAndChangeOneByOne) {
     EXPECT_THAT(textsOf(lines), ElementsAre("The budget is approved."));
     EXPECT_EQ(resets.count(), 0) << "what is shown keeps its place";
 
-    lines.setRecordingID(QString::fromStdString(uuidText(other.id)));
+    choose(QString::fromStdString(uuidText(other.id)));
     EXPECT_THAT(textsOf(lines), IsEmpty());
     EXPECT_EQ(resets.count(), 1);
     recordLive();
