@@ -1,5 +1,7 @@
 #include "TalkledgerApp/AppBootstrap.h"
 
+#include "TalkledgerPlatform/Files/UserFolders.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QLocale>
@@ -17,10 +19,15 @@ WorkerSpeechRecognition::Settings speechSettings() {
     return settings;
 }
 
-WorkerLanguageModel::Settings languageModelSettings(PosixFileSystem& fileSystem) {
+/// It is named and not made: where nothing can be kept, the program starts all the same, and says so.
+std::filesystem::path modelFolder() {
+    return UserFolders::fromEnvironment().dataHome / "Talkledger" / "Models";
+}
+
+WorkerLanguageModel::Settings languageModelSettings() {
     WorkerLanguageModel::Settings settings;
     settings.worker.program = workerProgram("talkledger-summarizer");
-    settings.modelFolder = fileSystem.applicationSupportDirectory() / "Talkledger" / "Models";
+    settings.modelFolder = modelFolder();
     return settings;
 }
 
@@ -34,7 +41,7 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
       systemAudio_(background_.get_executor(), trackHealthHandler()),
       audioFiles_(background_.get_executor(), trackHealthHandler()),
       speechRecognition_(speechSettings()),
-      languageModel_(languageModelSettings(fileSystem_)),
+      languageModel_(languageModelSettings()),
       model_({.fileSystem = fileSystem_,
               .audioInput = audioInput_,
               .systemAudio = systemAudio_,
