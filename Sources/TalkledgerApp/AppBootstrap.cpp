@@ -16,6 +16,7 @@ WorkerSpeechRecognition::Settings speechSettings() {
     WorkerSpeechRecognition::Settings settings;
     settings.worker.program = workerProgram("talkledger-transcriber");
     settings.desktopLocale = QLocale::system().name().toStdString();
+    settings.installedModels = UserFolders::fromEnvironment().dataHome / "Talkledger" / "Models";
     return settings;
 }
 

@@ -27,9 +27,6 @@ constexpr std::int32_t languageTokens = 50259;
 constexpr std::int32_t timeTokens = 50364;
 constexpr std::int32_t timeOfSentence = 150; ///< in steps of 20 ms
 
-/// Tokens with which the engine cannot do without come first.
-const std::vector<std::string> requiredTokens{" ", " -", " '"};
-
 enum class Format : std::int32_t { single = 0, half = 1 };
 
 using Values = std::function<float(std::size_t index)>;
@@ -126,7 +123,7 @@ private:
             const std::int32_t center = 1 + index / bins * 2;
             writer_.number(std::bit_cast<std::int32_t>(index % bins == center ? 0.01F : 0.0F));
         }
-        std::vector<std::string> tokens = requiredTokens;
+        std::vector<std::string> tokens = model_.requiredWords;
         tokens.insert(tokens.end(), model_.words.begin(), model_.words.end());
         while (static_cast<std::int32_t>(tokens.size()) < writtenTokens) {
             tokens.push_back("<" + std::to_string(tokens.size()) + ">");
@@ -190,7 +187,7 @@ private:
     std::vector<std::int32_t> saidTokens() const {
         std::vector<std::int32_t> tokens{timeTokens};
         for (std::size_t word = 0; word < model_.words.size(); ++word) {
-            tokens.push_back(static_cast<std::int32_t>(requiredTokens.size() + word));
+            tokens.push_back(static_cast<std::int32_t>(model_.requiredWords.size() + word));
         }
         tokens.push_back(timeTokens + timeOfSentence);
         tokens.push_back(endToken);

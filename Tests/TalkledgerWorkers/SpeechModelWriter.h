@@ -11,6 +11,7 @@ namespace talkledger::testing {
 /// A speech model that says the same sentence of three seconds to whatever it hears.
 struct CannedModel {
     std::vector<std::string> words{" we", " have", " a", " budget"};
+    std::vector<std::string> requiredWords{" ", " -", " '"}; ///< without which the engine breaks down
     std::string language{}; ///< that it takes everything for; by default it cannot tell
     std::int32_t width{32}; ///< of its layers; 512 and six layers with eight heads are those of the model named "base"
     std::int32_t heads{1};

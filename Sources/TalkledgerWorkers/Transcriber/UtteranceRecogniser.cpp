@@ -3,7 +3,6 @@
 #include "TalkledgerWorkers/Transcriber/SpeechEngine.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <utility>
 
 namespace talkledger {
@@ -32,6 +31,12 @@ std::vector<std::string> knownLanguages(const WhisperModel& model, const SpeechE
 
 } // namespace
 
+std::size_t spokenLanguage(std::span<const float> probabilities) {
+    const auto likeliest = std::max_element(probabilities.begin(), probabilities.end());
+    const bool isOther = *likeliest >= otherIsSpoken && probabilities.front() < askedIsNotSpoken;
+    return isOther ? static_cast<std::size_t>(likeliest - probabilities.begin()) : 0;
+}
+
 UtteranceRecogniser::UtteranceRecogniser(std::shared_ptr<const WhisperModel> model, std::shared_ptr<ComputeGate> gate,
                                          const SpeechEngineChoice& choice)
     : model_(std::move(model)),
@@ -52,7 +57,7 @@ std::vector<SpeechSegment> UtteranceRecogniser::recognise(const SpeechWindow& wi
                                   .shouldStop = [&] { return stop.stop_requested(); }};
     std::optional<std::vector<WhisperPassage>> passages = state_.hear(window.samples(), hearing);
     if (passages && languages_.size() > 1) {
-        lastLanguage_ = spokenLanguage(turn->threads());
+        lastLanguage_ = languages_[spokenLanguage(state_.languageProbabilities(languages_, turn->threads()))];
         if (lastLanguage_ != hearing.language) {
             hearing.language = lastLanguage_;
             passages = state_.hear(window.samples(), hearing);
@@ -81,14 +86,6 @@ std::optional<std::string> UtteranceRecogniser::hypothesis(std::span<const float
         text += passage.text();
     }
     return text;
-}
-
-/// Of what was heard last.
-std::string UtteranceRecogniser::spokenLanguage(int threads) {
-    const std::vector<float> probabilities = state_.languageProbabilities(languages_, threads);
-    const auto likeliest = std::max_element(probabilities.begin(), probabilities.end());
-    const bool isOther = *likeliest >= otherIsSpoken && probabilities.front() < askedIsNotSpoken;
-    return isOther ? languages_[static_cast<std::size_t>(likeliest - probabilities.begin())] : languages_.front();
 }
 
 } // namespace talkledger

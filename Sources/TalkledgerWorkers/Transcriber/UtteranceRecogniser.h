@@ -5,6 +5,7 @@
 #include "TalkledgerWorkers/Transcriber/SpeechWindow.h"
 #include "TalkledgerWorkers/Transcriber/WhisperModel.h"
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <span>
@@ -13,6 +14,9 @@
 #include <vector>
 
 namespace talkledger {
+
+/// Which of the languages was spoken, when each is that probable; the first is the one asked for.
+std::size_t spokenLanguage(std::span<const float> probabilities);
 
 /// Recognises utterances in the language asked for, or in another of the user's when that is clearly what was spoken.
 /// Waits for its turn at the processor. Used by one thread at a time; everything throws `SpeechEngineError`.
@@ -34,8 +38,6 @@ public:
     const CaughtInventions& caught() const { return filter_.caught(); }
 
 private:
-    std::string spokenLanguage(int threads);
-
     std::shared_ptr<const WhisperModel> model_;
     std::shared_ptr<ComputeGate> gate_;
     WhisperState state_;

@@ -33,14 +33,17 @@ constexpr float bandKnown = 3;
 constexpr float quietest = -62;
 
 /// dB, the mean change of a band against the others.
-constexpr float leastChange = 1.8F;
+constexpr float leastChange = 1.4F;
+
+/// A voice's pitch changes by less than one part in so many between two frames.
+constexpr int steadiness = 8;
 
 /// Pairs of frames with a voice, and among them with a change, that one syllable has at least.
-constexpr int leastPairs = 4;
+constexpr int leastPairs = 3;
 constexpr int leastChanges = 2;
 
 /// The share of the pairs with a change at which it is as likely speech as not.
-constexpr float evenShare = 0.3F;
+constexpr float evenShare = 0.27F;
 
 constexpr int stretchFrames = 16; ///< half a second
 constexpr std::size_t stretches = 8;
@@ -110,7 +113,7 @@ float VoiceDetector::probability(std::span<const float> samples) {
     for (std::size_t index = comparison; index < recent_.size(); ++index) {
         const Frame& before = recent_[index - comparison];
         const Frame& after = recent_[index];
-        if (before.isVoiced && after.isVoiced && before.standsOut && after.standsOut) {
+        if (before.period > 0 && after.period > 0 && before.standsOut && after.standsOut) {
             ++pairs;
             changes += hasChanged(before, after) ? 1 : 0;
         }
@@ -151,13 +154,17 @@ VoiceDetector::Frame VoiceDetector::describe(std::span<const float> samples) {
     const auto end = static_cast<std::int64_t>(static_cast<double>(++frames_) * frameLength / sampleRate *
                                                VoicingDetector::framesPerSecond) -
                      unknown;
-    frame.isVoiced = voicing_.voicedFrames(end - 3, end) > 0;
+    frame.period = voicing_.period(end - 3, end);
     voicing_.forget(end - 3);
     return frame;
 }
 
 /// Whether the sound has another colour, whatever its strength.
 bool VoiceDetector::hasChanged(const Frame& before, const Frame& after) const {
+    // The next note of a melody is another colour, too, yet also another pitch.
+    if (std::abs(after.period - before.period) * steadiness > after.period) {
+        return false;
+    }
     std::array<float, bandCount> changes{};
     std::size_t count = 0;
     for (std::size_t band = 0; band < bandCount; ++band) {

@@ -41,7 +41,7 @@ private:
 
     struct Frame {
         Levels levels{};
-        bool isVoiced{false};
+        int period{0}; ///< of the voice in it; 0 without one
         bool standsOut{false};
     };
 

@@ -56,42 +56,56 @@ void VoicingDetector::append(std::span<const std::int16_t> samples) {
     }
     std::size_t frame = 0;
     for (; frame + windowLength <= pending_.size(); frame += hop) {
-        voiced_.push_back(isVoiced(std::span(pending_).subspan(frame, windowLength)));
+        periods_.push_back(period(std::span(pending_).subspan(frame, windowLength)));
     }
     pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(frame));
 }
 
 int VoicingDetector::voicedFrames(std::int64_t first, std::int64_t last) const {
-    const auto known = static_cast<std::int64_t>(voiced_.size());
-    const std::int64_t begin = std::clamp<std::int64_t>(first - firstKnown_, 0, known);
-    const std::int64_t end = std::clamp<std::int64_t>(last - firstKnown_ + 1, begin, known);
-    return static_cast<int>(std::count(voiced_.begin() + begin, voiced_.begin() + end, true));
+    int count = 0;
+    for (std::int64_t frame = std::max(first, firstKnown_); frame <= last; ++frame) {
+        count += period(frame, frame) > 0 ? 1 : 0;
+    }
+    return count;
+}
+
+int VoicingDetector::period(std::int64_t first, std::int64_t last) const {
+    const std::int64_t end = firstKnown_ + static_cast<std::int64_t>(periods_.size());
+    for (std::int64_t frame = std::min(last, end - 1); frame >= std::max(first, firstKnown_); --frame) {
+        if (const int found = periods_[static_cast<std::size_t>(frame - firstKnown_)]; found > 0) {
+            return found;
+        }
+    }
+    return 0;
 }
 
 void VoicingDetector::forget(std::int64_t first) {
-    while (firstKnown_ < first && !voiced_.empty()) {
-        voiced_.pop_front();
+    while (firstKnown_ < first && !periods_.empty()) {
+        periods_.pop_front();
         ++firstKnown_;
     }
 }
 
-bool VoicingDetector::isVoiced(std::span<const float> window) const {
+int VoicingDetector::period(std::span<const float> window) {
     const std::span<const float> reference = window.first(correlated);
     const float referenceEnergy = energy(reference);
     // Quieter than -80 dB of full scale is nobody's voice.
     constexpr float silentEnergy = 1e-8F * correlated;
     if (referenceEnergy < silentEnergy) {
-        return false;
+        return 0;
     }
     float delayedEnergy = energy(window.subspan(shortestPeriod, correlated));
     float previous = 1;
     bool isRising = false;
+    float best = 0;
+    int bestPeriod = 0;
     for (std::size_t period = shortestPeriod; period <= longestPeriod; ++period) {
         const float correlation = product(reference, window.subspan(period, correlated)) /
                                   std::sqrt(referenceEnergy * std::max(delayedEnergy, silentEnergy));
         // Only a peak is a period: smooth noise correlates with itself at the shortest delays.
-        if (isRising && correlation < previous && previous >= voicedCorrelation) {
-            return true;
+        if (isRising && correlation < previous && previous >= voicedCorrelation && previous > best) {
+            best = previous;
+            bestPeriod = static_cast<int>(period) - 1;
         }
         isRising = correlation > previous;
         previous = correlation;
@@ -99,7 +113,7 @@ bool VoicingDetector::isVoiced(std::span<const float> window) const {
         const float entering = window[period + correlated];
         delayedEnergy += entering * entering - leaving * leaving;
     }
-    return false;
+    return bestPeriod;
 }
 
 } // namespace talkledger

@@ -22,17 +22,20 @@ public:
     /// The frames that are voiced between two times, in frames from the beginning of the stream.
     int voicedFrames(std::int64_t first, std::int64_t last) const;
 
+    /// The period of the voice in the last of the voiced frames between two times, in samples at 8 kHz; 0 without one.
+    int period(std::int64_t first, std::int64_t last) const;
+
     /// Frees what is known of the frames before `first`.
     void forget(std::int64_t first);
 
 private:
-    bool isVoiced(std::span<const float> window) const;
+    static int period(std::span<const float> window);
 
     std::vector<float> pending_; ///< from the beginning of the next frame on, at half the rate
     float previous_{0};          ///< of the halved rate, for the difference
     int carried_{0};             ///< the first sample of a pair, when the samples end in its middle
     bool isCarrying_{false};
-    std::deque<bool> voiced_; ///< from `firstKnown_` on
+    std::deque<int> periods_; ///< of the frames from `firstKnown_` on; 0 for one without a voice
     std::int64_t firstKnown_{0};
 };
 

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <string_view>
 #include <utility>
 
@@ -81,6 +82,16 @@ struct Stopping {
     }
 };
 
+/// The engine's own exceptions, which a strange model can cause, say nothing to a user.
+template <typename Result, typename Engine>
+Result attempt(Result failure, Engine engine) {
+    try {
+        return engine();
+    } catch (const std::exception&) {
+        return failure;
+    }
+}
+
 whisper_full_params parametersFor(const WhisperState::Hearing& hearing) {
     whisper_full_params parameters = whisper_full_default_params(WHISPER_SAMPLING_GREEDY);
     parameters.n_threads = hearing.threads;
@@ -117,7 +128,8 @@ WhisperModel::WhisperModel(const std::filesystem::path& path) {
     whisper_context_params parameters = whisper_context_default_params();
     parameters.use_gpu = false;
     parameters.flash_attn = true;
-    context_ = whisper_init_from_file_with_params_no_state(path.c_str(), parameters);
+    context_ = attempt<whisper_context*>(
+        nullptr, [&] { return whisper_init_from_file_with_params_no_state(path.c_str(), parameters); });
     if (context_ == nullptr) {
         throw SpeechEngineError("The speech model \"" + path.string() +
                                 "\" cannot be loaded. Download it again, or choose another one.");
@@ -157,8 +169,10 @@ std::optional<std::vector<WhisperPassage>> WhisperState::hear(std::span<const fl
     Stopping stopping{hearing};
     parameters.abort_callback = Stopping::ask;
     parameters.abort_callback_user_data = &stopping;
-    const int failure =
-        whisper_full_with_state(model_->context(), state_, parameters, padded.data(), static_cast<int>(padded.size()));
+    const int failure = attempt(-1, [&] {
+        return whisper_full_with_state(model_->context(), state_, parameters, padded.data(),
+                                       static_cast<int>(padded.size()));
+    });
     if (Stopping::ask(&stopping)) {
         return std::nullopt;
     }

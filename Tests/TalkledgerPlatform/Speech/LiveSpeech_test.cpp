@@ -9,6 +9,10 @@
 #include "TalkledgerPlatform/Speech/WorkerSpeechRecognition.h"
 #include "TalkledgerPlatform/Worker/WorkerError.h"
 #include "TalkledgerWorkers/SpokenAudio.h"
+#ifdef TALKLEDGER_HAS_WHISPER
+#include "TalkledgerPlatform/Speech/SpeechModelCheck.h"
+#include "TalkledgerWorkers/SpeechModelWriter.h"
+#endif
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -246,6 +250,57 @@ TEST_F(LiveSpeechTest, WhatIsGivenUpLeavesNothingBehind) {
         EXPECT_TRUE(round == 0 || descriptors == before) << before << " and then " << descriptors;
     }
 }
+
+#ifdef TALKLEDGER_HAS_WHISPER
+
+TEST_F(LiveSpeechTest, BothSidesShareOneModelAndTheNextRecordingOutlivesItsEnd) {
+    const testing::TemporaryFolder models;
+    testing::writeModel(models / "ggml-test.bin");
+    auto japanese = settings();
+    japanese.desktopLocale = "ja_JP";
+    japanese.installedModels = models / "";
+    useSettings(japanese);
+    auto mic = started(AudioChannel::mic);
+    auto speaker = started(AudioChannel::speaker);
+    const std::vector<pid_t> workers = children();
+    ASSERT_THAT(workers, SizeIs(1));
+    mic->hear(silence(1) + speak("rms", budget) + silence(2), 100);
+    speaker->hear(silence(2) + speak("slt", proposal) + silence(2), 100.5);
+    runUntil([&] { return !mic->finals().empty() && !speaker->finals().empty(); });
+    EXPECT_EQ(mic->finals().front().text, "we have a budget");
+    EXPECT_NEAR(mic->finals().front().startTime, 101, 0.5);
+    EXPECT_NEAR(speaker->finals().front().startTime, 102.5, 0.5);
+    mic->hear(speak("slt", proposal), 110); // and nobody has finished when the worker is gone
+    kill(workers.front(), SIGKILL);
+    run(mic->session().finish());
+    run(speaker->session().finish());
+
+    mic = started(AudioChannel::mic);
+    mic->hear(speak("rms", budget) + silence(1), 0);
+    run(mic->session().finish());
+    EXPECT_THAT(mic->finals(), SizeIs(1));
+}
+
+TEST_F(LiveSpeechTest, AModelIsTriedBeforeItIsTaken) {
+    const testing::TemporaryFolder models;
+    const std::filesystem::path path = models / "ggml-test.bin";
+    testing::writeModel(path);
+    SpeechModelCheck check(settings().worker);
+    EXPECT_NO_THROW(run(check.check(path)));
+    std::filesystem::resize_file(path, std::filesystem::file_size(path) / 2);
+    EXPECT_THROW(run(check.check(path)), WorkerError);
+    // Whole, yet without the words that the engine cannot do without: it breaks down over the first sound.
+    testing::writeModel(path, {.requiredWords = {"a", "b", "c"}});
+    try {
+        run(check.check(path));
+        ADD_FAILURE();
+    } catch (const WorkerError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("Choose another model"));
+    }
+    waitForEndOf(children());
+}
+
+#endif
 
 } // namespace
 } // namespace talkledger
