@@ -33,7 +33,6 @@ std::string AnswerCursor::forced() const {
     case Place::opening:
         return property().opening.substr(openingLength_);
     case Place::entryEnd:
-        return mayHaveEntry() ? "" : "]";
     case Place::listStart:
         return mayHaveEntry() ? "" : "]";
     case Place::entryStart:

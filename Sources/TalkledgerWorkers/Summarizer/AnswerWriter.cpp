@@ -11,21 +11,28 @@ AnswerWriter::AnswerWriter(const LlamaModel& model, LlamaContext& context, const
 
 std::string AnswerWriter::write(std::size_t mostTokens, const std::stop_token& stop) {
     while (!isClosed_ && !cursor_.isComplete()) {
-        if (hasToClose(mostTokens)) {
-            close();
-        } else if (const std::string forced = cursor_.forced(); !forced.empty()) {
-            writeForced(forced);
-        } else if (!writeLikeliest(stop)) {
+        if (hasToClose(mostTokens) || !writeOn(stop)) {
             close();
         }
     }
     return text_;
 }
 
-/// One more token may come as long as what closes the answer fits behind it.
+/// False when there is nothing to go on with.
+bool AnswerWriter::writeOn(const std::stop_token& stop) {
+    const std::string forced = cursor_.forced();
+    if (forced.empty()) {
+        return writeLikeliest(stop);
+    }
+    writeForced(forced);
+    return true;
+}
+
+/// A token may come as long as what closes the answer fits behind it, also when it is cut into a few tokens more.
 bool AnswerWriter::hasToClose(std::size_t mostTokens) const {
+    constexpr std::size_t reserve = 4;
     const std::string closing = cursor_.closing();
-    const std::size_t room = mostTokens - std::min(mostTokens, tokenCount_ + 1);
+    const std::size_t room = mostTokens - std::min(mostTokens, tokenCount_ + reserve);
     return closing.size() > room && model_.tokenize(closing).size() > room;
 }
 

@@ -29,6 +29,7 @@ public:
 
 private:
     bool hasToClose(std::size_t mostTokens) const;
+    bool writeOn(const std::stop_token& stop);
     void writeForced(const std::string& text);
     bool writeLikeliest(const std::stop_token& stop);
     void close();

@@ -70,7 +70,8 @@ LlamaModel::LlamaModel(const std::filesystem::path& path, Weights weights, const
         throw LanguageEngineError::unusable(path, "it is damaged, not complete, or of a kind that is not known here.");
     }
     vocabulary_ = llama_model_get_vocab(model_.get());
-    if (!llama_model_has_decoder(model_.get()) || llama_vocab_type(vocabulary_) == LLAMA_VOCAB_TYPE_NONE) {
+    if (!llama_model_has_decoder(model_.get()) || llama_model_has_encoder(model_.get()) ||
+        llama_vocab_type(vocabulary_) == LLAMA_VOCAB_TYPE_NONE) {
         throw LanguageEngineError::unusable(path, "it is a model that does not write text.");
     }
     readPieces();
@@ -120,7 +121,7 @@ std::string LlamaModel::conversationForm() const {
     const std::string message(messageMark);
     const char* own = llama_model_chat_template(model_.get(), nullptr);
     for (const char* name : {own, "chatml"}) {
-        const std::string form = name == nullptr ? "" : applyTemplate(name, instructions, message);
+        std::string form = name == nullptr ? "" : applyTemplate(name, instructions, message);
         const std::size_t position = form.find(instructionsMark);
         if (position != std::string::npos && form.find(messageMark, position) != std::string::npos) {
             return form;
