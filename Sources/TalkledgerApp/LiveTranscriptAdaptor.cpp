@@ -27,4 +27,9 @@ QString LiveTranscriptAdaptor::Transcript() const {
     return QString::fromStdString(encodeJson(toJson(transcript)));
 }
 
+QString LiveTranscriptAdaptor::Summary() const {
+    const auto& snapshot = model_.liveSummarySnapshot();
+    return QString::fromStdString(encodeJson(toJson(snapshot ? snapshot->summary : SalesSummary())));
+}
+
 } // namespace talkledger

@@ -25,6 +25,9 @@ public:
     /// Of the recording in progress, as "transcript.json" has it in the end; without segments when there is none.
     Q_SLOT QString Transcript() const;
 
+    /// What has been made of it so far, as "summary.json" has it in the end; empty before the first one.
+    Q_SLOT QString Summary() const;
+
 private:
     const AppModel& model_;
 };

@@ -19,8 +19,10 @@ public:
 
     const testing::EnvironmentChanges& environment() const { return environment_; }
 
-    /// Where recordings, and Markdown documents, are to be found.
+    /// Where recordings, models and Markdown documents are to be found.
     std::filesystem::path recordings() const { return folder() / "data/Talkledger/Recordings"; }
+
+    std::filesystem::path models() const { return folder() / "data/Talkledger/Models"; }
 
     std::filesystem::path documents() const { return folder() / "Documents/Talkledger Transcripts"; }
 

@@ -1,6 +1,7 @@
 #include "Rehearsal/RecordingExamination.h"
 
 #include "Rehearsal/AudioReading.h"
+#include "Rehearsal/CannedSummary.h"
 #include "Rehearsal/Comparison.h"
 #include "Rehearsal/Waiting.h"
 #include "TalkledgerCore/Capture/RecordingTimeline.h"
@@ -92,9 +93,13 @@ void demandCompleteness(const std::filesystem::path& recording, const std::files
     if (!load<RecordingSession>(recording / "session.json").endedAt) {
         throw RehearsalError("The recording's session.json tells no end.");
     }
-    load<SalesSummary>(recording / "summary.json");
+    const auto summary = load<SalesSummary>(recording / "summary.json");
     load<RecordingDiagnostics>(recording / "diagnostics.json");
     const std::string markdown = PosixFileSystem().readFile(document, kMaximumBytes);
+    if (hasLanguageModelEngine() &&
+        (!isCannedSummary(summary) || markdown.find(summary.overview) == std::string::npos)) {
+        throw RehearsalError("The Markdown document lacks the summary that the language model wrote.");
+    }
     for (const TranscriptSegment& segment : load<TranscriptDocument>(recording / "transcript.json").segments) {
         if (markdown.find(segment.text) == std::string::npos) {
             throw RehearsalError("The Markdown document lacks this part of the transcript: " + segment.text);

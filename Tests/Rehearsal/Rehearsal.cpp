@@ -1,5 +1,6 @@
 #include "Rehearsal/Rehearsal.h"
 
+#include "Rehearsal/CannedSummary.h"
 #include "Rehearsal/Conversation.h"
 #include "Rehearsal/ConversationPlayer.h"
 #include "Rehearsal/EchoCount.h"
@@ -174,6 +175,13 @@ WordShares waitForLiveWords(RehearsedProgram& program, const Conversation& conve
     return words;
 }
 
+/// The first one is made half a minute after the recording began.
+void waitForLiveSummary(RehearsedProgram& program) {
+    if (hasLanguageModelEngine()) {
+        program.await("the live summary is there", [&] { return isCannedSummary(program.liveSummary()); });
+    }
+}
+
 /// Plays the performance to the program while it records, and takes what came of it.
 RehearsalResult record(const fs::path& programFile, const Conversation& conversation, const Performance& performance,
                        const testing::SoundSession& sound, OutputFolder& output) {
@@ -181,6 +189,7 @@ RehearsalResult record(const fs::path& programFile, const Conversation& conversa
     testing::EnvironmentChanges surroundings = sound.environment();
     surroundings.merge(display.environment());
     RehearsedProgram program({programFile.string()}, surroundings);
+    installCannedSummary(program.home().models());
 
     // Linked before the recording begins, as a call is: joining both devices later would shift their cycles.
     ConversationPlayer player(performance, testing::SoundSession::kOutput, testing::SoundSession::kMicrophone);
@@ -199,6 +208,7 @@ RehearsalResult record(const fs::path& programFile, const Conversation& conversa
     player.waitUntilPlayed(std::chrono::seconds(performance.output.size() / kFrameRate) + kPatience);
     result.captureCpuShare = (program.processorTime() - captureCpu).count() / secondsSince(captureTime);
     result.liveWords = waitForLiveWords(program, conversation);
+    waitForLiveSummary(program);
     display.photograph(program.pid(), output.pictureWhileRecording(), std::chrono::milliseconds(0));
 
     const auto stopTime = Clock::now();

@@ -167,6 +167,11 @@ TranscriptDocument RehearsedProgram::liveTranscript() {
     return decodeJson<TranscriptDocument>(answer("app.talkledger.LiveTranscript.Transcript"), source);
 }
 
+SalesSummary RehearsedProgram::liveSummary() {
+    const JsonSource source{.name = "The program's live summary", .advice = {}};
+    return decodeJson<SalesSummary>(answer("app.talkledger.LiveTranscript.Summary"), source);
+}
+
 std::filesystem::path RehearsedProgram::waitForDocument(std::chrono::seconds patience) {
     std::filesystem::path document;
     await(

@@ -44,6 +44,9 @@ public:
     /// What the program shows of the conversation in progress.
     TranscriptDocument liveTranscript();
 
+    /// What the program has made of it so far.
+    SalesSummary liveSummary();
+
     /// The finished recording's Markdown document, once it is there.
     std::filesystem::path waitForDocument(std::chrono::seconds patience);
 
