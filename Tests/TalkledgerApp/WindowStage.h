@@ -38,8 +38,6 @@ protected:
     void type(const char* text);
 
     QtDesktop qtDesktop_;
-
-private:
     std::optional<DesktopAppearance> appearance_;
     std::optional<RecordingRevisions> revisions_;
     std::optional<Quitting> quitting_;
