@@ -6,11 +6,14 @@
 #include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/use_future.hpp>
 
+#include <chrono>
 #include <exception>
+#include <future>
 #include <stdexcept>
+#include <string>
 #include <utility>
-#include <variant>
 
 namespace talkledger::testing {
 
@@ -24,13 +27,11 @@ inline void poll(boost::asio::io_context& context) {
 template <typename Value>
 class RunningTask {
 public:
-    RunningTask(boost::asio::io_context& context, Task<Value> task) : context_(context) {
-        boost::asio::co_spawn(
-            context, keepResult(std::move(task)),
-            boost::asio::bind_cancellation_slot(cancellation_.slot(), [this](const std::exception_ptr& error) {
-                failure_ = error;
-                hasEnded_ = true;
-            }));
+    RunningTask(boost::asio::io_context& context, Task<Value> task)
+        : context_(context),
+          result_(boost::asio::co_spawn(
+              context, std::move(task),
+              boost::asio::bind_cancellation_slot(cancellation_.slot(), boost::asio::use_future))) {
         poll(context_);
     }
 
@@ -38,7 +39,7 @@ public:
     RunningTask& operator=(const RunningTask&) = delete;
     ~RunningTask() = default;
 
-    bool hasEnded() const { return hasEnded_; }
+    bool hasEnded() const { return result_.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }
 
     void cancel() {
         cancellation_.emit(boost::asio::cancellation_type::terminal);
@@ -46,32 +47,17 @@ public:
     }
 
     /// What it returned or threw; it has to have ended.
-    Value result() {
-        if (!hasEnded_) {
+    Value result() const {
+        if (!hasEnded()) {
             throw std::logic_error("The task has not ended.");
         }
-        if (failure_) {
-            std::rethrow_exception(failure_);
-        }
-        if constexpr (!std::is_void_v<Value>) {
-            return std::move(value_);
-        }
+        return result_.get();
     }
 
 private:
-    Task<> keepResult(Task<Value> task) {
-        if constexpr (std::is_void_v<Value>) {
-            co_await std::move(task);
-        } else {
-            value_ = co_await std::move(task);
-        }
-    }
-
     boost::asio::io_context& context_;
     boost::asio::cancellation_signal cancellation_;
-    std::exception_ptr failure_;
-    bool hasEnded_{false};
-    std::conditional_t<std::is_void_v<Value>, std::monostate, Value> value_{};
+    std::shared_future<Value> result_;
 };
 
 /// The text of what the call throws; empty when it throws nothing.

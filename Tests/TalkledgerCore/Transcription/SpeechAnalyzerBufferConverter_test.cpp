@@ -28,7 +28,9 @@ SharedAudioBuffer makeBuffer(std::uint32_t frames, double rate = 48000, std::uin
 
 class SpeechAnalyzerBufferConverterTest : public ::testing::Test {
 protected:
-    std::string failureOf(const SharedAudioBuffer& buffer) {
+    std::string failureOf(const SharedAudioBuffer& buffer) { return failureOf(buffer, converter); }
+
+    static std::string failureOf(const SharedAudioBuffer& buffer, SpeechAnalyzerBufferConverter& converter) {
         try {
             converter.convert(buffer);
         } catch (const LiveSpeechTranscriptionSessionError& error) {
@@ -110,6 +112,16 @@ TEST_F(SpeechAnalyzerBufferConverterTest, NamesWhatTheConverterSaid) {
     EXPECT_EQ(failureOf(makeBuffer(480)), "Audio converter returned an error.");
     conversion.outcome.status = static_cast<Status>(4);
     EXPECT_EQ(failureOf(makeBuffer(480)), "Audio converter returned an unknown status.");
+}
+
+TEST_F(SpeechAnalyzerBufferConverterTest, SaysThatThereIsNoMemory) {
+    AudioFormat monstrous = speechFormat;
+    monstrous.channelCount = std::numeric_limits<std::uint32_t>::max();
+    SpeechAnalyzerBufferConverter greedy(monstrous, conversion);
+    auto buffer = std::make_shared<AudioBuffer>(*makeBuffer(1));
+    buffer->frameLength = std::numeric_limits<std::uint32_t>::max();
+    buffer->format.sampleRate = 16000;
+    EXPECT_EQ(failureOf(buffer, greedy), "Could not allocate output buffer.");
 }
 
 } // namespace
