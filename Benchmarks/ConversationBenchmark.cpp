@@ -209,7 +209,7 @@ double measurePlainResult(int size) {
     for (std::size_t result = 0; result < 3; ++result) {
         stopwatch.run([&] {
             plain.apply(arriving[result]);
-            use(reference::buildLines(plainlySeparated(plain.liveTranscript())).size());
+            use(TranscriptTimelineBuilder().buildLines(plainlySeparated(plain.liveTranscript())).size());
         });
     }
     return 1000 * stopwatch.milliseconds();

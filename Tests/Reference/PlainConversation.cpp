@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace talkledger::reference {
 
@@ -51,36 +50,6 @@ bool overlap(const TranscriptSegment& first, const TranscriptSegment& second, do
     };
     return low(first) < high(second) && low(second) < high(first);
 }
-
-std::string separator(const std::string& before, const std::string& after) {
-    const char32_t neighbours[] = {text::scalars(before).back(), text::scalars(after).front()};
-    for (const char32_t scalar : neighbours) {
-        if (text::isWhitespaceOrNewline(scalar) || (scalar >= 0x3040 && scalar <= 0x30FF) ||
-            (scalar >= 0x3400 && scalar <= 0x9FFF) || (scalar >= 0xF900 && scalar <= 0xFAFF) ||
-            (scalar >= 0xFF66 && scalar <= 0xFF9D)) {
-            return "";
-        }
-    }
-    return " ";
-}
-
-std::string timecode(double seconds) {
-    const double total = std::floor(std::isfinite(seconds) && seconds >= 0 ? std::min(seconds, 9e18) : 0);
-    const auto whole = static_cast<long long>(total);
-    char text[64];
-    if (whole < 3600) {
-        std::snprintf(text, sizeof text, "%02lld:%02lld", whole / 60, whole % 60);
-    } else {
-        std::snprintf(text, sizeof text, "%02lld:%02lld:%02lld", whole / 3600, whole % 3600 / 60, whole % 60);
-    }
-    return text;
-}
-
-struct Group {
-    TranscriptSegment first;
-    double startTime;
-    double endTime;
-};
 
 } // namespace
 
@@ -157,41 +126,6 @@ TranscriptDocument suppressMicrophoneEchoes(const TranscriptDocument& document, 
     }
     std::stable_sort(kept.segments.begin(), kept.segments.end(), startsBefore);
     return kept;
-}
-
-std::vector<TranscriptTimelineLine> buildLines(const TranscriptDocument& document) {
-    std::vector<TranscriptSegment> segments = document.segments;
-    std::stable_sort(segments.begin(), segments.end(), precedes);
-    std::vector<Group> groups;
-    for (TranscriptSegment& segment : segments) {
-        segment.text = text::trimmed(segment.text);
-        if (segment.text.empty()) {
-            continue;
-        }
-        const double start = std::isfinite(segment.startTime) ? segment.startTime : 0;
-        const double end = std::isfinite(segment.duration) && segment.duration >= 0 ? start + segment.duration : start;
-        Group* const last = groups.empty() ? nullptr : &groups.back();
-        if (last != nullptr && segment.channel == last->first.channel && segment.role == last->first.role &&
-            start - last->endTime <= 4.0 && end - last->startTime <= 45.0 &&
-            text::characterCount(last->first.text) + text::characterCount(segment.text) <= 360) {
-            last->first.status = segment.status;
-            last->endTime = std::max(last->endTime, end);
-            last->first.text += separator(last->first.text, segment.text) + segment.text;
-        } else {
-            groups.push_back({segment, start, end});
-        }
-    }
-    std::vector<TranscriptTimelineLine> lines;
-    lines.reserve(groups.size());
-    for (const Group& group : groups) {
-        lines.push_back({.id = lines.size(),
-                         .channel = group.first.channel,
-                         .role = group.first.role,
-                         .status = group.first.status,
-                         .timecode = timecode(group.startTime),
-                         .text = group.first.text});
-    }
-    return lines;
 }
 
 } // namespace talkledger::reference

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "TalkledgerCore/Model/Models.h"
-#include "TalkledgerCore/Transcription/TranscriptTimelineBuilder.h"
 
 #include <map>
 #include <string>
@@ -26,7 +25,5 @@ std::size_t longestCommonSubsequenceLength(const std::vector<std::string>& outer
 
 TranscriptDocument suppressMicrophoneEchoes(const TranscriptDocument& document, double overlapTolerance,
                                             double similarityThreshold);
-
-std::vector<TranscriptTimelineLine> buildLines(const TranscriptDocument& document);
 
 } // namespace talkledger::reference

@@ -24,7 +24,20 @@ std::vector<std::string> linesOf(std::vector<TranscriptSegment> segments) {
     return lines;
 }
 
-// The rest of the rules is held against their plain form by the live conversation's test.
+TEST(TranscriptTimelineBuilder, KeepsSpeakersApartInOrderOfTime) {
+    using enum TranscriptSegmentStatus;
+    const TranscriptSegment theirs(AudioChannel::speaker, SpeakerRole::customer, 1, 0, "b", final);
+    const TranscriptSegment hypothesis(AudioChannel::mic, SpeakerRole::me, 2, 0, "d", partial);
+    TranscriptSegment another = mic(3, 3, "e");
+    another.role = SpeakerRole::customer;
+    const auto lines =
+        TranscriptTimelineBuilder().buildLines({{another, hypothesis, theirs, mic(1.5, 1.5, "c"), mic(1, 1, "a")}});
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[0], (TranscriptTimelineLine{0, AudioChannel::mic, SpeakerRole::me, final, "00:01", "a"}));
+    EXPECT_EQ(lines[1], (TranscriptTimelineLine{1, theirs.channel, theirs.role, final, "00:01", "b"}));
+    EXPECT_EQ(lines[2], (TranscriptTimelineLine{2, AudioChannel::mic, SpeakerRole::me, partial, "00:01", "c d"}));
+    EXPECT_THAT(linesOf({mic(0, 1, "a"), mic(0.5, 1, "\u3000\n"), mic(1, 2, "b")}), ElementsAre("00:00 a b"));
+}
 
 TEST(TranscriptTimelineBuilder, EndsALineAfterALongPauseALongSpanOrManyCharacters) {
     EXPECT_THAT(linesOf({mic(0, 2, "a"), mic(6, 7, "b"), mic(11.5, 12, "c")}), ElementsAre("00:00 a b", "00:11 c"));
@@ -45,17 +58,24 @@ TEST(TranscriptTimelineBuilder, PutsABlankOnlyBetweenWordsThatNeedOne) {
                                                 {"ok", "はい", "okはい"},
                                                 {"ﾃｽﾄ", "ok", "ﾃｽﾄok"},
                                                 {"終わり。", "Next", "終わり。 Next"},
+                                                {"👍", "Ａ", "👍 Ａ"},
                                                 {"안녕", "세계", "안녕 세계"}}) {
         EXPECT_THAT(linesOf({mic(0, 1, first), mic(1, 2, second)}), ElementsAre(std::string("00:00 ") + joined));
+    }
+    for (const std::string letter : {"\u3040", "\u30FF", "\u3400", "\u9FFF", "\uF900", "\uFAFF", "\uFF66", "\uFF9D"}) {
+        EXPECT_THAT(linesOf({mic(0, 1, letter), mic(1, 2, "a")}), ElementsAre("00:00 " + letter + "a"));
     }
 }
 
 TEST(TranscriptTimelineBuilder, ReadsTimesOfAnyKind) {
     for (const auto& [seconds, timecode] : {std::pair(75.9, "01:15"),
                                             {3599.9, "59:59"},
+                                            {60.0, "01:00"},
+                                            {3600.0, "01:00:00"},
+                                            {3660.0, "01:01:00"},
                                             {3725.0, "01:02:05"},
                                             {360000.0, "100:00:00"},
-                                            {-0.5, "00:00"},
+                                            {-3.0, "00:00"},
                                             {unknown, "00:00"},
                                             {-endless, "00:00"},
                                             {1e300, "2500000000000000:00:00"}}) {
