@@ -57,22 +57,24 @@ AppModel::AppModel(const AppPorts& ports, std::shared_ptr<CaptureReports> captur
       timeline_(std::make_shared<RecordingTimelineRecorder>(ports.fileSystem, background)),
       liveTranscription_(ports.speechRecognition, ports.audioConversion, liveAudioBufferRelay_, main_),
       liveSummary_(ports.languageModel, main_, liveSummaryInterval),
-      markdownExporter_(ports.fileSystem) {
+      markdownExporter_(ports.fileSystem),
+      library_([this] { return store_->loadSessions(); }, main_, background) {
     connect(&tracks_, &RecordingTracks::microphoneLevelChanged, this, &AppModel::microphoneLevelChanged);
     for (const auto change :
          {&AppModel::isRecordingChanged, &AppModel::isBusyChanged, &AppModel::displayLanguageChanged}) {
         connect(this, change, this, &AppModel::recordingActionChanged);
     }
     connect(&liveTranscription_, &LiveTranscription::listeningChanged, this, &AppModel::listeningChanged);
+    connect(&library_, &RecordingLibrary::changed, this, &AppModel::sessionsChanged);
+    connect(&library_, &RecordingLibrary::failed, this, [this](const std::string& why) { setLastError(why); });
     markdownExportDirectory_ = storedFolder(settings_);
     createStore();
     if (store_) {
-        createCoordinator(*store_, background);
+        createCoordinator(*store_);
         liveTranscriptKeeper_.emplace(*store_, main_, background);
-        isLoadingSessions_ = true;
-        boost::asio::co_spawn(main_, loadSessions(background), boost::asio::detached);
     }
-    permissions_ = CapturePermissionInspector::quickSnapshot(ports_.authorization);
+    refreshSessions();
+    boost::asio::co_spawn(main_, findPermissions(), boost::asio::detached);
     boost::asio::co_spawn(main_, findWhetherSpeechIsOffered(), boost::asio::detached);
 }
 
@@ -86,12 +88,12 @@ void AppModel::createStore() {
     }
 }
 
-void AppModel::createCoordinator(RecordingStore& store, const Executor& background) {
+void AppModel::createCoordinator(RecordingStore& store) {
     const auto relayTo = [this](AudioChannel channel) {
         return [this, channel](SharedAudioBuffer buffer) { liveAudioBufferRelay_.append(std::move(buffer), channel); };
     };
     auto microphone = std::make_shared<MicrophoneWAVRecorder>(
-        ports_.audioInput, ports_.audioFiles, ports_.authorization, ports_.fileSystem, background, timeline_,
+        ports_.audioInput, ports_.audioFiles, ports_.authorization, ports_.fileSystem, background_, timeline_,
         [reports = captureReports_](double level) { reports->reportMicrophoneLevel(level); },
         relayTo(AudioChannel::mic));
     auto systemAudio = std::make_shared<SystemAudioM4ARecorder>(
@@ -149,13 +151,14 @@ Task<void> AppModel::startRecordingNow() {
     if (begun) {
         setStatusText(copy().recordingMicAndSystemAudio());
         startLive(*begun);
+        refreshSession(*begun);
     } else {
         stopLive();
         clearLiveTranscript();
         setFailedStatusText(copy().startFailed());
         setLastError(std::move(failure), noTrackStarted);
+        refreshSessions();
     }
-    refreshSessions();
     setIsBusy(false);
 }
 
@@ -203,7 +206,7 @@ Task<void> AppModel::stopRecordingNow() {
         setStatusText(copy().recordingSaved());
         keepMessages(trackMessages, *finished);
         tellIfSpeechIsNotOffered(*finished);
-        refreshSessions();
+        refreshSession(*finished);
         exportMarkdown(*finished);
     }
     setIsBusy(false);
@@ -264,10 +267,11 @@ std::string AppModel::defaultRecordingTitle() const {
 }
 
 /// The coordinator knows what is captured, also after a failure: a start that failed to write its diagnostics has
-/// tracks that run, and a stop that failed has none.
+/// tracks that run, and a stop that failed has none. A title that was given meanwhile only the store knows.
 void AppModel::followCoordinator() {
     const std::optional<RecordingSession> session = coordinator_->currentSession();
-    setCurrentSession(session);
+    const auto stored = session ? loaded([&] { return store_->loadSession(*session); }) : std::nullopt;
+    setCurrentSession(stored ? stored : session);
     setIsRecording(coordinator_->isRecording());
     if (!session) {
         tracks_.end();
@@ -297,43 +301,25 @@ void AppModel::keepMessages(const std::vector<std::string>& messages, const Reco
     }
 }
 
-/// There may be thousands, and the window comes first.
-Task<void> AppModel::loadSessions(Executor background) {
-    std::vector<RecordingSession> loaded;
-    std::optional<std::string> failure;
-    try {
-        const std::function<std::vector<RecordingSession>()> load = [this] { return store_->loadSessions(); };
-        loaded = co_await runOn(background, load);
-    } catch (const std::exception& error) {
-        failure = error.what();
-    }
-    if (!isLoadingSessions_) {
-        co_return; // a refresh has overtaken it
-    }
-    showSessions(std::move(loaded));
-    if (failure) {
-        setLastError(std::move(failure));
+void AppModel::refreshSessions() {
+    if (store_) {
+        library_.reload();
     }
 }
 
-void AppModel::refreshSessions() {
+void AppModel::refreshSession(const RecordingSession& session) {
     if (!store_) {
         return;
     }
+    if (!std::filesystem::exists(session.directory)) {
+        library_.remove(session);
+        return;
+    }
     try {
-        showSessions(store_->loadSessions());
+        library_.put(store_->loadSession(session));
     } catch (const std::exception& error) {
         setLastError(error.what());
     }
-}
-
-void AppModel::showSessions(std::vector<RecordingSession> sessions) {
-    std::stable_sort(sessions.begin(), sessions.end(), [](const RecordingSession& left, const RecordingSession& right) {
-        return left.startedAt > right.startedAt;
-    });
-    sessions_ = std::move(sessions);
-    isLoadingSessions_ = false;
-    Q_EMIT sessionsChanged();
 }
 
 void AppModel::showError(std::string description) {
@@ -349,6 +335,18 @@ void AppModel::requestCapturePermissions() {
     boost::asio::co_spawn(main_, requestCapturePermissionsNow(), boost::asio::detached);
 }
 
+/// Whoever has looked at all of them meanwhile knows more.
+Task<void> AppModel::findPermissions() {
+    const std::function<CapturePermissionSnapshot()> look = [this] {
+        return CapturePermissionInspector::quickSnapshot(ports_.authorization);
+    };
+    const CapturePermissionSnapshot found = co_await runOn(background_, look);
+    if (!permissions_) {
+        permissions_ = found;
+        Q_EMIT permissionsChanged();
+    }
+}
+
 Task<void> AppModel::requestCapturePermissionsNow() {
     constexpr std::chrono::seconds patience{60};
     setStatusText(copy().requestingPermissions());
@@ -356,8 +354,9 @@ Task<void> AppModel::requestCapturePermissionsNow() {
     try {
         CapturePermissionSnapshot snapshot;
         snapshot.microphone =
-            co_await CapturePermissionInspector::requestMicrophoneAccess(ports_.authorization, patience);
-        snapshot.screenCapture = CapturePermissionInspector::requestScreenCaptureAccess(ports_.authorization);
+            co_await CapturePermissionInspector::requestMicrophoneAccess(ports_.authorization, patience, background_);
+        snapshot.screenCapture =
+            co_await CapturePermissionInspector::requestScreenCaptureAccess(ports_.authorization, background_);
         snapshot.systemAudio = co_await CapturePermissionInspector::requestSystemAudioAccess(ports_.systemAudio);
         permissions_ = snapshot;
     } catch (const std::exception& error) {
@@ -376,7 +375,7 @@ void AppModel::refreshPermissions() {
 }
 
 Task<void> AppModel::refreshPermissionsNow() {
-    permissions_ = co_await CapturePermissionInspector::snapshot(ports_.authorization, ports_.systemAudio);
+    permissions_ = co_await CapturePermissionInspector::snapshot(ports_.authorization, ports_.systemAudio, background_);
     Q_EMIT permissionsChanged();
 }
 
@@ -403,7 +402,7 @@ void AppModel::rename(const RecordingSession& session, const std::string& title)
             setCurrentSession(renamed);
         }
         setStatusText(copy().recordingRenamed());
-        refreshSessions();
+        refreshSession(renamed);
     });
 }
 
@@ -535,8 +534,9 @@ auto AppModel::loaded(Load load) const -> std::optional<decltype(load())> {
 
 const RecordingSession* AppModel::session(const QString& recordingID) const {
     const auto identifier = parseUuid(recordingID.toStdString());
-    const auto found = identifier ? std::ranges::find(sessions_, *identifier, &RecordingSession::id) : sessions_.end();
-    return found == sessions_.end() ? nullptr : &*found;
+    const auto found =
+        identifier ? std::ranges::find(sessions(), *identifier, &RecordingSession::id) : sessions().end();
+    return found == sessions().end() ? nullptr : &*found;
 }
 
 QString AppModel::displayLanguageName() const {

@@ -3,6 +3,7 @@
 #include "TalkledgerApp/CaptureReports.h"
 #include "TalkledgerApp/LiveSummary.h"
 #include "TalkledgerApp/LiveTranscription.h"
+#include "TalkledgerApp/RecordingLibrary.h"
 #include "TalkledgerApp/RecordingTracks.h"
 #include "TalkledgerCore/Capture/CapturePermissionInspector.h"
 #include "TalkledgerCore/Capture/LiveAudioBufferRelay.h"
@@ -100,10 +101,10 @@ public:
     bool noTrackStarted() const { return noTrackStarted_; }
 
     /// Newest first.
-    const std::vector<RecordingSession>& sessions() const { return sessions_; }
+    const std::vector<RecordingSession>& sessions() const { return library_.sessions(); }
 
     /// The list is still empty because it is being loaded for the first time, which may take a while.
-    bool isLoadingSessions() const { return isLoadingSessions_; }
+    bool isLoadingSessions() const { return library_.isLoading(); }
 
     /// Present exactly while recording.
     const std::optional<RecordingSession>& currentSession() const { return currentSession_; }
@@ -176,7 +177,12 @@ public:
 
     /// What the main button says, as `recordingAction` tells.
     Q_INVOKABLE void toggleRecording();
+
+    /// Reads the list anew; returns at once and ends with `sessionsChanged`.
     Q_INVOKABLE void refreshSessions();
+
+    /// Reads that recording anew: it has come, has changed or is gone.
+    void refreshSession(const RecordingSession& session);
 
     /// Of something that the user asked for elsewhere.
     void showError(std::string description);
@@ -245,9 +251,7 @@ Q_SIGNALS:
 
 private:
     void createStore();
-    void createCoordinator(RecordingStore& store, const Executor& background);
-    Task<void> loadSessions(Executor background);
-    void showSessions(std::vector<RecordingSession> sessions);
+    void createCoordinator(RecordingStore& store);
     RecordingStore& store();
     bool isCurrent(const RecordingSession& session) const;
     Task<void> startRecordingNow();
@@ -261,6 +265,7 @@ private:
     Task<void> findWhetherSpeechIsOffered();
     void tellIfSpeechIsNotOffered(const RecordingSession& session);
     void keepMessages(const std::vector<std::string>& messages, const RecordingSession& session);
+    Task<void> findPermissions();
     Task<void> requestCapturePermissionsNow();
     Task<void> refreshPermissionsNow();
     Task<void> chooseMarkdownExportDirectoryNow();
@@ -285,8 +290,6 @@ private:
     bool statusIsFailure_{false};
     std::optional<std::string> lastError_;
     bool noTrackStarted_{false};
-    std::vector<RecordingSession> sessions_;
-    bool isLoadingSessions_{false};
     std::optional<RecordingSession> currentSession_;
     std::optional<CapturePermissionSnapshot> permissions_;
     bool isBusy_{false};
@@ -309,6 +312,7 @@ private:
     RecordingMarkdownDocumentBuilder markdownDocumentBuilder_;
     RecordingMarkdownExporter markdownExporter_;
     std::optional<RecordingStore> store_;
+    RecordingLibrary library_;
     std::unique_ptr<RecordingCoordinator> coordinator_;        ///< absent without a store
     std::optional<LiveTranscriptKeeper> liveTranscriptKeeper_; ///< absent without a store
     std::optional<std::filesystem::path> rootDirectory_;

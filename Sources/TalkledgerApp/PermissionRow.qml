@@ -70,6 +70,7 @@ Column {
             anchors.right: parent.right
             anchors.rightMargin: Theme.gap2
             anchors.verticalCenter: parent.verticalCenter
+            enabled: row.permission.state !== texts.permissionChecking // what it does depends on that
             height: Theme.smallButtonHeight
             objectName: row.permission.kind + "Permission"
             text: row.permission.canBeRequested ? texts.request : texts.settings

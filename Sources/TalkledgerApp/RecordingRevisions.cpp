@@ -81,12 +81,12 @@ void RecordingRevisions::begin(const QString& recordingID, Work work, const Revi
 Task<void> RecordingRevisions::perform(RecordingSession session, Revise revise) {
     std::optional<std::string> failure;
     try {
-        co_await revise(std::move(session));
+        co_await revise(session);
     } catch (const std::exception& error) {
         failure = error.what();
     }
     setWork({}, Work::none);
-    model_.refreshSessions();
+    model_.refreshSession(session);
     if (failure) {
         model_.showError(std::move(*failure));
     }

@@ -29,10 +29,10 @@ void RecordingTrash::remove(const QString& recordingID) {
             RecordingListTitleBuilder().title(session, model_.listSummary(session), model_.copy()));
         const std::filesystem::path trashed = model_.ports().desktop.moveToTrash(session.directory);
         removed_ = {.session = session, .title = title, .trashed = trashed};
+        model_.refreshSession(session);
     } catch (const std::exception& error) {
         model_.showError(error.what());
     }
-    model_.refreshSessions();
     Q_EMIT changed();
 }
 
@@ -44,10 +44,10 @@ void RecordingTrash::undo() {
     model_.dismissLastError();
     try {
         model_.ports().desktop.restoreFromTrash(removed->trashed, removed->session.directory);
+        model_.refreshSession(removed->session);
     } catch (const std::exception& error) {
         model_.showError(error.what());
     }
-    model_.refreshSessions();
     Q_EMIT changed();
     Q_EMIT restored(QString::fromStdString(uuidText(removed->session.id)));
 }

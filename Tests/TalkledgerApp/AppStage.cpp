@@ -40,7 +40,7 @@ AppModel& AppStage::startModel() {
 AppModel& AppStage::makeModel() {
     startModel();
     QCoreApplication::processEvents(); // what it has begun by itself ends before a test replaces it
-    waitUntil([this] { return !model_->isLoadingSessions(); });
+    waitUntil([this] { return !model_->isLoadingSessions() && model_->permissions(); });
     return *model_;
 }
 

@@ -185,7 +185,7 @@ TEST_F(LiveTranscriptionTest, LinesComeAndChangeOneByOne) {
     EXPECT_THAT(textsOf(lines), ElementsAre("Good morning.", "Could you..."));
     say(AudioChannel::speaker, spoken("Could you send it?", 10, 2));
     EXPECT_THAT(textsOf(lines), ElementsAre("Good morning.", "Could you send it?"));
-    model().refreshSessions();
+    model().refreshSession(*model().currentSession());
     EXPECT_THAT(textsOf(lines), ElementsAre("Good morning.", "Could you send it?"));
     EXPECT_EQ(lines.lastTimecode(), QStringLiteral("00:10"));
     hearSomething();

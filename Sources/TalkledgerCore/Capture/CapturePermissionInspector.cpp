@@ -3,6 +3,7 @@
 #include "TalkledgerCore/Capture/AudioCaptureError.h"
 #include "TalkledgerCore/Capture/PermissionContinuation.h"
 #include "TalkledgerCore/Support/Continuation.h"
+#include "TalkledgerCore/Support/RunOn.h"
 #include "TalkledgerCore/Support/TimerDuration.h"
 
 #include <boost/asio/co_spawn.hpp>
@@ -12,7 +13,9 @@
 #include <nlohmann/json.hpp>
 
 #include <exception>
+#include <functional>
 #include <memory>
+#include <utility>
 
 namespace talkledger {
 
@@ -121,8 +124,9 @@ CapturePermissionSnapshot CapturePermissionInspector::quickSnapshot(const Author
 }
 
 Task<CapturePermissionSnapshot> CapturePermissionInspector::snapshot(const Authorization& authorization,
-                                                                     SystemAudio& systemAudio) {
-    CapturePermissionSnapshot snapshot = quickSnapshot(authorization);
+                                                                     SystemAudio& systemAudio, Executor background) {
+    const std::function<CapturePermissionSnapshot()> look = [&authorization] { return quickSnapshot(authorization); };
+    CapturePermissionSnapshot snapshot = co_await runOn(std::move(background), look);
     snapshot.systemAudio = co_await requestSystemAudioAccess(systemAudio);
     co_return snapshot;
 }
@@ -143,16 +147,18 @@ CapturePermissionState CapturePermissionInspector::microphoneState(Authorization
 
 Task<CapturePermissionState>
 CapturePermissionInspector::requestMicrophoneAccess(Authorization& authorization,
-                                                    std::chrono::duration<double> timeoutSeconds) {
+                                                    std::chrono::duration<double> timeoutSeconds, Executor background) {
     try {
-        co_return granted(co_await microphoneAccess(authorization, timeoutSeconds));
+        co_return granted(co_await microphoneAccess(authorization, timeoutSeconds, std::move(background)));
     } catch (const std::exception&) {
         co_return CapturePermissionState::unknown;
     }
 }
 
-CapturePermissionState CapturePermissionInspector::requestScreenCaptureAccess(Authorization& authorization) {
-    return granted(authorization.requestScreenCaptureAccess());
+Task<CapturePermissionState> CapturePermissionInspector::requestScreenCaptureAccess(Authorization& authorization,
+                                                                                    Executor background) {
+    const std::function<bool()> request = [&authorization] { return authorization.requestScreenCaptureAccess(); };
+    co_return granted(co_await runOn(std::move(background), request));
 }
 
 Task<CapturePermissionState> CapturePermissionInspector::requestSystemAudioAccess(SystemAudio& systemAudio) {
@@ -178,8 +184,9 @@ std::string CapturePermissionInspector::settingsURL(CapturePermissionKind kind) 
 }
 
 Task<bool> CapturePermissionInspector::microphoneAccess(Authorization& authorization,
-                                                        std::chrono::duration<double> timeout) {
-    const AuthorizationStatus status = authorization.microphoneStatus();
+                                                        std::chrono::duration<double> timeout, Executor background) {
+    const std::function<AuthorizationStatus()> look = [&authorization] { return authorization.microphoneStatus(); };
+    const AuthorizationStatus status = co_await runOn(std::move(background), look);
     if (status != AuthorizationStatus::notDetermined) {
         co_return status == AuthorizationStatus::authorized;
     }

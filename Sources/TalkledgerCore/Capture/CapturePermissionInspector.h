@@ -41,18 +41,20 @@ class CapturePermissionInspector {
 public:
     CapturePermissionInspector() = delete;
 
-    /// Never prompts; the system audio stays unknown, since only a query tells.
+    /// Never prompts, but may block; the system audio stays unknown, since only a query tells.
     static CapturePermissionSnapshot quickSnapshot(const Authorization& authorization);
 
-    /// Never prompts.
-    static Task<CapturePermissionSnapshot> snapshot(const Authorization& authorization, SystemAudio& systemAudio);
+    /// Never prompts. Here and below, what may block runs on `background`.
+    static Task<CapturePermissionSnapshot> snapshot(const Authorization& authorization, SystemAudio& systemAudio,
+                                                    Executor background);
 
     static CapturePermissionState microphoneState(AuthorizationStatus from);
 
     /// Prompts if undecided; an unanswered prompt is unknown.
     static Task<CapturePermissionState> requestMicrophoneAccess(Authorization& authorization,
-                                                                std::chrono::duration<double> timeoutSeconds);
-    static CapturePermissionState requestScreenCaptureAccess(Authorization& authorization);
+                                                                std::chrono::duration<double> timeoutSeconds,
+                                                                Executor background);
+    static Task<CapturePermissionState> requestScreenCaptureAccess(Authorization& authorization, Executor background);
     static Task<CapturePermissionState> requestSystemAudioAccess(SystemAudio& systemAudio);
 
     /// Names the settings page where the user changes the permission; the desktop opens it.
@@ -60,7 +62,8 @@ public:
 
     /// Whether the microphone may be used; prompts if undecided. Throws `AudioCaptureError` when the prompt is not
     /// answered in time.
-    static Task<bool> microphoneAccess(Authorization& authorization, std::chrono::duration<double> timeout);
+    static Task<bool> microphoneAccess(Authorization& authorization, std::chrono::duration<double> timeout,
+                                       Executor background);
 };
 
 } // namespace talkledger

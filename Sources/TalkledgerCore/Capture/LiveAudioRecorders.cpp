@@ -54,7 +54,7 @@ MicrophoneWAVRecorder::MicrophoneWAVRecorder(AudioInput& audioInput, AudioFiles&
 
 Task<void> MicrophoneWAVRecorder::startRecording(std::filesystem::path to) {
     timeline_->beginTimeline(to.parent_path(), MonotonicTime::clock::now());
-    if (!co_await CapturePermissionInspector::microphoneAccess(authorization_, permissionTimeout_)) {
+    if (!co_await CapturePermissionInspector::microphoneAccess(authorization_, permissionTimeout_, background_)) {
         throw AudioCaptureError(AudioCaptureError::Case::microphonePermissionDenied);
     }
     removeExistingFile(fileSystem_, to);

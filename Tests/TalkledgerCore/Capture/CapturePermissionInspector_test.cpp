@@ -26,7 +26,22 @@ protected:
     testing::FakeSystemAudio systemAudio{log};
 
     State requestMicrophone(std::chrono::duration<double> timeout) {
-        return testing::runTask(context, CapturePermissionInspector::requestMicrophoneAccess(authorization, timeout));
+        return testing::runTask(context, CapturePermissionInspector::requestMicrophoneAccess(authorization, timeout,
+                                                                                             context.get_executor()));
+    }
+
+    State requestScreenCapture() {
+        return testing::runTask(
+            context, CapturePermissionInspector::requestScreenCaptureAccess(authorization, context.get_executor()));
+    }
+
+    CapturePermissionSnapshot snapshot() {
+        return testing::runTask(
+            context, CapturePermissionInspector::snapshot(authorization, systemAudio, context.get_executor()));
+    }
+
+    Task<bool> microphoneAccess(std::chrono::duration<double> timeout) {
+        return CapturePermissionInspector::microphoneAccess(authorization, timeout, context.get_executor());
     }
 };
 
@@ -36,19 +51,17 @@ TEST_F(CapturePermissionInspectorTest, ReadsTheStatesWithoutPrompting) {
     EXPECT_EQ(CapturePermissionInspector::quickSnapshot(authorization),
               (CapturePermissionSnapshot{State::notDetermined, State::notDetermined, State::unknown}));
     systemAudio.contentFailure = "not permitted";
-    EXPECT_EQ(testing::runTask(context, CapturePermissionInspector::snapshot(authorization, systemAudio)),
-              (CapturePermissionSnapshot{State::notDetermined, State::notDetermined, State::denied}));
+    EXPECT_EQ(snapshot(), (CapturePermissionSnapshot{State::notDetermined, State::notDetermined, State::denied}));
     systemAudio.contentFailure.reset();
     authorization.status = AuthorizationStatus::authorized;
     authorization.screenCaptureIsGranted = true;
-    EXPECT_EQ(testing::runTask(context, CapturePermissionInspector::snapshot(authorization, systemAudio)),
-              (CapturePermissionSnapshot{State::authorized, State::authorized, State::authorized}));
+    EXPECT_EQ(snapshot(), (CapturePermissionSnapshot{State::authorized, State::authorized, State::authorized}));
     EXPECT_EQ(authorization.promptCount, 0);
     EXPECT_EQ(CapturePermissionInspector::microphoneState(static_cast<AuthorizationStatus>(17)), State::unknown);
 
-    EXPECT_EQ(CapturePermissionInspector::requestScreenCaptureAccess(authorization), State::authorized);
+    EXPECT_EQ(requestScreenCapture(), State::authorized);
     authorization.screenCaptureIsGranted = false;
-    EXPECT_EQ(CapturePermissionInspector::requestScreenCaptureAccess(authorization), State::denied);
+    EXPECT_EQ(requestScreenCapture(), State::denied);
 }
 
 TEST_F(CapturePermissionInspectorTest, PromptsOnlyForAnUndecidedMicrophone) {
@@ -64,12 +77,12 @@ TEST_F(CapturePermissionInspectorTest, PromptsOnlyForAnUndecidedMicrophone) {
 TEST_F(CapturePermissionInspectorTest, TakesTheAnswerFromAnyThread) {
     authorization.status = AuthorizationStatus::notDetermined;
     for (const bool isGranted : {true, false}) {
-        testing::RunningTask<State> request(context,
-                                            CapturePermissionInspector::requestMicrophoneAccess(authorization, 60s));
+        testing::RunningTask<bool> request(context, microphoneAccess(60s));
+        testing::poll(context);
         EXPECT_FALSE(request.hasEnded());
         std::thread(authorization.answer, isGranted).join();
         testing::poll(context);
-        EXPECT_EQ(request.result(), isGranted ? State::authorized : State::denied);
+        EXPECT_EQ(request.result(), isGranted);
         // A platform that answers twice changes nothing.
         authorization.answer(!isGranted);
     }
@@ -78,15 +91,15 @@ TEST_F(CapturePermissionInspectorTest, TakesTheAnswerFromAnyThread) {
 TEST_F(CapturePermissionInspectorTest, GivesUpOnAnUnansweredPrompt) {
     authorization.status = AuthorizationStatus::notDetermined;
     EXPECT_EQ(requestMicrophone(1ms), State::unknown);
-    EXPECT_EQ(testing::failureText(
-                  [&] { testing::runTask(context, CapturePermissionInspector::microphoneAccess(authorization, 1ms)); }),
+    EXPECT_EQ(testing::failureText([&] { testing::runTask(context, microphoneAccess(1ms)); }),
               "Microphone permission was not answered.");
     authorization.answer(true);
 }
 
 TEST_F(CapturePermissionInspectorTest, OutlivesAWaitThatIsCancelled) {
     authorization.status = AuthorizationStatus::notDetermined;
-    testing::RunningTask<bool> request(context, CapturePermissionInspector::microphoneAccess(authorization, 60s));
+    testing::RunningTask<bool> request(context, microphoneAccess(60s));
+    testing::poll(context);
     request.cancel();
     EXPECT_THROW(request.result(), boost::system::system_error);
     authorization.answer(true);
