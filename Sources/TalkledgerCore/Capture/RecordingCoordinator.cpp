@@ -53,13 +53,15 @@ RecordingCoordinator::RecordingCoordinator(RecordingStore& store, std::shared_pt
                                            std::shared_ptr<AudioRecorder> systemAudioRecorder,
                                            std::unique_ptr<TranscriptProvider> transcriptProvider,
                                            std::unique_ptr<SalesSummaryGenerating> summaryGenerator,
-                                           RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder, Clock clock)
+                                           RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder, Clock clock,
+                                           FinishingStepHandler stepHandler)
     : store_(store),
       microphoneRecorder_(std::move(microphoneRecorder)),
       systemAudioRecorder_(std::move(systemAudioRecorder)),
       transcriptProvider_(std::move(transcriptProvider)),
       summaryGenerator_(std::move(summaryGenerator)),
-      documentWriter_(store, *transcriptProvider_, *summaryGenerator_, artifactDiagnosticsBuilder),
+      documentWriter_(store, *transcriptProvider_, *summaryGenerator_, artifactDiagnosticsBuilder,
+                      std::move(stepHandler)),
       clock_(std::move(clock)) {}
 
 Task<RecordingSession> RecordingCoordinator::start(std::string title) {

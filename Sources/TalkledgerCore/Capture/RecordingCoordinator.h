@@ -46,12 +46,13 @@ class RecordingCoordinator {
 public:
     using Clock = std::function<Date()>;
 
+    /// `stepHandler` hears how far a stop has come.
     RecordingCoordinator(RecordingStore& store, std::shared_ptr<AudioRecorder> microphoneRecorder,
                          std::shared_ptr<AudioRecorder> systemAudioRecorder,
                          std::unique_ptr<TranscriptProvider> transcriptProvider,
                          std::unique_ptr<SalesSummaryGenerating> summaryGenerator,
                          RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder,
-                         Clock clock = std::chrono::system_clock::now);
+                         Clock clock = std::chrono::system_clock::now, FinishingStepHandler stepHandler = {});
     RecordingCoordinator(const RecordingCoordinator&) = delete;
     RecordingCoordinator& operator=(const RecordingCoordinator&) = delete;
     ~RecordingCoordinator() = default;

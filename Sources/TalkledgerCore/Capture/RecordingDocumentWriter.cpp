@@ -12,13 +12,22 @@ namespace talkledger {
 
 RecordingDocumentWriter::RecordingDocumentWriter(RecordingStore& store, TranscriptProvider& transcriptProvider,
                                                  SalesSummaryGenerating& summaryGenerator,
-                                                 RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder)
+                                                 RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder,
+                                                 FinishingStepHandler stepHandler)
     : store_(store),
       transcriptProvider_(transcriptProvider),
       summaryGenerator_(summaryGenerator),
-      artifactDiagnosticsBuilder_(artifactDiagnosticsBuilder) {}
+      artifactDiagnosticsBuilder_(artifactDiagnosticsBuilder),
+      stepHandler_(std::move(stepHandler)) {}
+
+void RecordingDocumentWriter::tell(FinishingStep step) const {
+    if (stepHandler_) {
+        stepHandler_(step);
+    }
+}
 
 Task<void> RecordingDocumentWriter::write(RecordingSession session, RecordingDiagnostics diagnostics) {
+    tell(FinishingStep::transcribing);
     TranscriptDocument transcript = co_await transcribe(session, diagnostics.messages);
     const boost::asio::cancellation_state cancellation = co_await boost::asio::this_coro::cancellation_state;
     if (cancellation.cancelled() != boost::asio::cancellation_type::none) {
@@ -26,6 +35,7 @@ Task<void> RecordingDocumentWriter::write(RecordingSession session, RecordingDia
         throw boost::system::system_error(boost::asio::error::operation_aborted);
     }
     store_.saveTranscript(transcript, session);
+    tell(FinishingStep::summarizing);
     co_await summarize(std::move(transcript), session, diagnostics.messages);
     diagnostics.artifacts = co_await artifactDiagnosticsBuilder_.build(session);
     store_.saveDiagnostics(diagnostics, session);

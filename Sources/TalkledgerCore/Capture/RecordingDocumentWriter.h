@@ -7,10 +7,16 @@
 #include "TalkledgerCore/Support/Task.h"
 #include "TalkledgerCore/Transcription/TranscriptProvider.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace talkledger {
+
+/// What is being made of a recording whose tracks are saved.
+enum class FinishingStep { transcribing, summarizing };
+
+using FinishingStepHandler = std::function<void(FinishingStep)>;
 
 /// Writes what belongs to a recording whose tracks have ended: its transcript, its summary and its diagnostics. A
 /// transcription or a summary that fails becomes an empty document and English messages; failures to write are passed
@@ -19,7 +25,8 @@ class RecordingDocumentWriter {
 public:
     RecordingDocumentWriter(RecordingStore& store, TranscriptProvider& transcriptProvider,
                             SalesSummaryGenerating& summaryGenerator,
-                            RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder);
+                            RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder,
+                            FinishingStepHandler stepHandler = {});
 
     /// `diagnostics` says which tracks were started, and opens the messages. A cancellation leaves everything unwritten
     /// that would have needed the transcript.
@@ -28,6 +35,7 @@ public:
 private:
     using Messages = std::vector<std::string>;
 
+    void tell(FinishingStep step) const;
     Task<TranscriptDocument> transcribe(const RecordingSession& session, Messages& messages);
     Task<void> summarize(TranscriptDocument transcript, const RecordingSession& session, Messages& messages);
 
@@ -35,6 +43,7 @@ private:
     TranscriptProvider& transcriptProvider_;
     SalesSummaryGenerating& summaryGenerator_;
     RecordingArtifactDiagnosticsBuilder artifactDiagnosticsBuilder_;
+    FinishingStepHandler stepHandler_;
 };
 
 } // namespace talkledger
