@@ -1,5 +1,6 @@
 #include "TalkledgerApp/AppModel.h"
 
+#include "TalkledgerCore/Capture/AudioLevelMeter.h"
 #include "TalkledgerCore/Capture/LiveAudioRecorders.h"
 #include "TalkledgerCore/Presentation/RecordingActionPresentation.h"
 #include "TalkledgerCore/Summary/FoundationModelsSalesSummaryGenerator.h"
@@ -16,6 +17,7 @@
 #include <exception>
 #include <functional>
 #include <iterator>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -94,19 +96,22 @@ void AppModel::createCoordinator(RecordingStore& store) {
     };
     auto microphone = std::make_shared<MicrophoneWAVRecorder>(
         ports_.audioInput, ports_.audioFiles, ports_.authorization, ports_.fileSystem, background_, timeline_,
-        [reports = captureReports_](double level) { reports->reportMicrophoneLevel(level); },
+        [reports = captureReports_](double level) { reports->reportLevel(AudioChannel::mic, level); },
         relayTo(AudioChannel::mic));
-    auto systemAudio = std::make_shared<SystemAudioM4ARecorder>(
-        ports_.systemAudio, ports_.audioFiles, ports_.fileSystem, timeline_, relayTo(AudioChannel::speaker));
-    auto transcripts = makeTranscriptProvider([this](AudioChannel channel, double share) {
-        if (currentSession_) { // the one that has been stopped, until it is saved
-            tracks_.setTranscribedShare(channel, share);
-        }
-    });
+    const auto relaySystemAudio = [reports = captureReports_,
+                                   relay = relayTo(AudioChannel::speaker)](SharedAudioBuffer buffer) {
+        reports->reportLevel(AudioChannel::speaker, AudioLevelMeter::normalizedLevel(*buffer));
+        relay(std::move(buffer));
+    };
+    auto systemAudio = std::make_shared<SystemAudioM4ARecorder>(ports_.systemAudio, ports_.audioFiles,
+                                                                ports_.fileSystem, timeline_, relaySystemAudio);
+    auto transcripts =
+        makeTranscriptProvider([this](AudioChannel channel, double share) { finishing_.setShare(channel, share); });
     coordinator_ = std::make_unique<RecordingCoordinator>(
         store, std::move(microphone), std::move(systemAudio), std::move(transcripts),
         std::make_unique<FoundationModelsSalesSummaryGenerator>(ports_.languageModel),
-        RecordingArtifactDiagnosticsBuilder(ports_.fileSystem, ports_.audioFiles));
+        RecordingArtifactDiagnosticsBuilder(ports_.fileSystem, ports_.audioFiles), std::chrono::system_clock::now,
+        [this](FinishingStep step) { finishing_.reach(step); });
 }
 
 std::unique_ptr<TranscriptProvider> AppModel::makeTranscriptProvider(TranscriptionProgressHandler progress) const {
@@ -188,6 +193,7 @@ Task<void> AppModel::stopRecordingNow() {
     setStatusText(copy().stoppingAndTranscribing());
     stopLive(); // what has been said stays in view until the files are transcribed
     tracks_.endCapture();
+    beginFinishing();
     std::optional<RecordingSession> finished;
     std::optional<std::string> failure;
     try {
@@ -198,6 +204,7 @@ Task<void> AppModel::stopRecordingNow() {
     clearLiveTranscript();
     const std::vector<std::string> trackMessages = tracks_.messages();
     followCoordinator();
+    finishing_.end();
     if (failure) {
         setFailedStatusText(copy().stopFailed());
         setLastError(std::move(failure));
@@ -210,6 +217,19 @@ Task<void> AppModel::stopRecordingNow() {
         exportMarkdown(*finished);
     }
     setIsBusy(false);
+}
+
+void AppModel::beginFinishing() {
+    if (!currentSession_) {
+        return;
+    }
+    std::set<AudioChannel> channels;
+    for (const AudioChannel channel : {AudioChannel::mic, AudioChannel::speaker}) {
+        if (tracks_.hasStarted(channel)) {
+            channels.insert(channel);
+        }
+    }
+    finishing_.begin(std::chrono::system_clock::now() - currentSession_->startedAt, std::move(channels));
 }
 
 /// Both belong to the recording that has just begun.
@@ -551,6 +571,14 @@ void AppModel::setDisplayLanguageName(const QString& name) {
 }
 
 QString AppModel::statusTextForScreen() const {
+    const AppCopy texts = copy();
+    const bool isPlain = statusText_ == texts.recordingMicAndSystemAudio();
+    if (isPlain && !tracks_.hasStarted(AudioChannel::mic)) {
+        return QString::fromStdString(texts.recordingSystemAudioOnly());
+    }
+    if (isPlain && !tracks_.hasStarted(AudioChannel::speaker)) {
+        return QString::fromStdString(texts.recordingMicrophoneOnly());
+    }
     return QString::fromStdString(statusText_);
 }
 

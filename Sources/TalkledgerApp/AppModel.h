@@ -3,6 +3,7 @@
 #include "TalkledgerApp/CaptureReports.h"
 #include "TalkledgerApp/LiveSummary.h"
 #include "TalkledgerApp/LiveTranscription.h"
+#include "TalkledgerApp/RecordingFinishing.h"
 #include "TalkledgerApp/RecordingLibrary.h"
 #include "TalkledgerApp/RecordingTracks.h"
 #include "TalkledgerCore/Capture/CapturePermissionInspector.h"
@@ -78,6 +79,7 @@ class AppModel : public QObject {
     Q_PROPERTY(bool isSpeechOffered READ isSpeechOffered NOTIFY isSpeechOfferedChanged)
     Q_PROPERTY(QVariantMap recordingAction READ recordingAction NOTIFY recordingActionChanged)
     Q_PROPERTY(RecordingTracks* tracks READ tracks CONSTANT)
+    Q_PROPERTY(RecordingFinishing* finishing READ finishing CONSTANT)
     Q_PROPERTY(bool isLoadingSessions READ isLoadingSessions NOTIFY sessionsChanged)
 
 public:
@@ -124,6 +126,11 @@ public:
     RecordingTracks* tracks() { return &tracks_; }
 
     const RecordingTracks& tracks() const { return tracks_; }
+
+    /// Of the recording that has been stopped.
+    RecordingFinishing* finishing() { return &finishing_; }
+
+    const RecordingFinishing& finishing() const { return finishing_; }
 
     /// What the recording in progress is known to say so far, without echoes; absent before its first words. Made when
     /// it is read.
@@ -220,7 +227,7 @@ public:
     /// The screens' forms of the operations above. An unknown recording is left alone.
     QString displayLanguageName() const;
     void setDisplayLanguageName(const QString& name);
-    QString statusTextForScreen() const;
+    QString statusTextForScreen() const; ///< tells of a recording that has one track only
     QString lastErrorForScreen() const;
     QVariantMap recordingAction() const; ///< what the main button does: its title, its icon and whether it stops
     QString currentRecordingID() const;
@@ -258,6 +265,7 @@ private:
     Task<void> stopRecordingNow();
     std::string defaultRecordingTitle() const;
     void followCoordinator();
+    void beginFinishing();
     void startLive(const RecordingSession& session);
     void stopLive();
     void applyLiveTranscriptSegment(const TranscriptSegment& segment);
@@ -302,6 +310,7 @@ private:
     QSettings& settings_;
     std::shared_ptr<CaptureReports> captureReports_;
     RecordingTracks tracks_;
+    RecordingFinishing finishing_;
     bool isSpeechOffered_{true};
     std::shared_ptr<RecordingTimelineRecorder> timeline_;
     LiveAudioBufferRelay liveAudioBufferRelay_;

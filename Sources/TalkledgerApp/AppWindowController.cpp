@@ -9,8 +9,10 @@
 #include <QCursor>
 #include <QFont>
 #include <QGuiApplication>
+#include <QPainterPath>
 #include <QQmlContext>
 #include <QQuickWindow>
+#include <QRegion>
 #include <QScreen>
 #include <QUrl>
 #include <QVariant>
@@ -51,6 +53,7 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
       search_(model, recordings_),
       transcriptHits_(search_, *chosenRecording_.lines()),
       trash_(model),
+      trackNotice_(model),
       permissions_(model),
       firstMinutes_(model),
       soundCheck_(model),
@@ -73,6 +76,7 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
     context->setContextProperty(QStringLiteral("search"), &search_);
     context->setContextProperty(QStringLiteral("transcriptHits"), &transcriptHits_);
     context->setContextProperty(QStringLiteral("trash"), &trash_);
+    context->setContextProperty(QStringLiteral("trackNotice"), &trackNotice_);
     context->setContextProperty(QStringLiteral("texts"), &texts_);
     connect(&chosenRecording_, &RecordingDetail::recordingChosen, this,
             [this] { player_.setRecordingID(chosenRecording_.recordingID()); });
@@ -139,6 +143,10 @@ void AppWindowController::createWindow() {
 
 void AppWindowController::createPanel() {
     panel_ = load(QStringLiteral("MenuBarPanel"));
+    if (QGuiApplication::platformName() == QLatin1String("xcb")) {
+        connect(panel_, &QWindow::heightChanged, this, &AppWindowController::cutPanelCorners);
+        cutPanelCorners();
+    }
     connect(panel_, SIGNAL(recordingsRequested(QString)), this, SLOT(chooseRecording(QString)));
     connect(panel_, &QWindow::activeChanged, this, [this] {
         if (!panel_->isActive() && panel_->isVisible()) {
@@ -146,6 +154,14 @@ void AppWindowController::createPanel() {
             sincePanelLeft_.start();
         }
     });
+}
+
+/// Where nothing composes the windows, what is see-through would be black.
+void AppWindowController::cutPanelCorners() {
+    QPainterPath outline;
+    const qreal radius = panel_->property("cornerRadius").toReal();
+    outline.addRoundedRect(QRectF(QPointF(0, 0), QSizeF(panel_->size())), radius, radius);
+    panel_->setMask(QRegion(outline.toFillPolygon().toPolygon()));
 }
 
 void AppWindowController::chooseRecording(const QString& recordingID) {

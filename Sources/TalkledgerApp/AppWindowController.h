@@ -14,6 +14,7 @@
 #include "TalkledgerApp/RecordingSearchModel.h"
 #include "TalkledgerApp/RecordingTrash.h"
 #include "TalkledgerApp/SoundCheckModel.h"
+#include "TalkledgerApp/TrackNotice.h"
 #include "TalkledgerApp/TranscriptHits.h"
 
 #include <QElapsedTimer>
@@ -63,6 +64,7 @@ private:
     QQuickWindow* load(const QString& screen);
     void createWindow();
     void createPanel();
+    void cutPanelCorners();
     void place();
     Q_SLOT void chooseRecording(const QString& recordingID);
 
@@ -72,6 +74,7 @@ private:
     RecordingSearchModel search_;
     TranscriptHits transcriptHits_;
     RecordingTrash trash_;
+    TrackNotice trackNotice_;
     CapturePermissions permissions_;
     FirstMinutes firstMinutes_;
     SoundCheckModel soundCheck_;

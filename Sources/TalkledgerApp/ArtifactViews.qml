@@ -12,11 +12,14 @@ Item {
     /// As a page of its own it is never folded.
     property bool isPage: false
     property bool isOpen: false
+    property bool isAskedFor: false ///< by the user, who may have it open in a low window as well
 
-    readonly property bool isUnfolded: isPage || isOpen
+    readonly property bool isLow: Window.height < Theme.lowBelow
+    readonly property bool isUnfolded: isPage || isOpen && (isAskedFor || !isLow)
 
     function toggle() {
-        isOpen = !isOpen
+        isAskedFor = !isUnfolded
+        isOpen = isAskedFor
     }
 
     function foldedText() {
@@ -24,11 +27,12 @@ Item {
                                                  + file.state).join(" · ")
     }
 
-    implicitHeight: isPage ? 0 : Theme.footHeight + (isOpen ? Math.min(body.contentHeight, tallest) : 0)
+    implicitHeight: isPage ? 0 : Theme.footHeight + (isUnfolded ? Math.min(body.contentHeight, tallest) : 0)
     objectName: "diagnostics"
 
     Connections {
         function onRecordingChosen() {
+            diagnostics.isAskedFor = false
             diagnostics.isOpen = chosenRecording.needsAttention
         }
 
@@ -55,7 +59,7 @@ Item {
         id: head
 
         Accessible.checkable: true
-        Accessible.checked: diagnostics.isOpen
+        Accessible.checked: diagnostics.isUnfolded
         Accessible.name: texts.diagnostics
         Accessible.role: Accessible.Button
         Accessible.onPressAction: diagnostics.toggle()
@@ -94,7 +98,7 @@ Item {
                 elide: Text.ElideRight
                 objectName: "foldedDiagnostics"
                 text: diagnostics.foldedText()
-                visible: !diagnostics.isOpen
+                visible: !diagnostics.isUnfolded
             }
             Icon {
                 id: chevron
@@ -102,7 +106,7 @@ Item {
                 anchors.right: parent.right
                 anchors.rightMargin: Theme.gap3
                 anchors.verticalCenter: parent.verticalCenter
-                name: diagnostics.isOpen ? "down" : "right"
+                name: diagnostics.isUnfolded ? "down" : "right"
             }
         }
         background: Rectangle {

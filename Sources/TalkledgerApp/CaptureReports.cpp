@@ -6,16 +6,19 @@
 
 namespace talkledger {
 
-void CaptureReports::reportMicrophoneLevel(double level) {
-    level_ = level;
-    if (isLevelOnItsWay_.exchange(true)) {
+void CaptureReports::reportLevel(AudioChannel channel, double level, MonotonicTime at) {
+    Level& reported = channel == AudioChannel::mic ? microphoneLevel_ : systemAudioLevel_;
+    double loudest = reported.loudest;
+    while (loudest < level && !reported.loudest.compare_exchange_weak(loudest, level)) {
+    }
+    if (reported.isOnItsWay.exchange(true)) {
         return;
     }
-    boost::asio::post(main_, [self = shared_from_this(), recording = recording_.load()] {
-        self->isLevelOnItsWay_ = false;
-        const double latest = self->level_;
+    boost::asio::post(main_, [self = shared_from_this(), &reported, recording = recording_.load(), channel, at] {
+        reported.isOnItsWay = false;
+        const double heard = reported.loudest.exchange(0);
         if (recording == self->recording_ && self->levelHandler_) {
-            self->levelHandler_(latest);
+            self->levelHandler_(channel, heard, at);
         }
     });
 }

@@ -11,12 +11,12 @@
 
 namespace talkledger {
 
-/// Brings what the capture threads report about the recording in progress to the main thread. However fast levels
-/// arrive, at most one is on its way at a time, and it is the latest. What was reported for an earlier recording is
-/// dropped. Made with `std::make_shared`: the capture threads share its life.
+/// Brings what the capture threads report about the recording in progress to the main thread. However fast a track's
+/// levels arrive, at most one is on its way at a time, and it is the loudest. What was reported for an earlier
+/// recording is dropped. Made with `std::make_shared`: the capture threads share its life.
 class CaptureReports : public std::enable_shared_from_this<CaptureReports> {
 public:
-    using LevelHandler = std::function<void(double)>;
+    using LevelHandler = std::function<void(AudioChannel, double level, MonotonicTime at)>;
 
     explicit CaptureReports(Executor main) : main_(std::move(main)) {}
 
@@ -25,7 +25,7 @@ public:
     ~CaptureReports() = default;
 
     /// Any thread.
-    void reportMicrophoneLevel(double level);
+    void reportLevel(AudioChannel channel, double level, MonotonicTime at = MonotonicTime::clock::now());
     void reportTrackHealth(AudioChannel channel, TrackHealthEvent event);
 
     /// Main thread, as are the handlers.
@@ -33,10 +33,15 @@ public:
     void endRecording();
 
 private:
+    struct Level {
+        std::atomic<double> loudest{0};
+        std::atomic<bool> isOnItsWay{false};
+    };
+
     Executor main_;
     std::atomic<std::uint64_t> recording_{0}; ///< counts beginnings and ends
-    std::atomic<double> level_{0};
-    std::atomic<bool> isLevelOnItsWay_{false};
+    Level microphoneLevel_;
+    Level systemAudioLevel_;
     LevelHandler levelHandler_;
     TrackHealthHandler trackHealthHandler_;
 };

@@ -5,6 +5,8 @@ import QtQuick.Window
 Row {
     id: clock
 
+    property bool isNarrow: false
+
     spacing: 10
 
     Rectangle {
@@ -42,8 +44,8 @@ Row {
 
         color: Theme.text
         font.bold: true
-        font.pixelSize: Theme.clockSize
-        line: Theme.clockLine
+        font.pixelSize: clock.isNarrow ? Theme.narrowClockSize : Theme.clockSize
+        line: clock.isNarrow ? Theme.narrowClockLine : Theme.clockLine
         objectName: "elapsedTime"
         text: formatted()
         topPadding: -3 // digits reach nothing below the line that they stand on

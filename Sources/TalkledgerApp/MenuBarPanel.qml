@@ -10,6 +10,7 @@ Window {
 
     readonly property bool isLive: appModel.recordingAction.stops
     readonly property bool isFinishing: appModel.isStopping
+    readonly property real cornerRadius: Theme.cardRadius
     readonly property bool asksForPermissions: permissions.needAttention && !appModel.isRecording
 
     color: "transparent"
@@ -179,7 +180,7 @@ Window {
                         wrapMode: Text.Wrap
                     }
                     Progress {
-                        share: panel.isFinishing ? appModel.tracks.transcribedShare : revisions.transcribedShare
+                        share: panel.isFinishing ? appModel.finishing.share : revisions.transcribedShare
                         width: parent.width
                     }
                 }

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import Talkledger
+import "Times.js" as Times
 
 /// Plays the chosen recording: how far, who speaks when, which tracks and how fast.
 Rectangle {
@@ -8,15 +9,11 @@ Rectangle {
 
     readonly property bool isWide: width >= 600
     readonly property bool isTiny: width < 420
-
-    function clock(seconds) {
-        const whole = Math.floor(seconds)
-        const two = number => String(number).padStart(2, "0")
-        return two(Math.floor(whole / 60)) + ":" + two(whole % 60)
-    }
+    required property bool isLow
+    readonly property int rowHeight: isLow ? Theme.lowPlaybackHeight : Theme.playbackHeight
 
     color: Theme.surface
-    height: visible ? (failure.visible ? failure.height + Theme.gap2 : 0) + Theme.playbackHeight : 0
+    height: visible ? (failure.visible ? failure.height + Theme.gap2 : 0) + rowHeight : 0
     objectName: "playbackBar"
     visible: player.canPlay
 
@@ -58,7 +55,7 @@ Rectangle {
         anchors.leftMargin: Theme.gap4
         anchors.right: parent.right
         anchors.rightMargin: Theme.gap3
-        height: Theme.playbackHeight
+        height: bar.rowHeight
 
         IconButton {
             id: playButton
@@ -82,7 +79,7 @@ Rectangle {
             color: Theme.text
             font.bold: true
             objectName: "playbackPosition"
-            text: bar.clock(player.position)
+            text: Times.clock(player.position)
         }
         Figures {
             id: length
@@ -90,7 +87,7 @@ Rectangle {
             anchors.left: place.right
             anchors.leftMargin: Theme.gap1
             anchors.verticalCenter: parent.verticalCenter
-            text: bar.isTiny ? "" : "/ " + bar.clock(player.duration)
+            text: bar.isTiny ? "" : "/ " + Times.clock(player.duration)
         }
         FocusScope {
             id: slider
@@ -100,7 +97,7 @@ Rectangle {
             }
 
             Accessible.focusable: true
-            Accessible.name: texts.playbackPosition + " " + bar.clock(player.position)
+            Accessible.name: texts.playbackPosition + " " + Times.clock(player.position)
             Accessible.role: Accessible.Slider
             Accessible.onDecreaseAction: player.skip(-5)
             Accessible.onIncreaseAction: player.skip(5)

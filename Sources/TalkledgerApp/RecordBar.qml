@@ -32,8 +32,15 @@ Rectangle {
         return appModel.isBusy ? "" : permissions.startConsequence || texts.readyToRecord
     }
 
+    readonly property bool isStacked: width < Theme.stackedBelow
+    readonly property bool hasTwoRows: isStacked && (isLive || isFinishing)
+    readonly property bool hasAllIcons: !isNarrow && !(isLive && width < Theme.mediumFrom)
+    readonly property real textStart: (clock.visible ? clock.x + clock.width + Theme.gap6
+                                                     : mainButton.x + mainButton.width + Theme.gap4) + (hasFailed ? 22 : 0)
+    readonly property real textRoom: tail.x - textStart - Theme.gap2
+
     color: isLive ? Theme.liveTint : Theme.surface
-    height: Theme.barHeight
+    height: hasTwoRows ? meters.y + meters.height + Theme.gap3 : Theme.barHeight
 
     Rectangle {
         anchors.bottom: parent.bottom
@@ -45,20 +52,22 @@ Rectangle {
     ActionButton {
         id: mainButton
 
-        anchors.left: parent.left
-        anchors.leftMargin: Theme.gap3
-        anchors.verticalCenter: parent.verticalCenter
+        Accessible.description: [appModel.statusText, bar.detailText()].join(". ")
         enabled: !appModel.isBusy && !quitting.isFinishing
         fill: bar.isLive ? Theme.live : Theme.accentFill
         focus: true
         font.bold: true
         iconName: appModel.recordingAction.iconName
-        implicitHeight: Theme.mainButtonHeight
+        implicitHeight: bar.hasTwoRows ? Theme.mainButtonHeight - 4 : Theme.mainButtonHeight
         ink: bar.isLive ? Theme.liveText : Theme.accentText
         objectName: "mainButton"
         shortcutText: enabled && !bar.isNarrow ? "Ctrl+R" : ""
         text: appModel.recordingAction.title
-        width: Math.max(152, bothTexts.width + 2 * Theme.gap3 + 22 + (bar.isNarrow ? 0 : 54))
+        width: bar.isStacked && !bar.isLive
+               ? tail.x - x - Theme.gap2
+               : Math.max(bar.hasTwoRows ? 0 : 152, bothTexts.width + 2 * Theme.gap3 + 22 + (bar.isNarrow ? 0 : 54))
+        x: bar.hasTwoRows && bar.isLive ? bar.width - width - Theme.gap3 : Theme.gap3
+        y: bar.hasTwoRows ? 10 : (Theme.barHeight - height) / 2
         onClicked: appModel.toggleRecording()
 
         // The button has the width of the wider of its texts, so that it stays where it is.
@@ -83,50 +92,43 @@ Rectangle {
     LiveClock {
         id: clock
 
-        anchors.left: mainButton.right
-        anchors.leftMargin: Theme.gap4
-        anchors.verticalCenter: parent.verticalCenter
+        anchors.verticalCenter: mainButton.verticalCenter
+        isNarrow: bar.isStacked
         visible: bar.isLive
+        x: bar.hasTwoRows ? Theme.gap3 : mainButton.x + mainButton.width + Theme.gap4
     }
 
     Icon {
         id: failIcon
 
-        anchors.left: clock.visible ? clock.right : mainButton.right
-        anchors.leftMargin: Theme.gap4
-        anchors.top: status.top
-        anchors.topMargin: 2
         name: "fail"
         tint: Theme.fail
-        visible: bar.hasFailed
+        visible: bar.hasFailed && status.visible
+        x: bar.textStart - 22
+        y: status.y + 2
     }
     Words {
         id: status
 
         Accessible.name: text
         Accessible.role: Accessible.StatusBar
-        anchors.left: failIcon.visible ? failIcon.right : clock.visible ? clock.right : mainButton.right
-        anchors.leftMargin: failIcon.visible ? 6 : clock.visible ? Theme.gap6 : Theme.gap4
-        anchors.right: tail.left
-        anchors.rightMargin: Theme.gap2
-        anchors.top: parent.top
-        anchors.topMargin: detail.text === "" ? 18 : 9
         color: bar.hasFailed ? Theme.fail : Theme.text
-        elide: Text.ElideRight
         font.bold: true
         objectName: "statusText"
         text: appModel.statusText
-        visible: !bar.isLive || width > 140 // where there is little room, what the tracks do matters more
+        visible: !bar.isStacked && implicitWidth <= bar.textRoom // never cut; what the tracks do matters more
+        x: bar.textStart
+        y: detail.visible ? 9 : 18
     }
     SmallWords {
         id: detail
 
-        anchors.left: failIcon.visible ? failIcon.left : status.left
-        anchors.right: status.right
+        anchors.left: bar.hasFailed ? failIcon.left : status.left
         anchors.top: status.bottom
         elide: Text.ElideRight
         text: bar.detailText()
-        visible: status.visible
+        visible: status.visible && !bar.isNarrow && text !== ""
+        width: bar.textRoom
     }
 
     Row {
@@ -134,37 +136,22 @@ Rectangle {
 
         anchors.right: parent.right
         anchors.rightMargin: Theme.gap2
-        anchors.verticalCenter: parent.verticalCenter
+        anchors.verticalCenter: mainButton.verticalCenter
         spacing: Theme.gap3
 
-        RecordingLevelBanner {
-            anchors.verticalCenter: parent.verticalCenter
-            visible: bar.isLive
-            width: bar.isNarrow ? bar.width - clock.x - clock.width - Theme.gap4 - Theme.gap3 : 260
+        Item {
+            // Where the meters stand unless they have a row of their own.
+            id: metersPlace
+
+            height: 1
+            visible: bar.isLive && !bar.hasTwoRows
+            width: Math.min(260, bar.width - clock.x - clock.width - Theme.gap4 - Theme.gap3 - (icons.visible ? icons.width + Theme.gap3 : 0))
         }
-        Column {
+        OverallProgress {
             anchors.verticalCenter: parent.verticalCenter
-            spacing: 2
-            visible: bar.isFinishing
+            name: texts.overallProgress
+            visible: bar.isFinishing && bar.width >= 600
             width: bar.isNarrow ? 100 : 200
-
-            Item {
-                height: Theme.smallLine
-                width: parent.width
-
-                SmallWords {
-                    text: texts.overallProgress
-                }
-                Figures {
-                    anchors.right: parent.right
-                    objectName: "transcriptionShare"
-                    text: Math.round(appModel.tracks.transcribedShare * 100) + "%"
-                }
-            }
-            Progress {
-                share: appModel.tracks.transcribedShare
-                width: parent.width
-            }
         }
         ActionButton {
             Accessible.name: texts.languageLabel
@@ -175,20 +162,22 @@ Rectangle {
             objectName: "languageButton"
             outline: "transparent"
             text: appModel.displayLanguage === "japanese" ? "日本語" : "English"
-            visible: !bar.isNarrow
+            visible: bar.hasAllIcons
             onClicked: appModel.switchLanguage()
         }
         Row {
+            id: icons
+
             anchors.verticalCenter: parent.verticalCenter
             spacing: Theme.gap1
-            visible: !(bar.isLive && bar.isNarrow)
+            visible: !(bar.isLive && bar.width < 600)
 
             IconButton {
                 iconName: "folder"
                 ink: Theme.text2
                 name: texts.openStorageFolder
                 objectName: "storageButton"
-                visible: !bar.isNarrow
+                visible: bar.hasAllIcons
                 onClicked: appModel.openStorageFolder()
             }
             IconButton {
@@ -232,5 +221,47 @@ Rectangle {
                 }
             }
         }
+    }
+
+    component OverallProgress: Column {
+        id: overall
+
+        required property string name
+
+        spacing: 2
+
+        Item {
+            height: Theme.smallLine
+            width: parent.width
+
+            SmallWords {
+                text: overall.name
+            }
+            Figures {
+                anchors.right: parent.right
+                objectName: "transcriptionShare"
+                text: Math.round(appModel.finishing.share * 100) + "%"
+            }
+        }
+        Progress {
+            share: appModel.finishing.share
+            width: parent.width
+        }
+    }
+
+    OverallProgress {
+        anchors.verticalCenter: meters.verticalCenter
+        name: appModel.statusText
+        visible: bar.hasTwoRows && bar.isFinishing
+        width: meters.width
+        x: meters.x
+    }
+    RecordingLevelBanner {
+        id: meters
+
+        visible: bar.isLive
+        width: bar.hasTwoRows ? bar.width - 2 * Theme.gap3 : metersPlace.width
+        x: bar.hasTwoRows ? Theme.gap3 : tail.x + metersPlace.x
+        y: bar.hasTwoRows ? mainButton.y + mainButton.height + Theme.gap2 : (Theme.barHeight - height) / 2
     }
 }

@@ -141,15 +141,27 @@ void RecordingDetail::readDocuments() {
 }
 
 void RecordingDetail::findProblems() {
-    std::vector<std::string> problems = problemsIn(diagnostics_, model_.copy());
-    if (!recordingID_.isEmpty() && recordingID_ == model_.currentRecordingID()) {
-        std::ranges::copy(model_.tracks().problems(model_.copy()), std::back_inserter(problems));
-    }
+    const bool isCurrent = !recordingID_.isEmpty() && recordingID_ == model_.currentRecordingID();
+    const std::vector<std::string> problems = isCurrent ? problemsOfCurrent() : problemsIn(diagnostics_, model_.copy());
     QStringList texts;
     std::ranges::transform(problems, std::back_inserter(texts), &QString::fromStdString);
     if (std::exchange(problems_, texts) != texts) {
         Q_EMIT problemsChanged();
     }
+}
+
+/// What its tracks lack at the moment is said above.
+std::vector<std::string> RecordingDetail::problemsOfCurrent() const {
+    const AppCopy copy = model_.copy();
+    const std::string noRecogniser = AppCopy{DisplayLanguage::english}.noSpeechRecogniser();
+    std::vector<std::string> problems;
+    if (std::ranges::find(diagnostics_.messages, noRecogniser) != diagnostics_.messages.end()) {
+        problems.push_back(copy.noSpeechRecogniser());
+    }
+    for (const std::string& message : model_.tracks().messages()) {
+        problems.push_back(copy.diagnosticMessage(message));
+    }
+    return problems;
 }
 
 } // namespace talkledger

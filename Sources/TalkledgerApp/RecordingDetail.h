@@ -85,6 +85,7 @@ Q_SIGNALS:
 private:
     QString field(RecordingListModel::Role role) const;
     void findProblems();
+    std::vector<std::string> problemsOfCurrent() const;
     void readDocuments();
 
     const AppModel& model_;

@@ -11,10 +11,14 @@ FocusScope {
     required property int summaryWidth ///< of the column; 0 means pages
     required property bool isAlone     ///< without the list beside it
     signal backWanted
+    signal leaveWanted
 
     readonly property bool isLive: chosenRecording.status === "recording"
     readonly property bool isFinishing: chosenRecording.status === "transcribing"
-    readonly property bool hasPages: summaryWidth === 0 && !isLive
+
+    /// Of its own, so that it holds from the beginning to the end without a gap in which everything moves.
+    readonly property bool isUnfinished: ["recording", "transcribing"].includes(chosenRecording.status)
+    readonly property bool hasPages: summaryWidth === 0 && !isUnfinished
     readonly property bool isTight: summaryWidth === 0
     readonly property alias hasDocument: actions.hasDocument
     readonly property int margin: isAlone ? Theme.gap3 : isTight ? Theme.gap4 : Theme.gap6
@@ -85,7 +89,7 @@ FocusScope {
             anchors.rightMargin: Theme.gap3
             anchors.top: parent.top
             anchors.topMargin: Theme.gap3 + 2
-            hasDocument: transcript.count > 0 && !detail.isLive && !detail.isFinishing
+            hasDocument: transcript.count > 0 && !detail.isUnfinished
             isMenuOnly: detail.width < 400
             isTight: detail.isTight
             onRenameWanted: title.edit()
@@ -133,7 +137,7 @@ FocusScope {
 
         Rectangle {
             anchors.fill: parent
-            color: detail.isLive ? Theme.window : Theme.surface
+            color: detail.isUnfinished ? Theme.window : Theme.surface
         }
         SalesSummaryView {
             id: summary
@@ -143,7 +147,7 @@ FocusScope {
             anchors.right: parent.right
             anchors.top: parent.top
             margin: detail.margin
-            visible: !detail.isLive && (!detail.hasPages || detail.page === 0)
+            visible: !detail.isUnfinished && (!detail.hasPages || detail.page === 0)
         }
         ArtifactViews {
             id: artifacts
@@ -155,7 +159,15 @@ FocusScope {
             isPage: detail.hasPages
             margin: detail.margin
             tallest: column.height * 0.45
-            visible: !detail.isLive && (!detail.hasPages || detail.page === 2)
+            visible: !detail.isUnfinished && (!detail.hasPages || detail.page === 2)
+        }
+        FinishingView {
+            anchors.fill: parent
+            canLeave: recordings.count > 1
+            margin: detail.margin
+            objectName: "finishing"
+            visible: detail.isFinishing
+            onLeaveWanted: detail.leaveWanted()
         }
         LiveSummaryCard {
             id: card
@@ -186,8 +198,8 @@ FocusScope {
             width: 1
         }
     }
-    LiveSummaryCard {
-        id: foldedCard
+    Item {
+        id: folded
 
         anchors.left: parent.left
         anchors.leftMargin: Theme.gap3
@@ -195,9 +207,30 @@ FocusScope {
         anchors.rightMargin: Theme.gap3
         anchors.top: problems.bottom
         anchors.topMargin: Theme.gap3
-        isFolded: true
-        objectName: "foldedSummaryCard"
-        visible: detail.isLive && detail.summaryWidth === 0
+        height: 96
+        visible: detail.isUnfinished && detail.isTight
+
+        // What is finished takes no more and no less room than the summary did.
+        Binding on height {
+            restoreMode: Binding.RestoreNone
+            value: foldedCard.height
+            when: detail.isLive
+        }
+        LiveSummaryCard {
+            id: foldedCard
+
+            isFolded: true
+            objectName: "foldedSummaryCard"
+            visible: detail.isLive
+            width: parent.width
+        }
+        FinishingView {
+            anchors.fill: parent
+            isFolded: true
+            margin: 0
+            objectName: "foldedFinishing"
+            visible: detail.isFinishing
+        }
     }
 
     TranscriptViews {
@@ -206,11 +239,12 @@ FocusScope {
         anchors.bottom: parent.bottom
         anchors.left: !detail.hasPages && column.visible ? column.right : parent.left
         anchors.right: parent.right
-        anchors.top: foldedCard.visible ? foldedCard.bottom : problems.bottom
-        anchors.topMargin: foldedCard.visible ? Theme.gap2 : 0
+        anchors.top: detail.isUnfinished && detail.isTight ? folded.bottom : problems.bottom
+        anchors.topMargin: detail.isUnfinished && detail.isTight ? Theme.gap2 : 0
         hasHead: detail.summaryWidth > 0
         isFinishing: detail.isFinishing
         isLive: detail.isLive
+        isUnfinished: detail.isUnfinished
         isWide: detail.isWide
         margin: detail.margin
         visible: !detail.hasPages || detail.page === 1

@@ -1,10 +1,10 @@
 import QtQuick
 
-/// What each track of the running recording does: the microphone's level, and in words whatever is not in order.
+/// What each track of the running recording does: its level, and in words whatever is not in order.
 Column {
     id: meters
 
-    function problem(track) {
+    function problem(track, silentMinutes) {
         switch (track) {
         case "notStarted":
             return texts.trackNotAvailable
@@ -13,7 +13,7 @@ Column {
         case "writeFailed":
             return texts.trackNotWritten
         default:
-            return ""
+            return silentMinutes > 0 ? texts.trackSilentForMinutes.replace("{n}", silentMinutes) : ""
         }
     }
 
@@ -28,9 +28,11 @@ Column {
         required property string iconName
         required property string label
         required property string track
-        property double level: -1
+        required property double level
+        required property int silentMinutes
+        required property color fill
 
-        readonly property string trouble: meters.problem(track)
+        readonly property string trouble: meters.problem(track, silentMinutes)
         readonly property alias labelWidth: name.implicitWidth
 
         Accessible.name: label + " " + (trouble === "" ? texts.recording : trouble)
@@ -58,60 +60,45 @@ Column {
             anchors.left: name.right
             anchors.leftMargin: Theme.gap2
             anchors.right: parent.right
-            color: row.trouble === "" ? Theme.text2 : Theme.attention
+            color: Theme.attention
             elide: Text.ElideRight
-            font.bold: row.trouble !== ""
+            font.bold: true
             objectName: row.objectName + "State"
-            text: row.trouble === "" ? texts.recording : row.trouble
-            visible: row.trouble !== "" || row.level < 0
+            text: row.trouble
+            visible: text !== ""
         }
-        Rectangle {
+        LevelMeter {
             anchors.left: name.right
             anchors.leftMargin: Theme.gap2
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
-            color: Theme.track
-            height: 6
-            radius: 3
-            visible: row.trouble === "" && row.level >= 0
-
-            Rectangle {
-                id: bar
-
-                // Speech has a root mean square far below full scale; the square root spreads it over the bar.
-                readonly property double share: Math.min(1, Math.sqrt(Math.max(0, row.level)))
-
-                color: Theme.me
-                height: parent.height
-                objectName: row.objectName + "Bar"
-                radius: parent.radius
-                width: parent.width * share
-
-                Behavior on width {
-                    SmoothedAnimation {
-                        duration: Theme.meterFallMilliseconds
-                        velocity: -1
-                    }
-                }
-            }
+            fill: row.fill
+            level: row.level
+            objectName: row.objectName + "Bar"
+            visible: row.trouble === ""
         }
     }
 
     TrackRow {
         id: microphone
 
+        fill: Theme.me
         iconName: "mic"
         label: texts.microphone
         level: appModel.tracks.microphoneLevel
         objectName: "microphoneTrack"
+        silentMinutes: appModel.tracks.microphoneSilentMinutes
         track: appModel.tracks.microphone
     }
     TrackRow {
         id: systemAudio
 
+        fill: Theme.customer
         iconName: "system"
         label: texts.systemAudio
+        level: appModel.tracks.systemAudioLevel
         objectName: "systemAudioTrack"
+        silentMinutes: appModel.tracks.systemAudioSilentMinutes
         track: appModel.tracks.systemAudio
     }
 }

@@ -36,7 +36,9 @@ RecordingListModel::RecordingListModel(const AppModel& model)
     connect(&model, &AppModel::displayLanguageChanged, this, &RecordingListModel::redrawAll);
     connect(&model, &AppModel::currentSessionChanged, this, &RecordingListModel::redrawAll);
     connect(&model, &AppModel::isBusyChanged, this, &RecordingListModel::redrawAll);
-    connect(&model.liveSummary(), &LiveSummary::changed, this, [this] { redraw(model_.currentRecordingID()); });
+    const auto redrawCurrent = [this] { redraw(model_.currentRecordingID()); };
+    connect(&model.liveSummary(), &LiveSummary::changed, this, redrawCurrent);
+    connect(&model.finishing(), &RecordingFinishing::changed, this, redrawCurrent);
     startTimer(dayCheckInterval);
 }
 
@@ -197,7 +199,8 @@ RecordingListModel::Status RecordingListModel::statusOf(const RecordingSession& 
         return {QStringLiteral("interrupted"), copy.interrupted()};
     }
     if (model_.isBusy()) {
-        return {QStringLiteral("transcribing"), copy.transcribing()};
+        const auto percent = static_cast<int>(model_.finishing().share() * 100);
+        return {QStringLiteral("transcribing"), copy.transcribing() + " " + std::to_string(percent) + "%"};
     }
     return {QStringLiteral("recording"), copy.displayStatusLabel(RecordingDisplayStatus::recording)};
 }

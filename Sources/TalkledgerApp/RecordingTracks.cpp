@@ -7,6 +7,9 @@
 namespace talkledger {
 namespace {
 
+constexpr std::chrono::seconds silenceOfOtherSide{20};
+constexpr std::chrono::minutes unusualSilence{2};
+
 QString name(TrackState state) {
     switch (state) {
     case TrackState::notStarted:
@@ -28,7 +31,7 @@ RecordingTracks::RecordingTracks(std::shared_ptr<CaptureReports> reports) : repo
 void RecordingTracks::begin() {
     reset();
     isCapturing_ = true;
-    reports_->beginRecording([this](double level) { setMicrophoneLevel(level); },
+    reports_->beginRecording([this](AudioChannel channel, double level, MonotonicTime at) { hear(channel, level, at); },
                              [this](AudioChannel channel, TrackHealthEvent event) {
                                  health_.apply(channel, event);
                                  Q_EMIT statesChanged();
@@ -36,13 +39,15 @@ void RecordingTracks::begin() {
 }
 
 void RecordingTracks::setStarted(const RecordingDiagnostics& diagnostics) {
-    started_ = {{AudioChannel::mic, diagnostics.microphoneStarted},
-                {AudioChannel::speaker, diagnostics.systemAudioStarted}};
+    begun_ = diagnostics;
+    hasBegun_ = true;
     Q_EMIT statesChanged();
 }
 
 void RecordingTracks::endCapture() {
     isCapturing_ = false;
+    setLevel(AudioChannel::mic, 0);
+    setLevel(AudioChannel::speaker, 0);
     Q_EMIT statesChanged();
 }
 
@@ -54,16 +59,29 @@ void RecordingTracks::end() {
 void RecordingTracks::reset() {
     isCapturing_ = false;
     health_ = {};
-    started_.clear();
-    transcribedShares_.clear();
-    setMicrophoneLevel(0);
+    silence_ = {};
+    silentMinutes_.clear();
+    isOtherSideSilent_ = false;
+    hasBegun_ = false;
+    setLevel(AudioChannel::mic, 0);
+    setLevel(AudioChannel::speaker, 0);
     Q_EMIT statesChanged();
-    Q_EMIT transcribedShareChanged();
+}
+
+bool RecordingTracks::hasStarted(AudioChannel channel) const {
+    return !hasBegun_ || (channel == AudioChannel::mic ? begun_.microphoneStarted : begun_.systemAudioStarted);
+}
+
+std::optional<std::string> RecordingTracks::startFailure(AudioChannel channel) const {
+    const char* const prefix =
+        channel == AudioChannel::mic ? "Microphone capture failed: " : "System audio capture failed: ";
+    const auto failure =
+        std::ranges::find_if(begun_.messages, [&](const std::string& message) { return message.starts_with(prefix); });
+    return hasStarted(channel) || failure == begun_.messages.end() ? std::nullopt : std::optional(*failure);
 }
 
 TrackState RecordingTracks::state(AudioChannel channel) const {
-    const auto started = started_.find(channel);
-    if (started != started_.end() && !started->second) {
+    if (!hasStarted(channel)) {
         return TrackState::notStarted;
     }
     switch (health_.condition(channel)) {
@@ -83,34 +101,30 @@ std::vector<std::string> RecordingTracks::messages() const {
     return messages;
 }
 
-std::vector<std::string> RecordingTracks::problems(const AppCopy& copy) const {
-    std::vector<std::string> problems;
+void RecordingTracks::hear(AudioChannel channel, double level, MonotonicTime at) {
+    setLevel(channel, level);
+    silence_.hear(channel, level, at);
+    followSilence();
+}
+
+void RecordingTracks::followSilence() {
+    std::map<AudioChannel, int> minutes;
     for (const AudioChannel channel : {AudioChannel::mic, AudioChannel::speaker}) {
-        const bool isMicrophone = channel == AudioChannel::mic;
-        switch (isCapturing_ ? health_.condition(channel) : TrackCondition::running) {
-        case TrackCondition::waitingForDevice:
-            problems.push_back(isMicrophone ? copy.microphoneWaiting() : copy.systemAudioWaiting());
-            break;
-        case TrackCondition::writeFailed:
-            problems.push_back(isMicrophone ? copy.microphoneNotWritten() : copy.systemAudioNotWritten());
-            break;
-        case TrackCondition::running:
-            for (const std::string& message : health_.messages(channel)) {
-                problems.push_back(copy.diagnosticMessage(message));
-            }
-        }
+        const auto whole = std::chrono::duration_cast<std::chrono::minutes>(silence_.duration(channel));
+        minutes[channel] = whole < unusualSilence ? 0 : static_cast<int>(whole.count());
     }
-    return problems;
+    const bool isOtherSideSilent = silence_.duration(AudioChannel::speaker) >= silenceOfOtherSide;
+    const bool hasChanged = minutes != silentMinutes_ || isOtherSideSilent != isOtherSideSilent_;
+    silentMinutes_ = std::move(minutes);
+    isOtherSideSilent_ = isOtherSideSilent;
+    if (hasChanged) {
+        Q_EMIT statesChanged();
+    }
 }
 
-double RecordingTracks::transcribedShare(AudioChannel channel) const {
-    const auto share = transcribedShares_.find(channel);
-    return share == transcribedShares_.end() ? 0 : share->second;
-}
-
-void RecordingTracks::setTranscribedShare(AudioChannel channel, double share) {
-    transcribedShares_[channel] = std::clamp(share, 0.0, 1.0);
-    Q_EMIT transcribedShareChanged();
+int RecordingTracks::silentMinutes(AudioChannel channel) const {
+    const auto minutes = silentMinutes_.find(channel);
+    return minutes == silentMinutes_.end() ? 0 : minutes->second;
 }
 
 QString RecordingTracks::microphoneName() const {
@@ -121,13 +135,14 @@ QString RecordingTracks::systemAudioName() const {
     return name(state(AudioChannel::speaker));
 }
 
-double RecordingTracks::transcribedShareOfBoth() const {
-    return (transcribedShare(AudioChannel::mic) + transcribedShare(AudioChannel::speaker)) / 2;
-}
-
-void RecordingTracks::setMicrophoneLevel(double level) {
-    microphoneLevel_ = level;
-    Q_EMIT microphoneLevelChanged();
+void RecordingTracks::setLevel(AudioChannel channel, double level) {
+    if (channel == AudioChannel::mic) {
+        microphoneLevel_ = level;
+        Q_EMIT microphoneLevelChanged();
+    } else {
+        systemAudioLevel_ = level;
+        Q_EMIT systemAudioLevelChanged();
+    }
 }
 
 } // namespace talkledger

@@ -2,13 +2,16 @@
 
 #include "TalkledgerApp/CaptureReports.h"
 #include "TalkledgerCore/Capture/TrackHealth.h"
+#include "TalkledgerCore/Capture/TrackSilence.h"
 #include "TalkledgerCore/Export/RecordingDiagnostics.h"
 #include "TalkledgerCore/Presentation/AppLanguage.h"
 
 #include <QObject>
 #include <QString>
+#include <chrono>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,14 +25,16 @@ enum class TrackState {
     writeFailed,
 };
 
-/// What both tracks of the recording in progress do, as the capture reports it, and how far each is transcribed once it
-/// has been stopped. Without a recording both run, in silence. Main thread.
+/// What both tracks of the recording in progress do, as the capture reports it. Without a recording both run, in
+/// silence. Main thread.
 class RecordingTracks : public QObject {
     Q_OBJECT
     Q_PROPERTY(double microphoneLevel READ microphoneLevel NOTIFY microphoneLevelChanged)
     Q_PROPERTY(QString microphone READ microphoneName NOTIFY statesChanged)
     Q_PROPERTY(QString systemAudio READ systemAudioName NOTIFY statesChanged)
-    Q_PROPERTY(double transcribedShare READ transcribedShareOfBoth NOTIFY transcribedShareChanged)
+    Q_PROPERTY(double systemAudioLevel READ systemAudioLevel NOTIFY systemAudioLevelChanged)
+    Q_PROPERTY(int microphoneSilentMinutes READ microphoneSilentMinutes NOTIFY statesChanged)
+    Q_PROPERTY(int systemAudioSilentMinutes READ systemAudioSilentMinutes NOTIFY statesChanged)
 
 public:
     explicit RecordingTracks(std::shared_ptr<CaptureReports> reports);
@@ -48,8 +53,20 @@ public:
 
     TrackState state(AudioChannel channel) const;
 
-    /// What is wrong with a track now, or else what it lacks from before.
-    std::vector<std::string> problems(const AppCopy& copy) const;
+    /// A track of the recording was started; also when there is no recording.
+    bool hasStarted(AudioChannel channel) const;
+
+    /// Why a track could not be started, as a message of the recording.
+    std::optional<std::string> startFailure(AudioChannel channel) const;
+
+    /// Nothing better can be hoped for: it is being stopped, or there is none.
+    bool isCapturing() const { return isCapturing_; }
+
+    /// The other side has been silent for so long that it may not be heard at all.
+    bool isOtherSideSilent() const { return isOtherSideSilent_; }
+
+    /// For how many minutes nothing has been heard on a track; 0 as long as they are few.
+    int silentMinutes(AudioChannel channel) const;
 
     /// What the recording lacks so far, in English as all messages of a recording are.
     std::vector<std::string> messages() const;
@@ -57,29 +74,36 @@ public:
     /// 0 to 1.
     double microphoneLevel() const { return microphoneLevel_; }
 
-    /// 0 to 1, of the track's length.
-    double transcribedShare(AudioChannel channel) const;
-    void setTranscribedShare(AudioChannel channel, double share);
+    double systemAudioLevel() const { return systemAudioLevel_; }
 
     /// The screens' forms of the above.
     QString microphoneName() const;
     QString systemAudioName() const;
-    double transcribedShareOfBoth() const;
+
+    int microphoneSilentMinutes() const { return silentMinutes(AudioChannel::mic); }
+
+    int systemAudioSilentMinutes() const { return silentMinutes(AudioChannel::speaker); }
 
 Q_SIGNALS:
     void microphoneLevelChanged();
+    void systemAudioLevelChanged();
     void statesChanged();
-    void transcribedShareChanged();
 
 private:
     void reset();
-    void setMicrophoneLevel(double level);
+    void hear(AudioChannel channel, double level, MonotonicTime at);
+    void setLevel(AudioChannel channel, double level);
+    void followSilence();
 
     std::shared_ptr<CaptureReports> reports_;
     TrackHealth health_;
-    std::map<AudioChannel, bool> started_;
-    std::map<AudioChannel, double> transcribedShares_;
+    TrackSilence silence_;
+    std::map<AudioChannel, int> silentMinutes_;
+    bool isOtherSideSilent_{false};
+    RecordingDiagnostics begun_;
+    bool hasBegun_{false};
     double microphoneLevel_{0};
+    double systemAudioLevel_{0};
     bool isCapturing_{false};
 };
 

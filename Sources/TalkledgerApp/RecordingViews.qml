@@ -189,12 +189,21 @@ FocusScope {
         anchors.top: bar.bottom
     }
 
+    TrackBanner {
+        id: trackBanner
+
+        anchors.left: list.right
+        anchors.right: parent.right
+        anchors.top: banner.bottom
+        visible: trackNotice.cause !== "" && !banner.visible // one at a time
+    }
+
     Notices {
         id: notice
 
         anchors.left: list.right
         anchors.right: parent.right
-        anchors.top: banner.bottom
+        anchors.top: trackBanner.bottom
         margin: Theme.gap6
         objectName: "notice"
         // Where the recording says it by itself, once is enough.
@@ -215,6 +224,7 @@ FocusScope {
                     : screen.width >= Theme.mediumFrom ? 320 : 0
         visible: !firstMinutes.isOpen && recordings.count > 0 && (!screen.isNarrow || !screen.showsList)
         onBackWanted: screen.showsList = true
+        onLeaveWanted: list.step(1)
     }
     EmptyView {
         anchors.bottom: parent.bottom

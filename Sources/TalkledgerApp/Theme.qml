@@ -48,6 +48,8 @@ QtObject {
 
     readonly property int clockSize: 24
     readonly property int clockLine: 32
+    readonly property int narrowClockSize: 20
+    readonly property int narrowClockLine: 28
     readonly property int pageTitleSize: 20
     readonly property int pageTitleLine: 30
     readonly property int titleSize: 18
@@ -74,6 +76,7 @@ QtObject {
     readonly property int columnHeadHeight: 40
     readonly property int footHeight: 36
     readonly property int playbackHeight: 60
+    readonly property int lowPlaybackHeight: 48
     readonly property int mainButtonHeight: 40
     readonly property int buttonHeight: 32
     readonly property int smallButtonHeight: 28
@@ -89,6 +92,7 @@ QtObject {
     readonly property int mediumFrom: 1080
     readonly property int narrowBelow: 720
     readonly property int stackedBelow: 480
+    readonly property int lowBelow: 560
     readonly property int hoverMilliseconds: 80
     readonly property int loadingMilliseconds: 150
     readonly property int foldMilliseconds: 120

@@ -12,7 +12,7 @@ Rectangle {
     signal latestWanted
 
     color: Theme.surface
-    height: visible ? (isLive && !follows ? 44 : 32) : 0
+    height: visible ? Math.max(isLive && !follows ? 44 : 32, words.height + 8) : 0
 
     Rectangle {
         color: Theme.line
@@ -39,11 +39,13 @@ Rectangle {
             visible: !foot.isLive
         }
         SmallWords {
-            elide: Text.ElideRight
+            id: words
+
             objectName: "transcriptFoot"
             text: !foot.isLive ? texts.liveTranscriptKept
                 : foot.follows ? texts.followingLatestLine : texts.pausedWhileYouRead
             width: Math.min(implicitWidth, foot.width - 2 * foot.margin - 24)
+            wrapMode: Text.Wrap
         }
     }
     Row {

@@ -62,6 +62,19 @@ void TranscriptLinesModel::setRecordingID(const QString& recordingID) {
     }
 }
 
+QString TranscriptLinesModel::timecodeAt(int row) const {
+    return data(index(row), timecode).toString();
+}
+
+int TranscriptLinesModel::rowAt(const QString& timecode) const {
+    const std::string latest = timecode.toStdString();
+    // A longer one is a later one.
+    const auto after = std::ranges::find_if(lines_, [&](const TranscriptTimelineLine& line) {
+        return std::pair(line.timecode.size(), line.timecode) > std::pair(latest.size(), latest);
+    });
+    return static_cast<int>(after - lines_.begin()) - 1;
+}
+
 bool TranscriptLinesModel::isLive() const {
     return !recordingID_.isEmpty() && recordingID_ == model_.currentRecordingID();
 }
@@ -81,6 +94,7 @@ void TranscriptLinesModel::load() {
     if (lines == lines_) {
         return;
     }
+    Q_EMIT aboutToBeReplaced();
     const std::size_t shared = std::min(lines.size(), lines_.size());
     if (shared < lines_.size()) {
         beginRemoveRows({}, static_cast<int>(shared), rowCount() - 1);
@@ -98,6 +112,7 @@ void TranscriptLinesModel::load() {
         endInsertRows();
     }
     Q_EMIT linesChanged();
+    Q_EMIT replaced();
 }
 
 void TranscriptLinesModel::apply(const std::vector<TranscriptLineChange>& changes) {

@@ -36,8 +36,17 @@ public:
     /// Of the same recording as the stored ones.
     void setRecordingID(const QString& recordingID);
 
+    Q_INVOKABLE QString timecodeAt(int row) const;
+
+    /// The last line that begins no later; -1 when there is none.
+    Q_INVOKABLE int rowAt(const QString& timecode) const;
+
 Q_SIGNALS:
     void linesChanged();
+
+    /// The same recording gets another transcript.
+    void aboutToBeReplaced();
+    void replaced();
 
 private:
     bool isLive() const;

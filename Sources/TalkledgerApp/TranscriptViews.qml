@@ -9,6 +9,7 @@ FocusScope {
     required property bool hasHead
     required property bool isLive
     required property bool isFinishing
+    required property bool isUnfinished
     required property int margin
 
     readonly property alias count: lines.count
@@ -77,6 +78,8 @@ FocusScope {
         width: 1
         x: view.gutter
     }
+
+    readonly property bool isLow: Window.height < Theme.lowBelow
 
     ListView {
         id: lines
@@ -187,6 +190,29 @@ FocusScope {
 
             target: player
         }
+        // Another transcript of the same recording takes the place of this one at the same time.
+        Connections {
+            property string timecode
+            property real distance: 0
+
+            function onAboutToBeReplaced() {
+                const top = lines.indexAt(lines.width / 2, lines.contentY + lines.topMargin + Theme.gap2)
+                const item = lines.itemAtIndex(top)
+                timecode = item ? chosenRecording.lines.timecodeAt(top) : ""
+                distance = item ? item.y - lines.contentY : 0
+            }
+            function onReplaced() {
+                const row = timecode === "" ? -1 : chosenRecording.lines.rowAt(timecode)
+                if (row >= 0) {
+                    lines.forceLayout()
+                    lines.positionViewAtIndex(row, ListView.Beginning)
+                    lines.contentY -= distance
+                    lines.returnToBounds()
+                }
+            }
+
+            target: chosenRecording.lines
+        }
         Connections {
             function onChanged() {
                 Qt.callLater(lines.follow)
@@ -270,6 +296,7 @@ FocusScope {
         anchors.bottom: parent.bottom
         anchors.left: parent.left
         anchors.right: parent.right
+        isLow: view.isLow
     }
     TranscriptFoot {
         id: foot
@@ -281,7 +308,7 @@ FocusScope {
         isLive: view.isLive
         margin: view.margin
         newLines: lines.count - lines.countWhenPaused
-        visible: lines.count > 0 && (view.isLive || view.isFinishing)
+        visible: lines.count > 0 && view.isUnfinished
         onLatestWanted: lines.showLatest()
     }
 }

@@ -118,12 +118,12 @@ void TrayIcon::follow() {
     if (std::exchange(shownPicture_, picture) != picture) {
         icon_->setIcon(trayPicture(picture.first, picture.second));
     }
-    icon_->setToolTip(screenText(model_.copy().appTitle() + ": " + model_.statusText()));
+    icon_->setToolTip(screenText(model_.copy().appTitle()) + QStringLiteral(": ") + model_.statusTextForScreen());
 }
 
 void TrayIcon::followMenu() {
     const AppCopy copy = model_.copy();
-    status_->setText(screenText(model_.statusText()));
+    status_->setText(model_.statusTextForScreen());
     toggle_->setText(model_.recordingAction()[QStringLiteral("title")].toString());
     toggle_->setEnabled(!model_.isBusy());
     recordings_->setText(screenText(copy.recordings()));

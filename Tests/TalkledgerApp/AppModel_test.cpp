@@ -230,15 +230,15 @@ TEST_F(AppModelTest, ASecondRequestIsIgnoredWhileOneIsInProgress) {
     EXPECT_TRUE(model().isBusy() && model().isRecording())
         << "until it is transcribed the recording is the current one";
     EXPECT_EQ(model().statusText(), "停止して文字起こし中...");
-    EXPECT_EQ(model().tracks()->transcribedShare(AudioChannel::mic), 0.5);
-    EXPECT_EQ(model().tracks()->transcribedShareOfBoth(), 0.5);
+    EXPECT_EQ(model().finishing()->share(AudioChannel::mic), 0.5);
+    EXPECT_EQ(model().finishing()->share(), 0.5);
     model().stopRecording();
     model().startRecording();
     speech_.results.open();
     waitUntilIdle();
     EXPECT_FALSE(model().isRecording());
     EXPECT_THAT(model().sessions(), SizeIs(1));
-    EXPECT_EQ(model().tracks()->transcribedShare(AudioChannel::mic), 0);
+    EXPECT_EQ(model().finishing()->share(AudioChannel::mic), 0);
 }
 
 TEST_F(AppModelTest, WithoutAStoreThereIsNoRecorderAndTheRestWorks) {
@@ -420,7 +420,7 @@ TEST_F(AppModelTest, LevelsReachTheModelWithoutAFloodAndNotAfterTheEnd) {
     EXPECT_EQ(changes, 1) << "what nobody has looked at yet is replaced";
     stop();
     EXPECT_EQ(model().microphoneLevel(), 0);
-    reports_->reportMicrophoneLevel(0.75);
+    reports_->reportLevel(AudioChannel::mic, 0.75);
     reports_->reportTrackHealth(AudioChannel::mic, TrackHealthEvent::writeFailed);
     QCoreApplication::processEvents();
     EXPECT_EQ(model().microphoneLevel(), 0);
@@ -441,7 +441,7 @@ TEST_F(AppModelTest, TrackHealthIsShownForTheRecordingItBelongsTo) {
     // This one is on its way while the recording ends and the next begins.
     reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::waitingForDevice);
     reports_->endRecording();
-    reports_->beginRecording([](double) {},
+    reports_->beginRecording([](AudioChannel, double, MonotonicTime) {},
                              [](AudioChannel, TrackHealthEvent) { FAIL() << "of the earlier recording"; });
     QCoreApplication::processEvents();
     stop();

@@ -161,7 +161,7 @@ TEST_F(AppWindowControllerTest, TellsWhatATrackLacksWhileAndAfterItIsRecorded) {
     EXPECT_EQ(textOf("microphoneTrackState"), QStringLiteral("not available"));
     hearSomething();
     reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::writeFailed);
-    EXPECT_TRUE(shows("The system audio is not being saved. Check the free space on the disk."));
+    EXPECT_TRUE(shows("The system audio is not being saved"));
     EXPECT_EQ(textOf("systemAudioTrackState"), QStringLiteral("not being saved"));
     reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::fileWritten);
     EXPECT_TRUE(shows("Some of the system audio could not be saved."));
@@ -169,11 +169,95 @@ TEST_F(AppWindowControllerTest, TellsWhatATrackLacksWhileAndAfterItIsRecorded) {
     model().stopRecording();
     EXPECT_TRUE(shows("The recording is being transcribed."));
     EXPECT_THAT(shownTexts(), Contains("Some of the system audio could not be saved."));
-    EXPECT_THAT(shownTexts(), Contains("Transcribing"));
+    EXPECT_TRUE(shows("Transcribing 50%"));
     speech_.results.open();
     waitUntilIdle();
     EXPECT_TRUE(shows("Microphone not started"));
     EXPECT_THAT(shownTexts(), Contains("Some of the system audio could not be saved."));
+}
+
+TEST_F(AppWindowControllerTest, TellsWhenNothingIsHeardAndNoLongerOnceItIs) {
+    using namespace std::chrono_literals;
+    settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
+    show();
+    record();
+    const auto hear = [this](AudioChannel channel, double level, std::chrono::seconds at) {
+        reports_->reportLevel(channel, level, MonotonicTime(at));
+        QCoreApplication::processEvents();
+    };
+    hear(AudioChannel::speaker, 0, 0s);
+    hear(AudioChannel::mic, 0.2, 21s);
+    EXPECT_TRUE(shows("No sound from the other side for 20 seconds"));
+    hear(AudioChannel::speaker, 0.2, 22s);
+    EXPECT_FALSE(itemBelow(*window().contentItem(), QStringLiteral("trackBanner"))->isVisible());
+    hear(AudioChannel::speaker, 0, 145s);
+    EXPECT_TRUE(shows("No sound from either side for 2 minutes"));
+    EXPECT_EQ(textOf("microphoneTrackState"), QStringLiteral("silent for 2 min"));
+    hear(AudioChannel::speaker, 0.2, 146s);
+    EXPECT_TRUE(shows("No sound from the microphone for 2 minutes"));
+    stop();
+    EXPECT_FALSE(itemBelow(*window().contentItem(), QStringLiteral("trackBanner"))->isVisible());
+}
+
+TEST_F(AppWindowControllerTest, NothingMovesWhileARecordingIsFinished) {
+    settings_.setValue(QStringLiteral("displayLanguage"), QStringLiteral("english"));
+    show();
+    const auto placeOfLines = [this] {
+        const QQuickItem* const lines = itemBelow(*window().contentItem(), QStringLiteral("transcriptLines"));
+        return lines->mapRectToScene(lines->boundingRect());
+    };
+    for (const int width : {1280, 800, 480}) {
+        speech_.results.open();
+        recordLive();
+        window().resize(width, 720);
+        waitUntil([&] { return window().contentItem()->width() == width; });
+        say(AudioChannel::mic, testing::spoken("The quote comes on Monday.", 1, 1));
+        window().grabWindow();
+        const QRectF place = placeOfLines();
+        hearSomething();
+        speech_.results.close();
+        model().stopRecording();
+        EXPECT_TRUE(shows("Finishing"));
+        EXPECT_TRUE(shows("The quote comes on Monday."));
+        window().grabWindow();
+        EXPECT_EQ(placeOfLines(), place) << width;
+        if (width == 1280) {
+            EXPECT_TRUE(shows("Both tracks saved"));
+            EXPECT_EQ(textOf("microphoneProgressState"), QStringLiteral("00:00 / 00:00"));
+            EXPECT_EQ(textOf("summaryProgressState"), QStringLiteral("waiting"));
+        }
+        speech_.results.open();
+        waitUntilIdle();
+        EXPECT_TRUE(shows("The budget is approved."));
+    }
+}
+
+TEST_F(AppWindowControllerTest, TheBarHoldsWhatItSaysAtEveryWidth) {
+    show();
+    const auto rightEnd = [this](const char* name) {
+        const QQuickItem* const shown = itemBelow(*window().contentItem(), QString::fromLatin1(name));
+        return shown->isVisible() ? shown->mapToScene({shown->width(), 0}).x() : 0;
+    };
+    const auto expectInside = [&](const char* state) {
+        for (const int width : {320, 480, 600, 720, 1080, 1280}) {
+            window().resize(width, 640);
+            waitUntil([&] { return window().contentItem()->width() == width; });
+            window().grabWindow();
+            for (const char* const part : {"mainButton", "elapsedTime", "statusText", "systemAudioTrackBar"}) {
+                EXPECT_LE(rightEnd(part), width) << state << ", " << width << ": " << part;
+            }
+            const QQuickItem* const clock = itemBelow(*window().contentItem(), QStringLiteral("elapsedTime"));
+            const QQuickItem* const meter = itemBelow(*window().contentItem(), QStringLiteral("microphoneTrack"));
+            const bool isBelow = meter->mapToScene({0, 0}).y() >= clock->mapToScene({0, clock->height()}).y();
+            EXPECT_TRUE(!meter->isVisible() || isBelow || meter->mapToScene({0, 0}).x() >= rightEnd("elapsedTime"))
+                << state << ", " << width;
+        }
+    };
+    expectInside("idle");
+    record();
+    expectInside("recording");
+    stop();
+    expectInside("saved");
 }
 
 TEST_F(AppWindowControllerTest, ShowsWhatIsSaidAndFollowsItUntilTheUserScrolls) {

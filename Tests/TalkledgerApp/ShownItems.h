@@ -22,7 +22,8 @@ inline QQuickItem* itemBelow(QQuickItem& item, const QString& name) {
     return nullptr;
 }
 
-/// False when the window shows no such item that can be used. What has just been opened is laid out first, as for a picture.
+/// False when the window shows no such item that can be used. What has just been opened is laid out first, as for a
+/// picture.
 inline bool click(QQuickWindow& window, const char* name) {
     window.grabWindow();
     const QQuickItem* const item = itemBelow(*window.contentItem(), QString::fromLatin1(name));
