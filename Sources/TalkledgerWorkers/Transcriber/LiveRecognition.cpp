@@ -38,6 +38,7 @@ void LiveRecognition::append(Utterance utterance) {
     throwFailure();
     waitingSamples_ += utterance.samples.size();
     ended_.push_back(std::move(utterance));
+    isGuessStale_ = true;
     open_ = {};
     changed_.notify_all();
 }
@@ -104,9 +105,11 @@ void LiveRecognition::recogniseNext(std::unique_lock<std::mutex>& lock) {
 /// The next one comes when the utterance has grown by as much as this one took: hypotheses may have half of the time.
 void LiveRecognition::guessOpen(std::unique_lock<std::mutex>& lock) {
     const Utterance utterance = open_;
+    isGuessStale_ = false;
     lock.unlock();
+    const auto isStale = [this] { return stop_.stop_requested() || isGuessStale_; };
     const auto began = std::chrono::steady_clock::now();
-    if (const auto hypothesis = recogniser_.hypothesis(utterance.samples, stop_.get_token())) {
+    if (const auto hypothesis = recogniser_.hypothesis(utterance.samples, isStale)) {
         if (const std::string& shown = agreement_.agree(*hypothesis); !shown.empty()) {
             tell({.text = shown,
                   .start = static_cast<double>(utterance.start) / sampleRate,

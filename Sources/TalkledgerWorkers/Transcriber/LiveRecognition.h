@@ -5,6 +5,7 @@
 #include "TalkledgerWorkers/Transcriber/Utterance.h"
 #include "TalkledgerWorkers/Transcriber/UtteranceRecogniser.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -61,6 +62,7 @@ private:
     std::size_t nextGuess_{0}; ///< samples that the utterance under way has by then
     bool isFinished_{false};
     bool isBusy_{false};
+    std::atomic<bool> isGuessStale_{false}; ///< the utterance that is guessed at has ended
     std::exception_ptr failure_;
 
     HypothesisAgreement agreement_; ///< of the thread

@@ -67,7 +67,7 @@ std::vector<SpeechSegment> UtteranceRecogniser::recognise(const SpeechWindow& wi
 }
 
 std::optional<std::string> UtteranceRecogniser::hypothesis(std::span<const float> samples,
-                                                           const std::stop_token& stop) {
+                                                           const std::function<bool()>& isUnwanted) {
     const std::optional<ComputeGate::Turn> turn = gate_->tryHypothesis();
     if (!turn) {
         return std::nullopt;
@@ -75,7 +75,7 @@ std::optional<std::string> UtteranceRecogniser::hypothesis(std::span<const float
     const WhisperState::Hearing hearing{.language = lastLanguage_,
                                         .threads = turn->threads(),
                                         .isHypothesis = true,
-                                        .shouldStop = [&] { return stop.stop_requested() || turn->shouldGiveWay(); }};
+                                        .shouldStop = [&] { return isUnwanted() || turn->shouldGiveWay(); }};
     const auto passages = state_.hear(samples, hearing);
     if (!passages) {
         return std::nullopt;

@@ -6,6 +6,7 @@
 #include "TalkledgerWorkers/Transcriber/WhisperModel.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -32,8 +33,8 @@ public:
     std::vector<SpeechSegment> recognise(const SpeechWindow& window, ComputeUrgency urgency,
                                          const std::stop_token& stop);
 
-    /// What it seems to be so far; absent when others need the processor more.
-    std::optional<std::string> hypothesis(std::span<const float> samples, const std::stop_token& stop);
+    /// What it seems to be so far; absent when others need the processor more, and as soon as nobody wants it any more.
+    std::optional<std::string> hypothesis(std::span<const float> samples, const std::function<bool()>& isUnwanted);
 
     const CaughtInventions& caught() const { return filter_.caught(); }
 
