@@ -81,12 +81,13 @@ TEST_F(CaptureTimelineTest, JitterAndPositionsThatBeginAnewAreNoGap) {
     EXPECT_EQ(runs(), (Runs{{256, 1}, {256, 2}, {256, 3}, {256, 4}}));
 }
 
-TEST_F(CaptureTimelineTest, AnotherDriverIsPlacedByTheClock) {
+TEST_F(CaptureTimelineTest, AnotherDriverOrStreamIsPlacedByTheClock) {
     add(0, 0, 256);
     driver_ = 2;
     add(256 + 100, 999'999, 256); // its cycles begin at other moments
     add(512 + 100, 999'999 + 256, 256);
-    EXPECT_EQ(runs(), (Runs{{256, 1}, {100, 0}, {256, 2}, {256, 3}}));
+    add(5000, 999'999 + 512, 256, 2);
+    EXPECT_EQ(runs(), (Runs{{256, 1}, {100, 0}, {256, 2}, {256, 3}, {5000 - 868, 0}, {256, 4}}));
 }
 
 // The server says the new length in a cycle that still lasts as long as the one before, and counts it in full.
@@ -159,12 +160,6 @@ TEST_F(CaptureTimelineTest, DriftAndALatePacketAreNoSignOfAnotherLength) {
     EXPECT_EQ(std::count(line_.begin(), line_.end(), 0), 0);
 }
 
-TEST_F(CaptureTimelineTest, AnotherStreamIsPlacedByTheClock) {
-    add(0, 0, 256);
-    add(5000, 0, 256, 2);
-    EXPECT_EQ(runs(), (Runs{{256, 1}, {5000 - 256, 0}, {256, 2}}));
-}
-
 TEST_F(CaptureTimelineTest, SilenceInArrearsIsNotRepeatedAndCutsLatePackets) {
     add(0, 0, 256);
     timeline_.fillTo(timeOfFrame(2000));
@@ -193,6 +188,8 @@ TEST(SampleRingTest, KeepsOrderAndContentBetweenThreadsAndDropsWholePackets) {
             samples.assign(samples.size(), static_cast<float>(number));
             if (ring.push(packet, number % 7 == 0 ? nullptr : samples.data())) {
                 ++number;
+            } else {
+                std::this_thread::yield(); // on a machine that is busy elsewhere
             }
         }
     });
@@ -201,6 +198,7 @@ TEST(SampleRingTest, KeepsOrderAndContentBetweenThreadsAndDropsWholePackets) {
     std::uint64_t wrong = 0;
     for (std::uint64_t number = 0; number < kPackets;) {
         if (!ring.pop(packet, samples)) {
+            std::this_thread::yield();
             continue;
         }
         const float expected = number % 7 == 0 ? 0.0F : static_cast<float>(number);
