@@ -117,7 +117,7 @@ Item {
         anchors.top: title.bottom
         anchors.topMargin: 10
         elide: Text.ElideRight
-        maximumLineCount: 2
+        maximumLineCount: Math.max(1, Math.floor((view.height - y - Theme.gap1) / Theme.smallLine))
         text: texts.nextRecordingAfterSaving
         visible: view.isFolded
         wrapMode: Text.Wrap

@@ -125,10 +125,8 @@ Rectangle {
 
         anchors.left: bar.hasFailed ? failIcon.left : status.left
         anchors.top: status.bottom
-        elide: Text.ElideRight
         text: bar.detailText()
-        visible: status.visible && !bar.isNarrow && text !== ""
-        width: bar.textRoom
+        visible: status.visible && !bar.isNarrow && text !== "" && implicitWidth <= bar.textRoom
     }
 
     Row {
@@ -145,7 +143,7 @@ Rectangle {
 
             height: 1
             visible: bar.isLive && !bar.hasTwoRows
-            width: Math.min(260, bar.width - clock.x - clock.width - Theme.gap4 - Theme.gap3 - (icons.visible ? icons.width + Theme.gap3 : 0))
+            width: Math.min(bar.width < Theme.wideFrom ? 230 : 260, bar.width - clock.x - clock.width - Theme.gap4 - Theme.gap3 - (icons.visible ? icons.width + Theme.gap3 : 0))
         }
         OverallProgress {
             anchors.verticalCenter: parent.verticalCenter

@@ -232,6 +232,38 @@ TEST_F(AppWindowControllerTest, NothingMovesWhileARecordingIsFinished) {
     }
 }
 
+TEST_F(AppWindowControllerTest, TheFinalTranscriptTakesThePlaceOfTheLiveOneAtTheSameTime) {
+    show();
+    speech_.scripts["ja_JP"].results.clear();
+    for (int line = 0; line < 40; ++line) {
+        const std::string longer = "Line " + std::to_string(line) + std::string(200, '.');
+        speech_.scripts["ja_JP"].results.push_back(testing::spoken(longer, line * 10, 1));
+    }
+    recordLive();
+    for (int line = 0; line < 40; ++line) {
+        say(AudioChannel::speaker, testing::spoken("Line " + std::to_string(line), line * 10, 1));
+    }
+    QQuickItem* const lines = itemBelow(*window().contentItem(), QStringLiteral("transcriptLines"));
+    lines->forceActiveFocus();
+    QTest::keyClick(&window(), Qt::Key_PageUp);
+    QTest::keyClick(&window(), Qt::Key_PageUp);
+    const auto textAtTop = [&] {
+        int top = -1;
+        QMetaObject::invokeMethod(lines, "indexAt", Q_RETURN_ARG(int, top), Q_ARG(double, 10),
+                                  Q_ARG(double, lines->property("contentY").toDouble() + 20));
+        return top;
+    };
+    window().grabWindow();
+    const int read = textAtTop();
+    EXPECT_GT(read, 0);
+    hearSomething();
+    stop();
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return std::ranges::any_of(shownTexts(), [](const auto& text) { return text.ends_with("..."); }); }));
+    window().grabWindow();
+    EXPECT_EQ(textAtTop(), read);
+}
+
 TEST_F(AppWindowControllerTest, TheBarHoldsWhatItSaysAtEveryWidth) {
     show();
     const auto rightEnd = [this](const char* name) {
