@@ -229,7 +229,7 @@ void AppModel::beginFinishing() {
             channels.insert(channel);
         }
     }
-    finishing_.begin(std::chrono::system_clock::now() - currentSession_->startedAt, std::move(channels));
+    finishing_.begin(std::chrono::system_clock::now() - currentSession_->startedAt, channels);
 }
 
 /// Both belong to the recording that has just begun.

@@ -6,7 +6,7 @@
 
 namespace talkledger {
 
-void RecordingFinishing::begin(std::chrono::duration<double> length, std::set<AudioChannel> channels) {
+void RecordingFinishing::begin(std::chrono::duration<double> length, const std::set<AudioChannel>& channels) {
     step_ = Step::saving;
     length_ = length;
     shares_.clear();

@@ -28,7 +28,7 @@ public:
     enum class Step { none, saving, transcribing, summarizing };
 
     /// The recording has been stopped after `length`; `channels` are the tracks that it has.
-    void begin(std::chrono::duration<double> length, std::set<AudioChannel> channels);
+    void begin(std::chrono::duration<double> length, const std::set<AudioChannel>& channels);
 
     /// Its tracks are saved.
     void reach(FinishingStep step);

@@ -198,12 +198,29 @@ FocusScope {
         visible: trackNotice.cause !== "" && !banner.visible // one at a time
     }
 
+    RecoverBanner {
+        id: recoverBanner
+
+        anchors.left: list.right
+        anchors.right: parent.right
+        anchors.top: trackBanner.bottom
+        visible: isWanted && !banner.visible && !trackBanner.visible
+    }
+    RevisionStrip {
+        id: revisionStrip
+
+        anchors.left: list.right
+        anchors.right: parent.right
+        anchors.top: recoverBanner.bottom
+        visible: isWanted
+    }
+
     Notices {
         id: notice
 
         anchors.left: list.right
         anchors.right: parent.right
-        anchors.top: trackBanner.bottom
+        anchors.top: revisionStrip.bottom
         margin: Theme.gap6
         objectName: "notice"
         // Where the recording says it by itself, once is enough.

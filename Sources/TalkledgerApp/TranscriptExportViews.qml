@@ -110,7 +110,8 @@ Row {
                 }
             }
             RevisionItem {
-                iconName: "warn"
+                iconName: "recover"
+                objectName: "finishRecording"
                 text: texts.finishRecording
                 visible: chosenRecording.status === "interrupted"
                 onTriggered: revisions.finish(chosenRecording.recordingID)

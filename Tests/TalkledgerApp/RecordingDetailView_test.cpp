@@ -151,6 +151,32 @@ TEST_F(RecordingDetailViewTest, UnfoldsTheDiagnosticsWhenSomethingIsMissing) {
     EXPECT_TRUE(shows("Transcript and summary generated."));
 }
 
+TEST_F(RecordingDetailViewTest, OffersToRecoverARecordingThatWasCutOff) {
+    RecordingStore store(recordingsFolder(), fileSystem_);
+    const RecordingSession cutOff = store.createSession("Cut off", Date(std::chrono::seconds(2'000)));
+    fileSystem_.writeFileAtomically(cutOff.artifacts.micAudio, "samples");
+    store.createSession("Without sound", Date(std::chrono::seconds(1'000)));
+    audioFiles_.durations[cutOff.artifacts.micAudio] = 90;
+    show();
+    EXPECT_TRUE(shows("This recording ended unexpectedly"));
+    press(Qt::Key_Down, Qt::AltModifier);
+    EXPECT_FALSE(isShown("recoverBanner")) << "there is nothing to be recovered";
+    press(Qt::Key_Up, Qt::AltModifier);
+    click("recoverLater");
+    EXPECT_FALSE(isShown("recoverBanner"));
+    press(Qt::Key_Down, Qt::AltModifier);
+    press(Qt::Key_Up, Qt::AltModifier);
+    EXPECT_FALSE(isShown("recoverBanner")) << "put off for as long as the window is there";
+    speech_.results.close();
+    click("moreButton");
+    click("finishRecording");
+    EXPECT_TRUE(shows("Recovering"));
+    EXPECT_TRUE(shows("50%"));
+    speech_.results.open();
+    EXPECT_TRUE(shows("The budget is approved."));
+    EXPECT_FALSE(isShown("revisionStrip"));
+}
+
 TEST_F(RecordingDetailViewTest, ShowsOnePageAtATimeWhereThereIsNoWidth) {
     add({}, sound());
     show();
