@@ -183,7 +183,7 @@ public:
         showLive();
         speech_.results.close();
         model().stopRecording();
-        waitUntil([this] { return model().tracks()->transcribedShare(AudioChannel::mic) > 0; });
+        waitUntil([this] { return model().finishing()->share(AudioChannel::mic) > 0; });
     }
 
     void showQuitting() {
