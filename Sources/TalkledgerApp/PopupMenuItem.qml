@@ -8,6 +8,10 @@ MenuItem {
     property string iconName
     property string shortcutText
 
+    Accessible.name: text
+    Accessible.onPressAction: if (enabled) {
+        triggered()
+    }
     font.pixelSize: Theme.controlSize
     height: visible ? implicitHeight : 0
     implicitHeight: Theme.buttonHeight

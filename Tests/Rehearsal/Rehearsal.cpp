@@ -3,12 +3,15 @@
 #include "Rehearsal/CannedSummary.h"
 #include "Rehearsal/Conversation.h"
 #include "Rehearsal/ConversationPlayer.h"
+#include "Rehearsal/DraftInWindow.h"
 #include "Rehearsal/EchoCount.h"
 #include "Rehearsal/RehearsedProgram.h"
 #include "Rehearsal/SpeechSynthesis.h"
 #include "Rehearsal/VirtualDisplay.h"
 #include "Rehearsal/Waiting.h"
 #include "Support/SoundSession.h"
+#include "TalkledgerApp/TrayHost.h"
+#include "TalkledgerCore/Model/ModelsJson.h"
 #include "TalkledgerCore/Support/Json.h"
 
 #include <nlohmann/json.hpp>
@@ -182,13 +185,23 @@ void waitForLiveSummary(RehearsedProgram& program) {
     }
 }
 
+void clickIfOffered(testing::TrayHost& tray, const char* text) {
+    const auto entry = tray.entry(QString::fromLatin1(text));
+    if (entry && entry->isEnabled()) {
+        tray.click(entry->text());
+    }
+}
+
 /// Plays the performance to the program while it records, and takes what came of it.
 RehearsalResult record(const fs::path& programFile, const Conversation& conversation, const Performance& performance,
                        const testing::SoundSession& sound, OutputFolder& output) {
     const VirtualDisplay display;
     testing::EnvironmentChanges surroundings = sound.environment();
     surroundings.merge(display.environment());
+    surroundings["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"; // costs nothing until there is a screen reader
     RehearsedProgram program({programFile.string()}, surroundings);
+    testing::TrayHost tray(QString::fromStdString(program.environment().at("DBUS_SESSION_BUS_ADDRESS").value()));
+    demand(tray.hasIcon(), "The program shows no icon in the tray.");
     installCannedSummary(program.home().models());
 
     // Linked before the recording begins, as a call is: joining both devices later would shift their cycles.
@@ -197,7 +210,7 @@ RehearsalResult record(const fs::path& programFile, const Conversation& conversa
     RehearsalResult result;
     const auto startTime = Clock::now();
     const auto startCpu = program.processorTime();
-    const fs::path recording = program.startRecording();
+    const fs::path recording = program.startRecording([&] { clickIfOffered(tray, "Start Recording"); });
     program.waitUntilCapturing(recording);
     program.waitUntilListening();
     program.await("the program shows its window", [&] { return display.showsWindow(program.pid()); });
@@ -224,9 +237,10 @@ RehearsalResult record(const fs::path& programFile, const Conversation& conversa
     result.stopSeconds = secondsSince(stopTime);
     result.cpuShare = (program.processorTime() - startCpu).count() / result.recordingSeconds;
 
-    display.photograph(program.pid(), output.picture());
     output.takeRecording(recording);
     output.takeDocument(document);
+    output.note({{"draft", talkledger::toJson(draftInWindow(program, recording))}});
+    display.photograph(program.pid(), output.picture());
     program.end();
     demand(program.standardError().empty(), "The program complained: " + program.standardError());
     return result;

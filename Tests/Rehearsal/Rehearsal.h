@@ -24,7 +24,8 @@ struct RehearsalResult {
     double stopSeconds{0};      ///< from the stop action to the finished document
 };
 
-/// Lets the conversation be recorded by the real program in a private sound session on a virtual display, and leaves
+/// Lets the conversation be recorded by the real program in a private sound session on a virtual display: started from
+/// the tray, stopped over the bus, and its summary drafted anew from key phrases and saved in the window. Leaves
 /// "recording", the Markdown document, "window.png", "window-recording.png" and "result.json" in the output folder,
 /// which is new, empty or an earlier rehearsal's. Throws an exception with one sentence about what is missing or not
 /// good enough; that sentence is then in "result.json", too. Called on a thread that outlives it, before the process

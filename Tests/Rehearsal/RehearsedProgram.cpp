@@ -116,6 +116,11 @@ RehearsedProgram::RehearsedProgram(const std::vector<std::string>& command,
 }
 
 std::filesystem::path RehearsedProgram::startRecording(std::chrono::seconds patience) {
+    return startRecording([this] { activateAction("start-recording"); }, patience);
+}
+
+std::filesystem::path RehearsedProgram::startRecording(const std::function<void()>& ask,
+                                                       std::chrono::seconds patience) {
     const std::set<std::filesystem::path> known = recordings();
     std::filesystem::path recording;
     std::optional<std::chrono::steady_clock::time_point> lastAsked;
@@ -129,7 +134,7 @@ std::filesystem::path RehearsedProgram::startRecording(std::chrono::seconds pati
             }
             const auto now = std::chrono::steady_clock::now();
             if (recording.empty() && (!lastAsked || now - *lastAsked > std::chrono::seconds(2))) {
-                activateAction("start-recording");
+                ask();
                 lastAsked = now;
             }
             return !recording.empty();

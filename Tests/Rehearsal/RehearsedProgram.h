@@ -25,10 +25,16 @@ public:
 
     const PrivateHome& home() const { return home_; }
 
+    /// The program's.
+    const testing::EnvironmentChanges& environment() const { return environment_; }
+
     pid_t pid() const { return process_->pid(); }
 
     /// Returns the new recording's folder. Asks again while the program is still busy with the last one.
     std::filesystem::path startRecording(std::chrono::seconds patience = kPatience);
+
+    /// The same, asked for in another way.
+    std::filesystem::path startRecording(const std::function<void()>& ask, std::chrono::seconds patience = kPatience);
 
     void stopRecording() { activateAction("stop-recording"); }
 

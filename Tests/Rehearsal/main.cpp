@@ -1,5 +1,6 @@
 #include "Rehearsal/Rehearsal.h"
 
+#include <QCoreApplication>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -59,6 +60,7 @@ void printSummary(const RehearsalResult& result, const std::string& folder) {
 
 int main(int argumentCount, char** arguments) {
     try {
+        const QCoreApplication application(argumentCount, arguments); // for the tray
         const RehearsalOptions options = parse({arguments + 1, arguments + argumentCount});
         printSummary(talkledger::rehearsal::rehearse(options), options.outputFolder.string());
         return 0;

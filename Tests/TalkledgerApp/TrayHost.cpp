@@ -3,13 +3,13 @@
 #include "TalkledgerApp/StatusNotifierWatcher.h"
 
 #include <QtTest/QTest>
-#include <gtest/gtest.h>
 
 #include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <algorithm>
+#include <stdexcept>
 
 namespace talkledger::testing {
 namespace {
@@ -79,14 +79,18 @@ bool TrayMenuEntry::isEnabled() const {
     return properties.value(QStringLiteral("enabled"), true).toBool();
 }
 
-TrayHost::TrayHost()
-    : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName)),
+TrayHost::TrayHost(const QString& busAddress)
+    : bus_(QDBusConnection::connectToBus(busAddress, connectionName)),
       watcher_(std::make_unique<StatusNotifierWatcher>()) {
-    EXPECT_TRUE(bus_.registerObject(watcherPath, watcher_.get(),
-                                    QDBusConnection::ExportScriptableContents | QDBusConnection::ExportAllProperties));
+    if (!bus_.registerObject(watcherPath, watcher_.get(),
+                             QDBusConnection::ExportScriptableContents | QDBusConnection::ExportAllProperties)) {
+        throw std::runtime_error("There is no session bus for the tray.");
+    }
     watcher_->moveToThread(&thread_);
     thread_.start();
-    EXPECT_TRUE(bus_.registerService(watcherService));
+    if (!bus_.registerService(watcherService)) {
+        throw std::runtime_error("There is a tray on the session bus already.");
+    }
 }
 
 TrayHost::~TrayHost() {
@@ -106,8 +110,10 @@ QDBusMessage TrayHost::call(const QString& path, const QString& interface, const
     QDBusMessage message = QDBusMessage::createMethodCall(watcher_->items().constLast(), path, interface, method);
     message.setArguments(arguments);
     const QDBusPendingCall pending = bus_.asyncCall(message);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return pending.isFinished(); }, patience)) << method.toStdString();
-    EXPECT_FALSE(pending.isError()) << pending.error().message().toStdString();
+    if (!QTest::qWaitFor([&] { return pending.isFinished(); }, patience) || pending.isError()) {
+        throw std::runtime_error("The tray icon does not answer " + method.toStdString() + ": " +
+                                 pending.error().message().toStdString());
+    }
     return pending.reply();
 }
 
@@ -156,7 +162,9 @@ std::optional<TrayMenuEntry> TrayHost::entry(const QString& text) {
 
 void TrayHost::click(const QString& text) {
     const std::optional<TrayMenuEntry> wanted = entry(text);
-    ASSERT_TRUE(wanted) << text.toStdString();
+    if (!wanted) {
+        throw std::runtime_error("The tray icon's menu does not offer \"" + text.toStdString() + "\".");
+    }
     const auto path = property(QStringLiteral("Menu")).value<QDBusObjectPath>();
     call(path.path(), menuInterface, QStringLiteral("Event"),
          {wanted->id, QStringLiteral("clicked"), QVariant::fromValue(QDBusVariant(QString())), 0U});

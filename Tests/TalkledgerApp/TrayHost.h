@@ -29,11 +29,11 @@ class StatusNotifierWatcher;
 
 /// A desktop's tray: the watcher that programs announce their icons to, and the host that shows them and passes clicks
 /// on. The watcher answers in a thread of its own, since programs wait for it. Whatever asks the program runs the event
-/// loop until it has answered, and fails the test if it does not.
+/// loop until it has answered, and throws if it does not.
 class TrayHost {
 public:
-    /// On the session bus.
-    TrayHost();
+    /// On the bus of that address.
+    explicit TrayHost(const QString& busAddress = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"));
     ~TrayHost();
     TrayHost(const TrayHost&) = delete;
     TrayHost& operator=(const TrayHost&) = delete;
@@ -54,7 +54,7 @@ public:
     /// The one of that text; absent when there is none.
     std::optional<TrayMenuEntry> entry(const QString& text);
 
-    /// Fails the test when there is no such entry.
+    /// Throws when there is no such entry.
     void click(const QString& text);
 
 private:
