@@ -121,6 +121,7 @@ private:
         setNumber("rope.dimension_count", shape_.embeddingLength / shape_.headCount);
         gguf_set_val_f32(file_.get(), "llama.attention.layer_norm_rms_epsilon", 1e-5F);
         std::vector<const char*> texts;
+        texts.reserve(vocabulary.texts.size());
         for (const std::string& text : vocabulary.texts) {
             texts.push_back(text.c_str());
         }
