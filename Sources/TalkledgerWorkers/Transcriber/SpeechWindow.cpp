@@ -24,7 +24,9 @@ bool SpeechWindow::hasRoomFor(const Utterance& utterance) const {
 }
 
 void SpeechWindow::append(const Utterance& utterance) {
-    if (!parts_.empty()) {
+    if (parts_.empty()) {
+        samples_.reserve(static_cast<std::size_t>(WhisperState::longestPiece * SpeechEngine::sampleRate));
+    } else {
         samples_.resize(samples_.size() + static_cast<std::size_t>(pauseBetween * SpeechEngine::sampleRate));
     }
     const double begin = secondsOf(samples_.size());

@@ -99,6 +99,7 @@ void UtteranceFinder::beginUtterance() {
     open_.start = heard_ - static_cast<std::int64_t>(before_.size());
     open_.samples = std::exchange(before_, {});
     quietSamples_ = 0;
+    passedOver_ -= loudFrames_ >= loudFramesOfSound ? 1 : 0; // it was speech that had just begun
     loudFrames_ = 0;
 }
 

@@ -80,7 +80,7 @@ float VoiceDetector::Floor::level() const {
 }
 
 VoiceDetector::VoiceDetector() {
-    reset();
+    VoiceDetector::reset();
 }
 
 void VoiceDetector::reset() {

@@ -179,8 +179,10 @@ std::optional<std::vector<WhisperPassage>> WhisperState::hear(std::span<const fl
     if (failure != 0) {
         throw SpeechEngineError("The speech model could not recognise what was said. Choose another model.");
     }
+    const int count = whisper_full_n_segments_from_state(state_);
     std::vector<WhisperPassage> passages;
-    for (int segment = 0; segment < whisper_full_n_segments_from_state(state_); ++segment) {
+    passages.reserve(static_cast<std::size_t>(count));
+    for (int segment = 0; segment < count; ++segment) {
         passages.push_back(passage(segment));
     }
     return passages;

@@ -52,8 +52,8 @@ private:
 /// What hears one utterance after the other with a model. Used by one thread at a time.
 class WhisperState {
 public:
-    /// The longest that is heard in one piece, seconds.
-    static constexpr double longestPiece = 29;
+    /// The longest that is heard in one piece, seconds. The engine could take 30, yet its memory grows with it.
+    static constexpr double longestPiece = 25;
 
     struct Hearing {
         std::string language;

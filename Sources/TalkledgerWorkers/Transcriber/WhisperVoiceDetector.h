@@ -15,6 +15,8 @@ public:
     /// Throws `SpeechEngineError` for a file that is no such model, or not whole.
     explicit WhisperVoiceDetector(const std::filesystem::path& model);
     ~WhisperVoiceDetector() override;
+    WhisperVoiceDetector(const WhisperVoiceDetector&) = delete;
+    WhisperVoiceDetector& operator=(const WhisperVoiceDetector&) = delete;
 
     void reset() override;
     float probability(std::span<const float> frame) override;
