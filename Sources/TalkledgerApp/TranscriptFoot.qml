@@ -44,7 +44,7 @@ Rectangle {
             objectName: "transcriptFoot"
             text: !foot.isLive ? texts.liveTranscriptKept
                 : foot.follows ? texts.followingLatestLine : texts.pausedWhileYouRead
-            width: Math.min(implicitWidth, foot.width - 2 * foot.margin - 24)
+            width: foot.width - 2 * foot.margin - 24 - (legend.visible ? legend.width : latest.visible ? latest.width : 0)
             wrapMode: Text.Wrap
         }
     }
@@ -70,6 +70,8 @@ Rectangle {
         }
     }
     ActionButton {
+        id: latest
+
         anchors.right: parent.right
         anchors.rightMargin: Theme.gap3
         anchors.verticalCenter: parent.verticalCenter
