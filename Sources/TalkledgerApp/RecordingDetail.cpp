@@ -89,6 +89,7 @@ RecordingDetail::RecordingDetail(const AppModel& model, const RecordingListModel
     connect(&recordings, &RecordingListModel::countChanged, this, &RecordingDetail::changed);
     connect(&model, &AppModel::sessionsChanged, this, &RecordingDetail::readDocuments);
     connect(&model, &AppModel::displayLanguageChanged, this, &RecordingDetail::readDocuments);
+    connect(&transcript_, &StoredTranscript::changed, this, &RecordingDetail::documentsChanged);
     connect(&model.tracks(), &RecordingTracks::statesChanged, this, &RecordingDetail::findProblems);
 }
 
@@ -112,12 +113,12 @@ void RecordingDetail::readDocuments() {
     files_.clear();
     messages_.clear();
     diagnostics_ = {};
-    offersLiveTranscript_ = false;
+    hasLiveTranscript_ = false;
     bool needsAttention = false;
     if (const RecordingSession* const session = model_.session(recordingID_)) {
         const AppCopy copy = model_.copy();
-        offersLiveTranscript_ = recordingID_ != model_.currentRecordingID() && lines_.count() == 0 &&
-                                model_.ports().fileSystem.fileExists(RecordingStore::liveTranscriptFile(*session));
+        hasLiveTranscript_ = recordingID_ != model_.currentRecordingID() &&
+                             model_.ports().fileSystem.fileExists(RecordingStore::liveTranscriptFile(*session));
         const SalesSummary summary = model_.listSummary(*session).value_or(SalesSummary());
         summarySections_ = screenSummary(summary, copy);
         emailDraft_ = QString::fromStdString(copy.followUpEmailDraft(summary.followUpEmailDraft)).trimmed();

@@ -66,7 +66,9 @@ public:
     const QVariantList& messages() const { return messages_; }
 
     /// Nothing was found in its files, and there is what was written down while it was in progress.
-    bool offersLiveTranscript() const { return offersLiveTranscript_; }
+    bool offersLiveTranscript() const {
+        return hasLiveTranscript_ && lines_.count() == 0 && !transcript_.isBeingRead();
+    }
 
     /// A file is empty, or a message tells of a failure.
     bool needsAttention() const { return needsAttention_; }
@@ -97,7 +99,7 @@ private:
     QString emailDraft_;
     QVariantList files_;
     QVariantList messages_;
-    bool offersLiveTranscript_{false};
+    bool hasLiveTranscript_{false}; ///< of a recording that is not in progress
     bool needsAttention_{false};
     StoredTranscript transcript_;
     TranscriptLinesModel lines_;
