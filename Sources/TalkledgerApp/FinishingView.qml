@@ -90,7 +90,7 @@ Item {
         anchors.left: parent.left
         anchors.leftMargin: view.margin + (view.isFolded ? 14 : 0)
         font.bold: true
-        height: view.isFolded ? 32 : Theme.columnHeadHeight
+        height: view.isFolded ? 26 : Theme.columnHeadHeight
         text: texts.finishing
         verticalAlignment: Text.AlignVCenter
     }
@@ -115,9 +115,9 @@ Item {
         anchors.right: parent.right
         anchors.rightMargin: view.margin + 14
         anchors.top: title.bottom
-        anchors.topMargin: 10
+        anchors.topMargin: Theme.gap2
         elide: Text.ElideRight
-        maximumLineCount: Math.max(1, Math.floor((view.height - y - Theme.gap1) / Theme.smallLine))
+        maximumLineCount: Math.max(1, Math.floor((view.height - y) / Theme.smallLine))
         text: texts.nextRecordingAfterSaving
         visible: view.isFolded
         wrapMode: Text.Wrap

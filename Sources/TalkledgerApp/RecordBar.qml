@@ -34,7 +34,7 @@ Rectangle {
 
     readonly property bool isStacked: width < Theme.stackedBelow
     readonly property bool hasTwoRows: isStacked && (isLive || isFinishing)
-    readonly property bool hasAllIcons: !isNarrow && !(isLive && width < Theme.mediumFrom)
+    readonly property bool hasAllIcons: !isNarrow && !((isLive || isFinishing) && width < Theme.mediumFrom)
     readonly property real textStart: (clock.visible ? clock.x + clock.width + Theme.gap6
                                                      : mainButton.x + mainButton.width + Theme.gap4) + (hasFailed ? 22 : 0)
     readonly property real textRoom: tail.x - textStart - Theme.gap2
