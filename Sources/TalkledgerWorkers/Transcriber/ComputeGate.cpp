@@ -18,7 +18,6 @@ ComputeGate::Turn::~Turn() {
     }
     const std::lock_guard lock(gate_->mutex_);
     --gate_->running_;
-    gate_->runningHypotheses_ -= urgency_ == ComputeUrgency::hypothesis ? 1 : 0;
     gate_->changed_.notify_all();
 }
 
@@ -27,7 +26,7 @@ bool ComputeGate::Turn::shouldGiveWay() const {
     return urgency_ == ComputeUrgency::hypothesis && (gate_->waitingCount() > 0 || gate_->running_ > 1);
 }
 
-ComputeGate::ComputeGate(int cores, int turns) : cores_(std::max(1, cores)), turns_(std::max(1, turns)) {}
+ComputeGate::ComputeGate(int cores, int turns) : turns_(turns), threadsOfATurn_(std::max(1, cores / turns)) {}
 
 std::optional<ComputeGate::Turn> ComputeGate::enter(ComputeUrgency urgency, const std::stop_token& stop) {
     std::unique_lock lock(mutex_);
@@ -39,9 +38,7 @@ std::optional<ComputeGate::Turn> ComputeGate::enter(ComputeUrgency urgency, cons
         return std::nullopt;
     }
     ++running_;
-    // A hypothesis ends as soon as it notices this one. Those that wait will come in at once, while there is room.
-    const int sharing = std::min(turns_, running_ - runningHypotheses_ + waitingCount());
-    return std::optional<Turn>(std::in_place, *this, urgency, std::max(1, cores_ / sharing));
+    return std::optional<Turn>(std::in_place, *this, urgency, threadsOfATurn_);
 }
 
 std::optional<ComputeGate::Turn> ComputeGate::tryHypothesis() {
@@ -50,8 +47,7 @@ std::optional<ComputeGate::Turn> ComputeGate::tryHypothesis() {
         return std::nullopt;
     }
     ++running_;
-    ++runningHypotheses_;
-    return std::optional<Turn>(std::in_place, *this, ComputeUrgency::hypothesis, cores_);
+    return std::optional<Turn>(std::in_place, *this, ComputeUrgency::hypothesis, threadsOfATurn_);
 }
 
 /// Whether nothing more urgent waits.

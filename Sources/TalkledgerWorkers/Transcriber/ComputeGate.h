@@ -40,7 +40,9 @@ public:
         int threads_;
     };
 
-    /// So many compute at once, on so many cores altogether.
+    /// So many compute at once, on so many cores altogether. One alone gets no more than its share: the engine's
+    /// threads wait for each other all the time, and stand still when a call or a capture takes a core from one of
+    /// them.
     ComputeGate(int cores, int turns);
 
     /// Waits for a turn; absent after a stop request.
@@ -53,13 +55,12 @@ private:
     bool isFirst(ComputeUrgency urgency) const;
     int waitingCount() const;
 
-    const int cores_;
     const int turns_;
+    const int threadsOfATurn_;
     mutable std::mutex mutex_;
     std::condition_variable_any changed_;
     std::array<int, 3> waiting_{}; ///< by urgency
     int running_{0};
-    int runningHypotheses_{0};
 };
 
 } // namespace talkledger

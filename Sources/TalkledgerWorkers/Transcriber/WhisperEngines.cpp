@@ -8,7 +8,6 @@
 #include <ggml-backend.h>
 #include <whisper.h>
 
-#include <algorithm>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -84,10 +83,8 @@ void WhisperEngines::check(const std::filesystem::path& model) {
         return;
     }
     WhisperState state(std::make_shared<const WhisperModel>(model));
-    state.hear(testUtterance(), {.language = "en",
-                                 .threads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency())),
-                                 .isHypothesis = true,
-                                 .shouldStop = [] { return false; }});
+    state.hear(testUtterance(),
+               {.language = "en", .threads = 1, .isHypothesis = true, .shouldStop = [] { return false; }});
 }
 
 } // namespace talkledger
