@@ -12,17 +12,17 @@ namespace {
 /// Each track may wait for the sound server or a disk while files are measured and the time line is written.
 constexpr std::size_t backgroundThreads = 4;
 
+/// It is named and not made: where nothing can be kept, the program starts all the same, and says so.
+std::filesystem::path modelFolder() {
+    return UserFolders::fromEnvironment().dataHome / "Talkledger" / "Models";
+}
+
 WorkerSpeechRecognition::Settings speechSettings() {
     WorkerSpeechRecognition::Settings settings;
     settings.worker.program = workerProgram("talkledger-transcriber");
     settings.desktopLocale = QLocale::system().name().toStdString();
-    settings.installedModels = UserFolders::fromEnvironment().dataHome / "Talkledger" / "Models";
+    settings.installedModels = modelFolder();
     return settings;
-}
-
-/// It is named and not made: where nothing can be kept, the program starts all the same, and says so.
-std::filesystem::path modelFolder() {
-    return UserFolders::fromEnvironment().dataHome / "Talkledger" / "Models";
 }
 
 WorkerLanguageModel::Settings languageModelSettings() {
@@ -43,6 +43,8 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
       audioFiles_(background_.get_executor(), trackHealthHandler()),
       speechRecognition_(speechSettings()),
       languageModel_(languageModelSettings()),
+      modelCheck_(speechSettings().worker, languageModel_),
+      modelFiles_(modelFolder(), modelCheck_),
       model_({.fileSystem = fileSystem_,
               .audioInput = audioInput_,
               .systemAudio = systemAudio_,
@@ -51,6 +53,7 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
               .authorization = authorization_,
               .speechRecognition = speechRecognition_,
               .languageModel = languageModel_,
+              .modelFiles = modelFiles_,
               .desktop = desktop_,
               .playback = playback_},
              captureReports_, QtMainExecutor(mainContext_), background_.get_executor(), settings_),

@@ -21,6 +21,8 @@
 #include "TalkledgerPlatform/Audio/SoundServerAuthorization.h"
 #include "TalkledgerPlatform/Files/PosixFileSystem.h"
 #include "TalkledgerPlatform/LanguageModel/WorkerLanguageModel.h"
+#include "TalkledgerPlatform/ModelFiles/EngineModelCheck.h"
+#include "TalkledgerPlatform/ModelFiles/ModelFolder.h"
 #include "TalkledgerPlatform/Speech/WorkerSpeechRecognition.h"
 
 #include <boost/asio/thread_pool.hpp>
@@ -59,6 +61,8 @@ private:
     SoundServerAuthorization authorization_;
     WorkerSpeechRecognition speechRecognition_;
     WorkerLanguageModel languageModel_;
+    EngineModelCheck modelCheck_;
+    ModelFolder modelFiles_;
     QtDesktop desktop_;
     PipeWirePlayback playback_;
     AppModel model_;

@@ -273,6 +273,11 @@ std::optional<TranscriptDocument> AppModel::liveTranscriptDocument() const {
     return hasLiveTranscript_ ? std::optional(liveConversation_.transcript()) : std::nullopt;
 }
 
+void AppModel::modelFilesChanged() {
+    boost::asio::co_spawn(main_, findWhetherSpeechIsOffered(), boost::asio::detached);
+    Q_EMIT liveSummary_.changed();
+}
+
 Task<void> AppModel::findWhetherSpeechIsOffered() {
     const SpeechTranscriptionConfiguration configuration(speechLocale, currentLocale(),
                                                          RecordedArtifactTranscriptMode::finalAccuracy);

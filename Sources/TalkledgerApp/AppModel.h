@@ -21,6 +21,7 @@
 #include "TalkledgerCore/Ports/Desktop.h"
 #include "TalkledgerCore/Ports/FileSystem.h"
 #include "TalkledgerCore/Ports/LanguageModel.h"
+#include "TalkledgerCore/Ports/ModelFiles.h"
 #include "TalkledgerCore/Ports/Playback.h"
 #include "TalkledgerCore/Ports/Speech.h"
 #include "TalkledgerCore/Presentation/AppLanguage.h"
@@ -50,6 +51,7 @@ struct AppPorts {
     Authorization& authorization;
     SpeechRecognition& speechRecognition;
     SystemLanguageModel& languageModel;
+    ModelFiles& modelFiles;
     Desktop& desktop;
     Playback& playback;
 };
@@ -190,6 +192,9 @@ public:
 
     /// Reads that recording anew: it has come, has changed or is gone.
     void refreshSession(const RecordingSession& session);
+
+    /// Other models are installed than before.
+    void modelFilesChanged();
 
     /// Of something that the user asked for elsewhere.
     void showError(std::string description);

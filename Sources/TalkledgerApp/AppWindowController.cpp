@@ -57,6 +57,7 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
       permissions_(model),
       firstMinutes_(model),
       soundCheck_(model),
+      modelFiles_(model, ModelFilesModel::knownFiles()),
       texts_(model) {
     QGuiApplication::setFont(screenFont());
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
@@ -71,6 +72,7 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
     context->setContextProperty(QStringLiteral("permissions"), &permissions_);
     context->setContextProperty(QStringLiteral("firstMinutes"), &firstMinutes_);
     context->setContextProperty(QStringLiteral("soundCheck"), &soundCheck_);
+    context->setContextProperty(QStringLiteral("modelFiles"), &modelFiles_);
     context->setContextProperty(QStringLiteral("quitting"), &quitting);
     context->setContextProperty(QStringLiteral("player"), &player_);
     context->setContextProperty(QStringLiteral("search"), &search_);

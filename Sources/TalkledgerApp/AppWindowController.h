@@ -5,6 +5,7 @@
 #include "TalkledgerApp/DesktopAppearance.h"
 #include "TalkledgerApp/DisplayTexts.h"
 #include "TalkledgerApp/FirstMinutes.h"
+#include "TalkledgerApp/ModelFilesModel.h"
 #include "TalkledgerApp/QtDesktop.h"
 #include "TalkledgerApp/Quitting.h"
 #include "TalkledgerApp/RecordingDetail.h"
@@ -78,6 +79,7 @@ private:
     CapturePermissions permissions_;
     FirstMinutes firstMinutes_;
     SoundCheckModel soundCheck_;
+    ModelFilesModel modelFiles_;
     DisplayTexts texts_;
     QQmlApplicationEngine engine_; ///< destroyed first: the screens look at all of the above
     QQuickWindow* window_{nullptr};

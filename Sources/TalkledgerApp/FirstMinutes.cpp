@@ -29,6 +29,11 @@ void FirstMinutes::open() {
     setIsOpen(true);
 }
 
+void FirstMinutes::openModels() {
+    open();
+    Q_EMIT modelsWanted();
+}
+
 void FirstMinutes::close() {
     setIsOpen(false);
     isFirstTime_ = false;

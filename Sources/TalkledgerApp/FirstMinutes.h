@@ -25,10 +25,14 @@ public:
     /// Opens it unless it has been open before.
     void openOnce();
     Q_INVOKABLE void open();
+
+    /// The same, for the models on it.
+    Q_INVOKABLE void openModels();
     Q_INVOKABLE void close();
 
 Q_SIGNALS:
     void isOpenChanged();
+    void modelsWanted();
 
 private:
     void setIsOpen(bool isOpen);

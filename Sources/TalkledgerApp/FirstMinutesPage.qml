@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Dialogs
 import QtQuick.Window
 
 /// What a new user wants to know before the first meeting: what the program does, and whether sound arrives.
@@ -11,11 +12,28 @@ FocusScope {
 
     Keys.onEscapePressed: firstMinutes.close()
 
+    Connections {
+        function onModelsWanted() {
+            flickable.contentY = Math.max(0, Math.min(speechModels.y, flickable.contentHeight - flickable.height))
+        }
+
+        target: firstMinutes
+    }
+
     // A microphone is listened to only while somebody sees what it is for.
     Binding {
         property: "isRunning"
         target: soundCheck
         value: page.visible && page.Window.visibility !== Window.Hidden && page.Window.visibility !== Window.Minimized
+    }
+
+    FileDialog {
+        id: modelDialog
+
+        nameFilters: ["*.bin *.gguf", "*"]
+        objectName: "modelDialog"
+        title: texts.chooseOwnModel
+        onAccepted: modelFiles.install(selectedFile)
     }
 
     Rectangle {
@@ -107,7 +125,7 @@ FocusScope {
 
             PageSection {
                 note: texts.soundSectionNote
-                title: texts.soundSection
+                title: "1  " + texts.soundSection
                 width: parent.width
 
                 SoundCheckRow {
@@ -136,6 +154,43 @@ FocusScope {
                         text: texts.playTestTone
                         onClicked: soundCheck.playTestTone()
                     }
+                }
+            }
+
+            ModelSection {
+                id: speechModels
+
+                files: modelFiles.speechRows
+                note: texts.speechModelNote
+                objectName: "speechModels"
+                title: "2  " + texts.speechModelSection
+                width: parent.width
+            }
+
+            ModelSection {
+                files: modelFiles.languageRows
+                note: texts.summaryModelNote
+                objectName: "languageModels"
+                title: "3  " + texts.summaryModelSection
+                width: parent.width
+
+                LinkRow {
+                    enabled: !modelFiles.isInstalling
+                    objectName: "chooseOwnModel"
+                    text: modelFiles.isInstalling ? texts.tryingOwnModel : texts.chooseOwnModel
+                    width: parent.width
+                    onClicked: modelDialog.open()
+                }
+                SmallWords {
+                    bottomPadding: Theme.gap2 - topPadding
+                    color: Theme.fail
+                    leftPadding: 43
+                    objectName: "ownModelFailure"
+                    rightPadding: 14
+                    text: modelFiles.installFailure
+                    visible: text !== ""
+                    width: parent.width
+                    wrapMode: Text.Wrap
                 }
             }
 

@@ -145,6 +145,13 @@ Rectangle {
                 width: parent.width
                 wrapMode: Text.Wrap
             }
+            ModelOffer {
+                objectName: "getSummaryModel"
+                offer: modelFiles.languageOffer
+                topPadding: Theme.gap2
+                width: parent.width
+                visible: !card.isFolded && !card.summary.isModelAvailable
+            }
             SummarySections {
                 id: sections
 

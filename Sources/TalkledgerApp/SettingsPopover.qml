@@ -23,6 +23,16 @@ Popover {
             }
         }
         PanelRow {
+            iconName: "save"
+            objectName: "openModels"
+            text: texts.models
+            width: parent.width
+            onClicked: {
+                settings.close()
+                firstMinutes.openModels()
+            }
+        }
+        PanelRow {
             iconName: "folder"
             objectName: "openStorageFolder"
             text: texts.openStorageFolder

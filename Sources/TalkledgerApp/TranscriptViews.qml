@@ -241,7 +241,8 @@ FocusScope {
             : view.isFinishing ? texts.transcriptInTheMaking
             : !view.isLive ? texts.noTranscriptSegments
             : appModel.awaitsLiveText ? texts.speechAppearsHere
-            : appModel.isSpeechOffered ? texts.transcriptAfterStop : texts.recordingIsRunning
+            : appModel.isSpeechOffered ? texts.transcriptAfterStop
+            : texts.recordingIsRunning
         visible: lines.count === 0 && !(chosenRecording.transcript.isBeingRead && patience.running)
         width: Math.min(parent.width - 2 * view.margin, 480)
         wrapMode: Text.Wrap
@@ -252,6 +253,16 @@ FocusScope {
             interval: Theme.loadingMilliseconds
             running: chosenRecording.transcript.isBeingRead
         }
+    }
+    ModelOffer {
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.top: note.bottom
+        anchors.topMargin: Theme.gap3
+        objectName: "getSpeechModel"
+        offer: modelFiles.speechOffer
+        reason: texts.noSpeechModel
+        visible: note.visible && view.isLive && !appModel.isSpeechOffered
+        width: note.width
     }
     ActionButton {
         anchors.horizontalCenter: parent.horizontalCenter

@@ -6,6 +6,7 @@
 #include "Fakes/FakeAuthorization.h"
 #include "Fakes/FakeDesktop.h"
 #include "Fakes/FakeLanguageModel.h"
+#include "Fakes/FakeModelCheck.h"
 #include "Fakes/FakePlayback.h"
 #include "Fakes/FakeSpeechRecognition.h"
 #include "Fakes/FakeSystemAudio.h"
@@ -15,6 +16,7 @@
 #include "TalkledgerApp/QtMainExecutor.h"
 #include "TalkledgerPlatform/Audio/ResamplerAudioConversion.h"
 #include "TalkledgerPlatform/Files/PosixFileSystem.h"
+#include "TalkledgerPlatform/ModelFiles/ModelFolder.h"
 
 #include <QtTest/QTest>
 #include <boost/asio/thread_pool.hpp>
@@ -93,7 +95,9 @@ protected:
     FakeLanguageModel languageModel_;
     FakeDesktop desktop_{log_};
     FakePlayback playback_;
+    FakeModelCheck modelCheck_;
     QtMainContext context_;
+    ModelFolder modelFiles_{home_.path() / "data/Talkledger/Models", modelCheck_, DownloadHosts::loopback};
     boost::asio::thread_pool background_{1};
     std::shared_ptr<CaptureReports> reports_;
 

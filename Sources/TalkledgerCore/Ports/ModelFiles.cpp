@@ -3,38 +3,40 @@
 namespace talkledger {
 namespace {
 
-std::string description(ModelFileError::Case failure, const std::string& reason) {
+std::string description(ModelFileError::Case failure) {
     using Case = ModelFileError::Case;
     switch (failure) {
     case Case::notReachable:
-        return "The model could not be fetched: check the network connection and try again (" + reason + ").";
+        return "The model's host could not be reached.";
     case Case::brokenOff:
-        return "The download was broken off. Try again: it goes on where it ended (" + reason + ").";
+        return "The download was broken off.";
     case Case::refusedAddress:
-        return "The download led to an address that is not safe and was stopped. Nothing was installed.";
+        return "The download led to an address that is not safe.";
     case Case::wrongSize:
-        return "The file does not have the size that it should have. Nothing was installed: try again later.";
+        return "The file does not have the size that it should have.";
     case Case::wrongChecksum:
-        return "The file is not the one that was asked for (its checksum differs). Nothing was installed: try again.";
+        return "The file does not have the checksum that it should have.";
     case Case::noChecksum:
-        return "The host does not tell how the file can be verified, so it was not fetched.";
+        return "The host does not declare the file's checksum.";
     case Case::noSpace:
-        return "There is not enough free space on the disk for this model. Free some and try again.";
+        return "There is not enough free space on the disk.";
     case Case::notWritable:
-        return "The model could not be saved: " + reason + ".";
+        return "The model could not be saved.";
     case Case::notAModel:
-        return "\"" + reason + "\" is no model file. Choose a .bin file with a speech model or a .gguf file.";
+        return "The file is no model.";
     case Case::notUsable:
-        return "The engine cannot work with this file: " + reason;
+        return "The engine cannot work with the file.";
     case Case::cancelled:
-        return "The download was cancelled.";
+        break;
     }
-    return reason;
+    return "The download was cancelled.";
 }
 
 } // namespace
 
 ModelFileError::ModelFileError(Case failure, const std::string& reason)
-    : std::runtime_error(description(failure, reason)), failure_(failure), reason_(reason) {}
+    : std::runtime_error(description(failure) + (reason.empty() ? "" : " " + reason)),
+      failure_(failure),
+      reason_(reason) {}
 
 } // namespace talkledger

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 namespace talkledger {
 
@@ -22,18 +21,19 @@ bool isFile(const std::filesystem::path& path) {
     return std::filesystem::is_regular_file(path, unknown);
 }
 
-/// The first by its name, absent where there is none.
-std::optional<std::filesystem::path> firstModel(const std::filesystem::path& folder) {
-    std::vector<std::filesystem::path> models;
+/// The one that was installed or chosen last, absent where there is none.
+std::optional<std::filesystem::path> newestModel(const std::filesystem::path& folder) {
+    using Model = std::pair<std::filesystem::file_time_type, std::filesystem::path>;
+    std::optional<Model> newest;
     std::error_code ignored;
     for (std::filesystem::directory_iterator entry(folder, ignored), end; !ignored && entry != end;
          entry.increment(ignored)) {
         if (entry->path().extension() == ".gguf" && isFile(entry->path())) {
-            models.push_back(entry->path());
+            std::error_code unknown;
+            newest = std::max(newest, std::optional(Model(entry->last_write_time(unknown), entry->path())));
         }
     }
-    const auto first = std::min_element(models.begin(), models.end());
-    return first == models.end() ? std::nullopt : std::optional(*first);
+    return newest ? std::optional(newest->second) : std::nullopt;
 }
 
 /// May outlive the client, then as one that is closed.
@@ -128,7 +128,7 @@ void WorkerLanguageModel::expectQuestions(bool areExpected) {
 }
 
 std::optional<std::filesystem::path> WorkerLanguageModel::modelFile() const {
-    return chosen_ ? chosen_ : firstModel(settings_.modelFolder);
+    return chosen_ ? chosen_ : newestModel(settings_.modelFolder);
 }
 
 } // namespace talkledger

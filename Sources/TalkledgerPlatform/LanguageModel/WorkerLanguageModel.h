@@ -10,7 +10,7 @@
 
 namespace talkledger {
 
-/// The language model that the summarizer program runs: the file that the user chose, else the first of the folder of
+/// The language model that the summarizer program runs: the file that the user chose, else the newest of the folder of
 /// models. Without one it is unavailable, and says what to do. Called on the main executor, whose context has to
 /// outlive it; errors are `WorkerError`. Sessions may go later.
 class WorkerLanguageModel final : public SystemLanguageModel, public LanguageModelCheck {

@@ -1,3 +1,4 @@
+#include "Fakes/FakeModelCheck.h"
 #include "Support/LoopbackHost.h"
 #include "Support/RunTask.h"
 #include "Support/TemporaryFolder.h"
@@ -20,21 +21,6 @@ using ::testing::IsEmpty;
 using testing::LoopbackHost;
 using ::testing::Not;
 using testing::runTask;
-
-/// An engine that refuses what it is told to.
-class FakeCheck final : public ModelFileChecking {
-public:
-    std::optional<std::string> failure;
-    std::vector<std::pair<ModelFileKind, std::filesystem::path>> checks;
-
-    Task<void> check(ModelFileKind kind, std::filesystem::path file) override {
-        checks.emplace_back(kind, std::move(file));
-        if (failure) {
-            throw std::runtime_error(*failure);
-        }
-        co_return;
-    }
-};
 
 class ModelFolderTest : public ::testing::Test {
 protected:
@@ -119,7 +105,7 @@ protected:
     std::string content_;
     std::string sha256_;
     KnownModelFile file_;
-    FakeCheck check_;
+    testing::FakeModelCheck check_;
     std::shared_ptr<ModelFileProgress> progress_;
     std::string description_;
     std::optional<LoopbackHost> host_;

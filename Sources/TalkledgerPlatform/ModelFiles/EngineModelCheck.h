@@ -1,0 +1,24 @@
+#pragma once
+
+#include "TalkledgerCore/Ports/LanguageModel.h"
+#include "TalkledgerCore/Ports/ModelFiles.h"
+#include "TalkledgerPlatform/Speech/SpeechModelCheck.h"
+
+#include <filesystem>
+
+namespace talkledger {
+
+/// Tries each kind of model with its engine.
+class EngineModelCheck final : public ModelFileChecking {
+public:
+    /// The program of `transcriber` tries speech models. `language` has to outlive it.
+    EngineModelCheck(WorkerSettings transcriber, LanguageModelCheck& language);
+
+    Task<void> check(ModelFileKind kind, std::filesystem::path file) override;
+
+private:
+    SpeechModelCheck speech_;
+    LanguageModelCheck& language_;
+};
+
+} // namespace talkledger
