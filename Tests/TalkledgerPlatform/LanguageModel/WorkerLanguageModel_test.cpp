@@ -62,7 +62,7 @@ protected:
     void installSlowModel() const {
         testing::writeRandomLanguageModel(
             models() / "slow.gguf",
-            {.embeddingLength = 512, .layerCount = 6, .feedForwardLength = 2048, .isQuantized = true}, 1);
+            {.embeddingLength = 512, .layerCount = 3, .feedForwardLength = 1024, .isQuantized = true}, 1);
     }
 
     template <typename T>
