@@ -175,9 +175,12 @@ public:
         WorkerSpeechRecognition recognition(settings("small"));
         const auto analyzer =
             recognition.makeAnalyzer({.locale = "en_US", .reportingOptions = {SpeechReportingOption::volatileResults}});
-        const AudioFormat format =
-            testing::runTask(context_, recognition.bestAvailableAudioFormat({.locale = "en_US"}, AudioFormat()))
-                .value();
+        const std::optional<AudioFormat> best =
+            testing::runTask(context_, recognition.bestAvailableAudioFormat({.locale = "en_US"}, AudioFormat()));
+        if (!best) {
+            throw std::runtime_error("The recogniser takes no audio.");
+        }
+        const AudioFormat format = *best;
         testing::runTask(context_, analyzer->prepareToAnalyze(format));
         const auto inputs = std::make_shared<AnalyzerInputStream>();
         testing::runTask(context_, analyzer->start(inputs));

@@ -60,6 +60,7 @@ TEST(InventionFilter, CatchesByTheEvidence) {
         {},
     });
     std::vector<std::string> texts;
+    texts.reserve(kept.size());
     for (const WhisperPassage& believed : kept) {
         texts.push_back(believed.text());
     }
