@@ -36,8 +36,9 @@ struct AppCopy {
     /// All keys in their declared order, for those who ask by name.
     static std::span<const AppText> texts();
 
-#define TALKLEDGER_TEXT(key, english, japanese)                                                                        \
-    std::string key() const { return text(english, japanese); }
+// clang-format off
+#define TALKLEDGER_TEXT(key, english, japanese) std::string key() const { return text(english, japanese); }
+// clang-format on
 #include "TalkledgerCore/Presentation/AppTexts.inc"
 #undef TALKLEDGER_TEXT
 
