@@ -117,12 +117,18 @@ TEST_F(RecordingDetailViewTest, DraftsASummaryFromKeyPhrasesWhileTheNextRecordin
 }
 
 TEST_F(RecordingDetailViewTest, OffersTheLiveTranscriptWhereTheFilesGaveNone) {
-    const RecordingSession session = addFinishedRecording("Aoba", 1'000, {});
-    RecordingStore(recordingsFolder(), fileSystem_)
-        .saveLiveTranscript({{TranscriptSegment(AudioChannel::mic, SpeakerRole::me, 1, 1, "Good morning.",
-                                                TranscriptSegmentStatus::final)}},
-                            session);
+    const TranscriptDocument live{
+        {TranscriptSegment(AudioChannel::mic, SpeakerRole::me, 1, 1, "Good morning.", TranscriptSegmentStatus::final)}};
+    TranscriptDocument longOne; // is not read at once
+    longOne.segments.assign(2'000, TranscriptSegment(AudioChannel::mic, SpeakerRole::me, 1, 1, "Quite so.",
+                                                     TranscriptSegmentStatus::final));
+    RecordingStore store(recordingsFolder(), fileSystem_);
+    store.saveLiveTranscript(live, addFinishedRecording("Aoba", 1'000, {}));
+    store.saveLiveTranscript(live, addFinishedRecording("Weekly", 2'000, longOne));
     show();
+    waitUntil([this] { return item("transcriptLines")->property("count").toInt() > 0; });
+    EXPECT_FALSE(isShown("useLiveTranscript"));
+    press(Qt::Key_Down, Qt::AltModifier);
     click("useLiveTranscript");
     EXPECT_TRUE(shows("Good morning."));
     EXPECT_FALSE(isShown("useLiveTranscript"));
