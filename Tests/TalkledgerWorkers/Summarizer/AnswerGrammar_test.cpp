@@ -24,8 +24,8 @@ bool isAccepted(std::string_view text) {
 }
 
 std::string randomString(std::mt19937& random) {
-    static const std::vector<std::string> characters{"a", " ",  "}",     "]",     ",",    "予",
-                                                     "é", "😀", R"(\")", R"(\\)", R"(\n)"};
+    static const std::vector<std::string> characters{"a", " ",          "}",     "]",     ",",    "予",
+                                                     "é", "\U0001F600", R"(\")", R"(\\)", R"(\n)"};
     std::string text = "\"";
     for (auto length = random() % 6; length > 0; --length) {
         text += characters[random() % characters.size()];
