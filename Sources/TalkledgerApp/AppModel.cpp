@@ -243,8 +243,11 @@ void AppModel::startLive(const RecordingSession& session) {
     if (const std::optional<MonotonicTime> origin = timeline_->origin()) {
         liveTranscription_.start(speechLocale, *origin, applyIfCurrent);
     }
-    liveTranscriptKeeper_->begin(session, [this] { return liveConversation_.transcript(); });
-    liveSummary_.start([this] { return liveConversation_.transcript(); });
+    const auto transcript = [this] { return liveConversation_.transcript(); };
+    if (liveTranscriptKeeper_) {
+        liveTranscriptKeeper_->begin(session, transcript);
+    }
+    liveSummary_.start(transcript);
 }
 
 void AppModel::stopLive() {
