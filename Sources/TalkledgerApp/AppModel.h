@@ -217,6 +217,9 @@ public:
     void exportTranscriptMarkdown(const RecordingSession& session);
 
     /// Returns at once; the user takes a while, and may choose none.
+    /// Where documents are saved. Throws `FileSystemError` when it is the user's own folder, which is made, and cannot
+    /// be.
+    std::filesystem::path markdownExportFolder();
     Q_INVOKABLE void chooseMarkdownExportDirectory();
     Q_INVOKABLE void openMarkdownExportDirectory();
     Q_INVOKABLE void openStorageFolder();
@@ -282,7 +285,6 @@ private:
     Task<void> requestCapturePermissionsNow();
     Task<void> refreshPermissionsNow();
     Task<void> chooseMarkdownExportDirectoryNow();
-    std::filesystem::path markdownExportFolder();
     void exportMarkdown(const RecordingSession& session);
     template <typename Action>
     void attempt(Action action);

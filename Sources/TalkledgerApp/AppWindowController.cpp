@@ -53,6 +53,7 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
       search_(model, recordings_),
       transcriptHits_(search_, *chosenRecording_.lines()),
       trash_(model),
+      exports_(model),
       trackNotice_(model),
       permissions_(model),
       firstMinutes_(model),
@@ -78,6 +79,7 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
     context->setContextProperty(QStringLiteral("search"), &search_);
     context->setContextProperty(QStringLiteral("transcriptHits"), &transcriptHits_);
     context->setContextProperty(QStringLiteral("trash"), &trash_);
+    context->setContextProperty(QStringLiteral("exports"), &exports_);
     context->setContextProperty(QStringLiteral("trackNotice"), &trackNotice_);
     context->setContextProperty(QStringLiteral("texts"), &texts_);
     connect(&chosenRecording_, &RecordingDetail::recordingChosen, this,

@@ -9,6 +9,7 @@
 #include "TalkledgerApp/QtDesktop.h"
 #include "TalkledgerApp/Quitting.h"
 #include "TalkledgerApp/RecordingDetail.h"
+#include "TalkledgerApp/RecordingExports.h"
 #include "TalkledgerApp/RecordingListModel.h"
 #include "TalkledgerApp/RecordingPlayer.h"
 #include "TalkledgerApp/RecordingRevisions.h"
@@ -75,6 +76,7 @@ private:
     RecordingSearchModel search_;
     TranscriptHits transcriptHits_;
     RecordingTrash trash_;
+    RecordingExports exports_;
     TrackNotice trackNotice_;
     CapturePermissions permissions_;
     FirstMinutes firstMinutes_;

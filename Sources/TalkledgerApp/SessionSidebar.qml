@@ -162,6 +162,13 @@ Rectangle {
         width: 1
     }
 
+    ExportNotice {
+        id: exportNotice
+
+        anchors.bottom: trashNotice.top
+        anchors.left: parent.left
+        anchors.right: edge.left
+    }
     TrashNotice {
         id: trashNotice
 
@@ -172,7 +179,7 @@ Rectangle {
     Item {
         id: foot
 
-        anchors.bottom: trashNotice.top
+        anchors.bottom: exportNotice.top
         anchors.left: parent.left
         anchors.right: edge.left
         height: Theme.footHeight

@@ -53,6 +53,9 @@ Row {
                 OpenExportFolderItem {
                     objectName: "openExportFolder"
                 }
+                SaveAllItem {
+                    objectName: "saveAllRecordings"
+                }
             }
         }
     }
@@ -162,6 +165,9 @@ Row {
             OpenExportFolderItem {
                 visible: actions.isTight && actions.hasDocument
             }
+            SaveAllItem {
+                visible: actions.isTight
+            }
         }
     }
 
@@ -184,5 +190,11 @@ Row {
         iconName: "folder"
         text: texts.openMarkdownExportFolder
         onTriggered: appModel.openMarkdownExportDirectory()
+    }
+    component SaveAllItem: PopupMenuItem {
+        enabled: !exports.isRunning
+        iconName: "save"
+        text: texts.saveAllRecordings
+        onTriggered: exports.begin()
     }
 }
