@@ -129,6 +129,13 @@ public:
         click("moreButton");
     }
 
+    void showSaved() {
+        showRecording();
+        click("exportFolderButton");
+        click("saveAllRecordings");
+        waitUntil([this] { return isShown("exportNotice"); });
+    }
+
     void showPermissions() {
         systemAudio_.contentFailure = "There is no output.";
         showRecording();
@@ -395,6 +402,7 @@ std::vector<Scene> scenes() {
             {"diagnostics", &PictureStage::showDiagnostics, everySize},
             {"settings", &PictureStage::showSettings, window},
             {"actions", &PictureStage::showActions, window},
+            {"saved", &PictureStage::showSaved, window},
             {"permissions", &PictureStage::showPermissions, window},
             {"interrupted", &PictureStage::showInterrupted, everySize},
             {"start-failed", &PictureStage::showFailedStart, everySize},
