@@ -216,10 +216,10 @@ public:
     void copyTranscriptMarkdown(const RecordingSession& session);
     void exportTranscriptMarkdown(const RecordingSession& session);
 
-    /// Returns at once; the user takes a while, and may choose none.
-    /// Where documents are saved. Throws `FileSystemError` when it is the user's own folder, which is made, and cannot
-    /// be.
+    /// Where documents are saved. Throws `FileSystemError` when the user has no folder for documents.
     std::filesystem::path markdownExportFolder();
+
+    /// Returns at once; the user takes a while, and may choose none.
     Q_INVOKABLE void chooseMarkdownExportDirectory();
     Q_INVOKABLE void openMarkdownExportDirectory();
     Q_INVOKABLE void openStorageFolder();

@@ -1,26 +1,31 @@
 #include "TalkledgerApp/RecordingExports.h"
 
+#include "TalkledgerApp/StoredDocument.h"
 #include "TalkledgerCore/Support/RunOn.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 
 #include <exception>
+#include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
 namespace talkledger {
 namespace {
 
-/// Absent where there is none, or none that can be read.
-template <typename Load>
-auto loaded(const Load& load) -> std::optional<decltype(load())> {
-    try {
-        return load();
-    } catch (const std::exception&) {
-        return std::nullopt;
+/// False for a recording that has no transcript. Throws `FileSystemError`.
+bool saveDocument(FileSystem& fileSystem, const RecordingSession& session, const std::filesystem::path& folder,
+                  const AppCopy& copy) {
+    const auto transcript = storedDocument<TranscriptDocument>(fileSystem, session.artifacts.transcript);
+    if (!transcript) {
+        return false;
     }
+    const auto summary = storedDocument<SalesSummary>(fileSystem, session.artifacts.summary);
+    RecordingMarkdownExporter(fileSystem).exportDocument(session, *transcript, summary, folder, copy);
+    return true;
 }
 
 } // namespace
@@ -28,7 +33,7 @@ auto loaded(const Load& load) -> std::optional<decltype(load())> {
 RecordingExports::RecordingExports(AppModel& model) : model_(model) {}
 
 void RecordingExports::begin() {
-    if (isRunning() || !model_.rootDirectory()) {
+    if (isRunning()) {
         return;
     }
     std::vector<RecordingSession> sessions;
@@ -77,26 +82,14 @@ Task<void> RecordingExports::saveEach(std::vector<RecordingSession> sessions) {
         if (state_ == State::cancelled) {
             co_return;
         }
-        const std::function<bool()> saveOne = [this, session, folder, copy] { return save(session, folder, copy); };
+        const std::function<bool()> saveOne = [&fileSystem = model_.ports().fileSystem, session, folder, copy] {
+            return saveDocument(fileSystem, session, folder, copy);
+        };
         const bool isSaved = co_await runOn(model_.backgroundExecutor(), saveOne);
         savedCount_ += isSaved ? 1 : 0;
         ++doneCount_;
         Q_EMIT changed();
     }
-}
-
-/// On the background executor.
-bool RecordingExports::save(const RecordingSession& session, const std::filesystem::path& folder,
-                            const AppCopy& copy) const {
-    FileSystem& fileSystem = model_.ports().fileSystem;
-    const RecordingStore store(*model_.rootDirectory(), fileSystem);
-    const auto transcript = loaded([&] { return store.loadTranscript(session); });
-    if (!transcript) {
-        return false;
-    }
-    const auto summary = loaded([&] { return store.loadSummary(session); });
-    RecordingMarkdownExporter(fileSystem).exportDocument(session, *transcript, summary, folder, copy);
-    return true;
 }
 
 void RecordingExports::setState(State state) {

@@ -4,8 +4,7 @@
 #include "TalkledgerCore/Support/Task.h"
 
 #include <QObject>
-#include <filesystem>
-#include <optional>
+#include <vector>
 
 namespace talkledger {
 
@@ -52,7 +51,6 @@ private:
 
     Task<void> saveAll(std::vector<RecordingSession> sessions);
     Task<void> saveEach(std::vector<RecordingSession> sessions);
-    bool save(const RecordingSession& session, const std::filesystem::path& folder, const AppCopy& copy) const;
     void setState(State state);
 
     AppModel& model_;
