@@ -1,12 +1,9 @@
 #include "TalkledgerPlatform/LanguageModel/SummarizerClient.h"
 
 #include "TalkledgerPlatform/LanguageModel/PendingAnswer.h"
-#include "TalkledgerPlatform/Worker/WorkerLink.h"
+#include "TalkledgerPlatform/Worker/WorkerGroup.h"
 #include "TalkledgerWorkers/Protocol/Message.h"
 
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/system/system_error.hpp>
 
@@ -15,8 +12,6 @@
 #include <exception>
 #include <map>
 #include <optional>
-#include <set>
-#include <thread>
 #include <utility>
 #include <variant>
 
@@ -32,7 +27,6 @@ using Pending = std::shared_ptr<PendingAnswer>;
 struct Worker {
     std::shared_ptr<WorkerLink> link;
     std::map<std::int64_t, Pending> requests;
-    bool isIntroduced{false};
 
     /// Absent for a request that has been cancelled.
     std::optional<Pending> take(std::int64_t request) {
@@ -54,18 +48,12 @@ Task<ModelAnswer> outcomeOf(Pending pending, Cancel cancel) {
 
 } // namespace
 
-/// Everything but the constructor, `context` and `shutDown` runs on the thread.
+/// Everything but the constructor, the destructor and `context` runs on the thread.
 class SummarizerClient::Service {
 public:
-    explicit Service(WorkerSettings settings)
-        : settings_(std::move(settings)), work_(context_->get_executor()), thread_([this] { context_->run(); }) {}
+    explicit Service(WorkerSettings settings) : group_(std::move(settings)) {}
 
-    const std::shared_ptr<asio::io_context>& context() const { return context_; }
-
-    void shutDown() {
-        asio::post(*context_, [this] { close(); });
-        thread_.join();
-    }
+    const std::shared_ptr<asio::io_context>& context() const { return group_.context(); }
 
     template <typename Request>
     void start(const Pending& pending, Request request) {
@@ -111,9 +99,6 @@ public:
 
 private:
     Worker& runningWorker() {
-        if (isClosed_) {
-            throw WorkerError::closed(settings_.name);
-        }
         if (!worker_ || !worker_->link->isOpen()) {
             worker_ = startWorker();
         }
@@ -122,27 +107,17 @@ private:
 
     std::shared_ptr<Worker> startWorker() {
         auto worker = std::make_shared<Worker>();
-        const std::weak_ptr<Worker> weak = worker;
         WorkerLink::Handlers handlers{
-            .received = [this, weak](Frame frame) { receive(*weak.lock(), std::move(frame)); },
-            .isIdle = [this, weak] { return !isHeld_ && weak.lock()->requests.empty(); },
-            .ended = [this, weak](const WorkerError& error) { end(weak.lock(), error); },
+            .received = [worker](Frame frame) { receive(*worker, std::move(frame)); },
+            .isIdle = [this, worker] { return !isHeld_ && worker->requests.empty(); },
+            .ended = [this, worker](const WorkerError& error) { end(worker, error); },
         };
-        worker->link = std::make_shared<WorkerLink>(*context_, settings_, std::move(handlers));
-        workers_.insert(worker);
-        asio::co_spawn(*context_, worker->link->run(), [this, worker](const std::exception_ptr&) { forget(worker); });
+        worker->link = group_.start(std::move(handlers));
         return worker;
     }
 
-    void receive(Worker& worker, Frame frame) {
+    static void receive(Worker& worker, Frame frame) {
         const auto message = decodeMessage<MessageFromSummarizer>(std::move(frame));
-        const Hello* hello = std::get_if<Hello>(&message);
-        if (std::exchange(worker.isIntroduced, true) == (hello != nullptr)) {
-            throw ProtocolError("The worker did not introduce itself once, and first.");
-        }
-        if (hello != nullptr && hello->version != Hello::currentVersion) {
-            throw WorkerError::cannotStart(settings_.program, "It belongs to another version of Talkledger");
-        }
         if (const auto* answer = std::get_if<ModelAnswer>(&message)) {
             if (const auto pending = worker.take(answer->request)) {
                 (*pending)->tell(*answer);
@@ -159,40 +134,14 @@ private:
             worker_.reset();
         }
         for (const auto& [number, pending] : std::exchange(worker->requests, {})) {
-            pending->tellFailed(isClosed_ ? WorkerError::closed(settings_.name) : error);
+            pending->tellFailed(error);
         }
     }
 
-    /// The worker has ended and been waited for.
-    void forget(const std::shared_ptr<Worker>& worker) {
-        workers_.erase(worker);
-        stopWhenClosed();
-    }
-
-    void close() {
-        isClosed_ = true;
-        for (const auto& worker : workers_) {
-            worker->link->close();
-        }
-        stopWhenClosed();
-    }
-
-    void stopWhenClosed() {
-        if (isClosed_ && workers_.empty()) {
-            context_->stop();
-        }
-    }
-
-    WorkerSettings settings_;
-    /// Shared with the pending answers, whose channels live in it.
-    std::shared_ptr<asio::io_context> context_{std::make_shared<asio::io_context>(1)};
-    std::shared_ptr<Worker> worker_;            ///< the one that takes questions
-    std::set<std::shared_ptr<Worker>> workers_; ///< with those that have not quite ended yet
+    std::shared_ptr<Worker> worker_; ///< the one that takes questions
     std::int64_t lastRequest_{0};
     bool isHeld_{false};
-    bool isClosed_{false};
-    asio::executor_work_guard<asio::io_context::executor_type> work_;
-    std::thread thread_; ///< last: it uses the rest
+    WorkerGroup group_; ///< last: its thread uses the rest
 };
 
 SummarizerClient::SummarizerClient(WorkerSettings settings) {
@@ -200,9 +149,7 @@ SummarizerClient::SummarizerClient(WorkerSettings settings) {
     service_ = std::make_shared<Service>(std::move(settings));
 }
 
-SummarizerClient::~SummarizerClient() {
-    service_->shutDown();
-}
+SummarizerClient::~SummarizerClient() = default;
 
 Task<ModelAnswer> SummarizerClient::ask(AskModel question) {
     return start(std::move(question));

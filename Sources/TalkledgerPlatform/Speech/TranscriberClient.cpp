@@ -3,12 +3,9 @@
 #include "TalkledgerCore/Support/TaskHandle.h"
 #include "TalkledgerPlatform/Speech/StreamFeed.h"
 #include "TalkledgerPlatform/Speech/Transcription.h"
-#include "TalkledgerPlatform/Worker/WorkerLink.h"
+#include "TalkledgerPlatform/Worker/WorkerGroup.h"
 #include "TalkledgerWorkers/Protocol/Message.h"
 
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
@@ -18,7 +15,6 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <thread>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -41,7 +37,6 @@ struct Feeding {
 struct Worker {
     std::shared_ptr<WorkerLink> link;
     Requests requests;
-    bool isIntroduced{false};
     bool isForOneRequest{false};
     std::map<std::int64_t, Feeding> feedings; ///< of its streams, once there is audio
 
@@ -114,20 +109,9 @@ private:
 /// Everything but the constructor and the destructor runs on the thread.
 class TranscriberClient::Service {
 public:
-    explicit Service(WorkerSettings settings)
-        : settings_(std::move(settings)), work_(context_->get_executor()), thread_([this] { context_->run(); }) {
-        settings_.name = speechRecogniserName;
-    }
+    explicit Service(WorkerSettings settings) : group_(std::move(settings)) {}
 
-    ~Service() {
-        asio::post(*context_, [this] { close(); });
-        thread_.join();
-    }
-
-    Service(const Service&) = delete;
-    Service& operator=(const Service&) = delete;
-
-    const std::shared_ptr<asio::io_context>& context() const { return context_; }
+    const std::shared_ptr<asio::io_context>& context() const { return group_.context(); }
 
     void start(const std::shared_ptr<Transcription>& transcription, TranscribeFile file) {
         attempt(transcription, [&] { request(*sharedWorker(), transcription, std::move(file)); });
@@ -152,10 +136,10 @@ public:
             return;
         }
         const auto feed = std::make_shared<StreamFeed>(
-            context_->get_executor(), number,
+            context()->get_executor(), number,
             [link = worker->link](std::vector<std::byte> message) { link->send(std::move(message)); });
         worker->feedings[number] = {
-            feed, startTask(context_->get_executor(), carry(worker, number, feed, std::move(inputs)))};
+            feed, startTask(context()->get_executor(), carry(worker, number, feed, std::move(inputs)))};
     }
 
     void cancel(const std::shared_ptr<Transcription>& transcription) {
@@ -217,22 +201,20 @@ private:
     }
 
     std::shared_ptr<Worker> workerForOneRequest() {
-        const std::shared_ptr<Worker> worker = startWorker();
+        std::shared_ptr<Worker> worker = startWorker();
         worker->isForOneRequest = true;
         return worker;
     }
 
     std::shared_ptr<Worker> startWorker() {
         auto worker = std::make_shared<Worker>();
-        const std::weak_ptr<Worker> weak = worker;
         WorkerLink::Handlers handlers{
-            .received = [this, weak](Frame frame) { receive(*weak.lock(), std::move(frame)); },
-            .isIdle = [weak] { return weak.lock()->requests.empty(); },
-            .ended = [this, weak](const WorkerError& error) { end(weak.lock(), error); },
+            .received = [worker](Frame frame) { receive(*worker, std::move(frame)); },
+            .isIdle = [worker] { return worker->requests.empty(); },
+            .ended = [this, worker](const WorkerError& error) { end(worker, error); },
         };
-        worker->link = std::make_shared<WorkerLink>(*context_, settings_, std::move(handlers));
+        worker->link = group_.start(std::move(handlers));
         workers_.insert(worker);
-        asio::co_spawn(*context_, worker->link->run(), [this, worker](const std::exception_ptr&) { forget(worker); });
         return worker;
     }
 
@@ -253,24 +235,10 @@ private:
         }
     }
 
-    void fail(Worker& worker, const WorkerError& error) {
-        for (const auto& [number, transcription] : std::exchange(worker.requests, {})) {
-            transcription->tellFailed(isClosed_ ? WorkerError::closed(settings_.name) : error);
-        }
-    }
-
-    void receive(Worker& worker, Frame frame) {
-        const auto message = decodeMessage<MessageFromTranscriber>(std::move(frame));
-        if (std::exchange(worker.isIntroduced, true)) {
-            std::visit(Delivery(worker), message);
-            if (worker.isForOneRequest && worker.requests.empty()) {
-                worker.link->close();
-            }
-            return;
-        }
-        const Hello* hello = std::get_if<Hello>(&message);
-        if (hello == nullptr || hello->version != Hello::currentVersion) {
-            throw WorkerError::cannotStart(settings_.program, "It belongs to another version of Talkledger");
+    static void receive(Worker& worker, Frame frame) {
+        std::visit(Delivery(worker), decodeMessage<MessageFromTranscriber>(std::move(frame)));
+        if (worker.isForOneRequest && worker.requests.empty()) {
+            worker.link->close();
         }
     }
 
@@ -278,45 +246,25 @@ private:
         if (sharedWorker_ == worker) {
             sharedWorker_.reset();
         }
-        fail(*worker, error);
+        workers_.erase(worker);
+        for (const auto& [number, transcription] : std::exchange(worker->requests, {})) {
+            transcription->tellFailed(error);
+        }
         for (const auto& [number, feeding] : std::exchange(worker->feedings, {})) {
             talkledger::cancel(feeding.task);
         }
     }
 
-    /// The worker has ended and been waited for.
-    void forget(const std::shared_ptr<Worker>& worker) {
-        workers_.erase(worker);
-        stopWhenClosed();
-    }
-
-    void close() {
-        isClosed_ = true;
-        for (const auto& worker : workers_) {
-            worker->link->close();
-        }
-        stopWhenClosed();
-    }
-
-    void stopWhenClosed() {
-        if (isClosed_ && workers_.empty()) {
-            context_->stop();
-        }
-    }
-
-    WorkerSettings settings_;
-    /// Shared with the transcriptions, whose channels live in it.
-    std::shared_ptr<asio::io_context> context_{std::make_shared<asio::io_context>(1)};
     std::shared_ptr<Worker> sharedWorker_;
-    std::set<std::shared_ptr<Worker>> workers_; ///< with those for one request, and those that have not quite ended yet
+    std::set<std::shared_ptr<Worker>> workers_; ///< with those for one request
     std::int64_t lastRequest_{0};
-    bool isClosed_{false};
-    asio::executor_work_guard<asio::io_context::executor_type> work_;
-    std::thread thread_; ///< last: it uses the rest
+    WorkerGroup group_; ///< last: its thread uses the rest
 };
 
-TranscriberClient::TranscriberClient(WorkerSettings settings)
-    : service_(std::make_unique<Service>(std::move(settings))) {}
+TranscriberClient::TranscriberClient(WorkerSettings settings) {
+    settings.name = speechRecogniserName;
+    service_ = std::make_unique<Service>(std::move(settings));
+}
 
 TranscriberClient::~TranscriberClient() = default;
 

@@ -33,6 +33,7 @@ Task<void> WorkerLink::run() {
     close();
     const WorkerError error = std::visit([](const WorkerError& any) { return any; }, end);
     handlers_.ended(error);
+    handlers_ = {};
     const bool isDead = error.failure() == WorkerError::Case::unresponsive;
     co_await process_.end(isDead ? std::chrono::milliseconds(0) : settings_.exitGrace);
 }
@@ -50,7 +51,7 @@ Task<WorkerError> WorkerLink::readFrames() {
     try {
         for (auto frame = co_await socket_.read(); frame.has_value(); frame = co_await socket_.read()) {
             unansweredPings_ = 0; // whatever it says shows that it lives
-            handlers_.received(std::move(*frame));
+            receive(std::move(*frame));
         }
     } catch (const WorkerError& error) {
         co_return error;
@@ -58,6 +59,17 @@ Task<WorkerError> WorkerLink::readFrames() {
         // Nothing that it says can be relied on any more.
     }
     co_return WorkerError::stopped(settings_.name);
+}
+
+void WorkerLink::receive(Frame frame) {
+    if (std::exchange(isIntroduced_, true)) {
+        handlers_.received(std::move(frame));
+        return;
+    }
+    const auto hello = std::get<Hello>(decodeMessage<std::variant<Hello>>(std::move(frame)));
+    if (hello.version != Hello::currentVersion) {
+        throw WorkerError::cannotStart(settings_.program, "It belongs to another version of Talkledger");
+    }
 }
 
 Task<WorkerError> WorkerLink::writeMessages() {

@@ -14,13 +14,15 @@
 
 namespace talkledger {
 
-/// The conversation with one running worker, from its start to its end: carries frames, asks for signs of life, ends a
-/// worker that gives none, and one that has had nothing to do for long. Everything runs on the context's one thread.
-/// For source files only, since its includes are heavy.
+/// The conversation with one running worker, from its start to its end: has it introduce itself, carries frames, asks
+/// for signs of life, ends a worker that gives none, and one that has had nothing to do for long. Everything runs on
+/// the context's one thread. For source files only, since its includes are heavy.
 class WorkerLink : public std::enable_shared_from_this<WorkerLink> {
 public:
+    /// They may own what owns the link: it lets them go after `ended`.
     struct Handlers {
-        /// What it throws ends the worker: `WorkerError` as it is, anything else as `WorkerError::stopped`.
+        /// What comes after the introduction. What it throws ends the worker: `WorkerError` as it is, anything else as
+        /// `WorkerError::stopped`.
         std::function<void(Frame)> received;
         std::function<bool()> isIdle; ///< whether nothing is asked of the worker
         std::function<void(const WorkerError&)> ended;
@@ -47,6 +49,7 @@ private:
                Handlers handlers);
 
     Task<WorkerError> readFrames();
+    void receive(Frame frame);
     Task<WorkerError> writeMessages();
     Task<WorkerError> watch();
 
@@ -55,6 +58,7 @@ private:
     WorkerProcess process_;
     FrameSocket socket_;
     int unansweredPings_{0};
+    bool isIntroduced_{false};
     bool isOpen_{true};
 };
 
