@@ -55,9 +55,9 @@ QVariant RecordingListModel::data(const QModelIndex& index, int role) const {
     case recordingID:
         return screenText(uuidText(session.id));
     case title:
-        return titleOf(session, RecordingListTitleBuilder::sidebarMaxLength);
+        return titleOf(session).inSidebar;
     case fullTitle:
-        return titleOf(session, RecordingListTitleBuilder::editorMaxLength);
+        return titleOf(session).inFull;
     case day:
         return dayOf(session);
     case date:
@@ -166,6 +166,7 @@ void RecordingListModel::follow() {
 }
 
 void RecordingListModel::redrawAll() {
+    titles_.clear();
     if (!sessions_.empty()) {
         Q_EMIT dataChanged(index(0), index(rowCount() - 1));
     }
@@ -173,6 +174,7 @@ void RecordingListModel::redrawAll() {
 
 void RecordingListModel::redraw(const QString& recordingID) {
     if (const int row = rowOf(recordingID); row >= 0) {
+        titles_.erase(sessions_[static_cast<std::size_t>(row)].id);
         Q_EMIT dataChanged(index(row), index(row));
     }
 }
@@ -183,9 +185,17 @@ void RecordingListModel::timerEvent(QTimerEvent* /*event*/) {
     }
 }
 
-QString RecordingListModel::titleOf(const RecordingSession& session, int maxLength) const {
-    const RecordingListTitleBuilder builder{.maxLength = maxLength};
-    return screenText(builder.title(session, model_.listSummary(session), model_.copy()));
+const RecordingListModel::Title& RecordingListModel::titleOf(const RecordingSession& session) const {
+    const auto [title, isNew] = titles_.try_emplace(session.id);
+    if (isNew) {
+        const std::optional<SalesSummary> summary = model_.listSummary(session);
+        const auto within = [&](int maxLength) {
+            return screenText(RecordingListTitleBuilder{.maxLength = maxLength}.title(session, summary, model_.copy()));
+        };
+        title->second = {within(RecordingListTitleBuilder::sidebarMaxLength),
+                         within(RecordingListTitleBuilder::editorMaxLength)};
+    }
+    return title->second;
 }
 
 /// A recording without an end that is not in progress was cut off by the end of the program.

@@ -60,6 +60,11 @@ protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
+    struct Title {
+        QString inSidebar;
+        QString inFull;
+    };
+
     struct Status {
         QString name;
         std::string words;
@@ -68,14 +73,15 @@ private:
     void follow();
     void redrawAll();
     void redraw(const QString& recordingID);
-    QString titleOf(const RecordingSession& session, int maxLength) const;
+    const Title& titleOf(const RecordingSession& session) const;
     Status statusOf(const RecordingSession& session) const;
     QString dayOf(const RecordingSession& session) const;
     QString dateOf(const RecordingSession& session) const;
 
     const AppModel& model_;
     std::vector<RecordingSession> sessions_;
-    mutable std::map<boost::uuids::uuid, int> rows_; ///< made when they are first asked for
+    mutable std::map<boost::uuids::uuid, int> rows_;     ///< made when they are first asked for
+    mutable std::map<boost::uuids::uuid, Title> titles_; ///< of rows that were shown: summaries are read for them
     QDate today_;
 };
 
