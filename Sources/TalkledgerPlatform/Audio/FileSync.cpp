@@ -1,7 +1,8 @@
 #include "TalkledgerPlatform/Audio/FileSync.h"
 
+#include "TalkledgerPlatform/Files/Durability.h"
+
 #include <boost/asio/post.hpp>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -10,19 +11,6 @@
 #include <utility>
 
 namespace talkledger {
-namespace {
-
-/// An errno value of a call that fails with a negative number.
-template <typename Call>
-int errorOf(const Call& call) {
-    int result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result < 0 ? errno : 0;
-}
-
-} // namespace
 
 struct FileSync::State {
     FileDescriptor descriptor; ///< a duplicate: the writer's may be closed while a sync runs
@@ -37,7 +25,7 @@ struct FileSync::State {
 
     /// With the lock held.
     int synchronise() {
-        int error = errorOf([this] { return fdatasync(descriptor.number()); });
+        int error = uninterrupted([this] { return fdatasync(descriptor.number()); }) < 0 ? errno : 0;
         if (error == 0 && !isNameDurable) {
             error = synchroniseFolder(folder);
             isNameDurable = error == 0;
@@ -75,15 +63,6 @@ int FileSync::finish() {
     const std::lock_guard guard(state_->lock);
     state_->isFinished = true;
     return state_->synchronise();
-}
-
-int synchroniseFolder(const std::filesystem::path& folder) {
-    const FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (descriptor.number() < 0) {
-        return errno;
-    }
-    const int error = errorOf([&descriptor] { return fsync(descriptor.number()); });
-    return error == EINVAL ? 0 : error; // some file systems take no fsync of a folder
 }
 
 } // namespace talkledger

@@ -39,7 +39,4 @@ private:
     Executor blockingExecutor_;
 };
 
-/// Makes the names in a folder durable: an errno value.
-int synchroniseFolder(const std::filesystem::path& folder);
-
 } // namespace talkledger

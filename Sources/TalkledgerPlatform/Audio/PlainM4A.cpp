@@ -2,7 +2,7 @@
 
 #include "TalkledgerPlatform/Audio/Ffmpeg.h"
 #include "TalkledgerPlatform/Audio/FileDescriptor.h"
-#include "TalkledgerPlatform/Audio/FileSync.h"
+#include "TalkledgerPlatform/Files/Durability.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

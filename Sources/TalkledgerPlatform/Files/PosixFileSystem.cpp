@@ -1,5 +1,7 @@
 #include "TalkledgerPlatform/Files/PosixFileSystem.h"
 
+#include "TalkledgerPlatform/Files/Durability.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -65,15 +67,6 @@ FileSystemError systemFailure(std::string_view action, const std::filesystem::pa
     return failure(action, path, std::generic_category().message(errorNumber), remedy(errorNumber));
 }
 
-template <typename Call>
-auto uninterrupted(const Call& call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
-
 class Descriptor {
 public:
     explicit Descriptor(int number) : number_(number) {}
@@ -103,14 +96,9 @@ std::filesystem::path folderOf(const std::filesystem::path& path) {
     return path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
 }
 
-/// Makes names of a folder durable: what was created, renamed or removed there.
-void synchronizeFolder(const std::filesystem::path& folder) {
-    const Descriptor descriptor(openFile(folder, O_RDONLY | O_DIRECTORY));
-    if (!descriptor.isOpen()) {
-        throw systemFailure("open the folder", folder);
-    }
-    // Some file systems take no fsync of a folder and say so with EINVAL.
-    if (uninterrupted([&] { return ::fsync(descriptor.number()); }) != 0 && errno != EINVAL) {
+void keepNamesOf(const std::filesystem::path& folder) {
+    errno = synchroniseFolder(folder);
+    if (errno != 0) {
         throw systemFailure("save the folder", folder);
     }
 }
@@ -212,7 +200,7 @@ void PosixFileSystem::createDirectory(const std::filesystem::path& path) {
         createDirectory(folder.parent_path());
     }
     if (makeFolder(folder)) {
-        synchronizeFolder(folderOf(folder));
+        keepNamesOf(folderOf(folder));
     }
 }
 
@@ -277,7 +265,7 @@ void PosixFileSystem::writeFileAtomically(const std::filesystem::path& path, std
     if (!temporary.isOpen() || !temporary.write(content) || !temporary.renameTo(path)) {
         throw systemFailure("write the file", path);
     }
-    synchronizeFolder(folderOf(path));
+    keepNamesOf(folderOf(path));
 }
 
 void PosixFileSystem::createEmptyFile(const std::filesystem::path& path) {
