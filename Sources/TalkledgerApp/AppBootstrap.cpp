@@ -17,11 +17,18 @@ std::filesystem::path modelFolder() {
     return UserFolders::fromEnvironment().dataHome / "Talkledger" / "Models";
 }
 
-WorkerSpeechRecognition::Settings speechSettings() {
+WorkerSettings transcriber() {
+    WorkerSettings settings;
+    settings.program = workerProgram("talkledger-transcriber");
+    return settings;
+}
+
+WorkerSpeechRecognition::Settings speechSettings(AwaitedModelFiles& awaitedModels) {
     WorkerSpeechRecognition::Settings settings;
-    settings.worker.program = workerProgram("talkledger-transcriber");
+    settings.worker = transcriber();
     settings.desktopLocale = QLocale::system().name().toStdString();
     settings.installedModels = modelFolder();
+    settings.awaitedModels = &awaitedModels;
     return settings;
 }
 
@@ -41,10 +48,10 @@ AppBootstrap::AppBootstrap(AppSingleInstanceCoordinator& singleInstance, Termina
       audioInput_(background_.get_executor(), trackHealthHandler()),
       systemAudio_(background_.get_executor(), trackHealthHandler()),
       audioFiles_(background_.get_executor(), trackHealthHandler()),
-      speechRecognition_(speechSettings()),
       languageModel_(languageModelSettings()),
-      modelCheck_(speechSettings().worker, languageModel_),
+      modelCheck_(transcriber(), languageModel_),
       modelFiles_(modelFolder(), modelCheck_),
+      speechRecognition_(speechSettings(modelFiles_)),
       model_({.fileSystem = fileSystem_,
               .audioInput = audioInput_,
               .systemAudio = systemAudio_,

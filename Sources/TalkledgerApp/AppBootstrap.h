@@ -59,10 +59,10 @@ private:
     PlatformAudioFiles audioFiles_;
     ResamplerAudioConversion audioConversion_;
     SoundServerAuthorization authorization_;
-    WorkerSpeechRecognition speechRecognition_;
     WorkerLanguageModel languageModel_;
     EngineModelCheck modelCheck_;
     ModelFolder modelFiles_;
+    WorkerSpeechRecognition speechRecognition_;
     QtDesktop desktop_;
     PipeWirePlayback playback_;
     AppModel model_;

@@ -90,6 +90,29 @@ struct ModelFileProgress {
     std::atomic<End> end{End::none};
 };
 
+/// A file that the user has asked for and that is not installed yet.
+struct AwaitedModelFile {
+    std::string name;
+    bool isOnItsWay{false}; ///< otherwise it was broken off, and waits for the user to ask for it again
+
+    bool operator==(const AwaitedModelFile&) const = default;
+};
+
+/// Those files. Main executor.
+class AwaitedModelFiles {
+public:
+    AwaitedModelFiles() = default;
+    AwaitedModelFiles(const AwaitedModelFiles&) = delete;
+    AwaitedModelFiles& operator=(const AwaitedModelFiles&) = delete;
+    virtual ~AwaitedModelFiles() = default;
+
+    virtual std::vector<AwaitedModelFile> awaited(ModelFileKind kind) const = 0;
+
+    /// Returns when a file that is on its way is installed; throws `ModelFileError` when it does not come. Waits for
+    /// nothing when it is not on its way any more. Cancelling this ends the wait alone.
+    virtual Task<void> arrival(std::string name) = 0;
+};
+
 /// Whether an engine can work with a file. Main executor.
 class ModelFileChecking {
 public:

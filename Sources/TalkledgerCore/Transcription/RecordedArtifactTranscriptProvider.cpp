@@ -36,6 +36,19 @@ Task<SpeechTranscriber> transcriberFor(std::string locale, SpeechRecognition& re
     co_return SpeechTranscriber::timeIndexedTranscriptionWithAlternatives(supportedLocale.value_or(fallbackLocale));
 }
 
+/// What is supported and not to be had is not offered.
+Task<bool> isOffered(SpeechTranscriber transcriber, SpeechAssetPolicy assetPolicy, AssetInventory& assets) {
+    const SpeechAssetStatus status = co_await assets.status(transcriber);
+    if (status == SpeechAssetStatus::installed) {
+        co_return true;
+    }
+    if (status == SpeechAssetStatus::unsupported || assetPolicy == SpeechAssetPolicy::installedOnly) {
+        co_return false;
+    }
+    const auto request = co_await assets.assetInstallationRequest(transcriber);
+    co_return request != nullptr;
+}
+
 /// One attempt at one file in one locale.
 class SpeechAnalyzerFileTranscriber {
 public:
@@ -131,9 +144,7 @@ Task<bool> offersTranscription(SpeechTranscriptionConfiguration configuration, S
     }
     for (const std::string& locale : configuration.candidateLocales) {
         const SpeechTranscriber transcriber = co_await transcriberFor(locale, recognition);
-        const SpeechAssetStatus status = co_await recognition.assetInventory().status(transcriber);
-        const bool mayBeFetched = configuration.assetPolicy == SpeechAssetPolicy::installIfNeeded;
-        if (status == SpeechAssetStatus::installed || (mayBeFetched && status != SpeechAssetStatus::unsupported)) {
+        if (co_await isOffered(transcriber, configuration.assetPolicy, recognition.assetInventory())) {
             co_return true;
         }
     }

@@ -1,6 +1,8 @@
 #include "TalkledgerPlatform/ModelFiles/ModelDownload.h"
 
+#include "TalkledgerPlatform/Files/Durability.h"
 #include "TalkledgerPlatform/ModelFiles/Checksum.h"
+#include "TalkledgerPlatform/ModelFiles/WriteFailure.h"
 
 #include <curl/curl.h>
 #include <fcntl.h>
@@ -34,19 +36,12 @@ std::int64_t mostBytes(const KnownModelFile& file) {
     return file.bytes + file.bytes / 10 + (1 << 20);
 }
 
-ModelFileError writeError(int error) {
-    const bool isFull = error == ENOSPC || error == EDQUOT;
-    return ModelFileError(isFull ? Case::noSpace : Case::notWritable, std::generic_category().message(error));
-}
-
 /// What has arrived of a file, open for more of it.
 class PartialFile {
 public:
     explicit PartialFile(const std::filesystem::path& path)
         : descriptor_(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600)) {
-        if (descriptor_ < 0) {
-            throw writeError(errno);
-        }
+        throwIfWriteFailed(descriptor_ < 0 ? errno : 0);
         size_ = lseek(descriptor_, 0, SEEK_END);
     }
 
@@ -57,30 +52,22 @@ public:
 
     std::int64_t size() const { return size_; }
 
-    /// An error's number, or 0.
-    int append(std::string_view bytes) {
+    void append(std::string_view bytes) {
         while (!bytes.empty()) {
-            const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
-            if (written < 0 && errno != EINTR) {
-                return errno;
-            }
-            bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
-            size_ += std::max<ssize_t>(written, 0);
+            const ssize_t written = uninterrupted([&] { return write(descriptor_, bytes.data(), bytes.size()); });
+            throwIfWriteFailed(written < 0 ? errno : 0);
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+            size_ += written;
         }
-        return 0;
     }
 
     void clear() {
-        if (ftruncate(descriptor_, 0) != 0 || lseek(descriptor_, 0, SEEK_SET) != 0) {
-            throw writeError(errno);
-        }
+        throwIfWriteFailed(ftruncate(descriptor_, 0) != 0 || lseek(descriptor_, 0, SEEK_SET) != 0 ? errno : 0);
         size_ = 0;
     }
 
     void sync() const {
-        if (fsync(descriptor_) != 0) {
-            throw writeError(errno);
-        }
+        throwIfWriteFailed(uninterrupted([this] { return fsync(descriptor_); }) < 0 ? errno : 0);
     }
 
 private:
@@ -230,8 +217,10 @@ private:
         if (partial_.size() + static_cast<std::int64_t>(bytes.size()) > total_) {
             return fail(ModelFileError(Case::wrongSize));
         }
-        if (const int error = partial_.append(bytes)) {
-            return fail(writeError(error));
+        try {
+            partial_.append(bytes);
+        } catch (const ModelFileError& error) {
+            return fail(error);
         }
         progress_.received = partial_.size();
         return true;
@@ -329,7 +318,7 @@ bool isWorthKeeping(const ModelFileError& error, const ModelFileProgress& progre
 
 void downloadModelFile(const KnownModelFile& file, const std::filesystem::path& folder, ModelFileProgress& progress,
                        DownloadHosts hosts) {
-    const std::filesystem::path partial = folder / (file.name + ".part");
+    const std::filesystem::path partial = folder / (file.name + partialSuffix);
     ensureSpace(file, folder, partial);
     try {
         std::string sha256;
@@ -341,6 +330,7 @@ void downloadModelFile(const KnownModelFile& file, const std::filesystem::path& 
         progress.isBeingVerified = true;
         verify(file, partial, sha256, progress);
         std::filesystem::rename(partial, folder / file.name);
+        throwIfWriteFailed(synchroniseFolder(folder));
     } catch (const ModelFileError& error) {
         if (!isWorthKeeping(error, progress)) {
             std::error_code gone;
@@ -348,7 +338,7 @@ void downloadModelFile(const KnownModelFile& file, const std::filesystem::path& 
         }
         throw;
     } catch (const std::filesystem::filesystem_error& error) {
-        throw ModelFileError(Case::notWritable, error.code().message());
+        throw writeFailure(error.code().value());
     }
 }
 

@@ -6,6 +6,9 @@
 
 namespace talkledger {
 
+/// Behind the name of a file of which the end is missing.
+inline constexpr const char* partialSuffix = ".part";
+
 /// Which hosts are asked: any by https, or, for tests, this machine alone by plain http.
 enum class DownloadHosts { secure, loopback };
 

@@ -1,15 +1,20 @@
 #include "TalkledgerPlatform/ModelFiles/ModelFolder.h"
 
 #include "TalkledgerCore/Support/RunOn.h"
+#include "TalkledgerPlatform/Files/Durability.h"
+#include "TalkledgerPlatform/ModelFiles/WriteFailure.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <exception>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <optional>
+#include <ranges>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -30,6 +35,36 @@ std::optional<ModelFileKind> kindOf(const std::string& name) {
         return std::nullopt;
     }
     return name.starts_with("ggml-silero-") ? ModelFileKind::voice : ModelFileKind::speech;
+}
+
+/// What is to become of a download: told to those who wait for it.
+Task<void> ended(std::shared_ptr<DownloadUnderWay> download, Task<void> fetching) {
+    std::exception_ptr failure;
+    try {
+        co_await std::move(fetching);
+    } catch (const std::exception&) {
+        failure = std::current_exception();
+    }
+    download->tellEnd(failure);
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+using NamedTimes = std::vector<std::pair<std::string, std::filesystem::file_time_type>>;
+
+/// The regular files there, with when they were installed or chosen.
+NamedTimes filesIn(const std::filesystem::path& folder) {
+    NamedTimes files;
+    std::error_code unreadable;
+    std::filesystem::directory_iterator entry(folder, unreadable);
+    for (; !unreadable && entry != std::filesystem::directory_iterator(); entry.increment(unreadable)) {
+        std::error_code unknown;
+        if (entry->is_regular_file(unknown)) {
+            files.emplace_back(entry->path().filename().string(), entry->last_write_time(unknown));
+        }
+    }
+    return files;
 }
 
 /// By what the file begins with.
@@ -60,35 +95,56 @@ std::string nameFor(const std::filesystem::path& file, ModelFileKind kind) {
     return (stem.starts_with(prefix) ? stem : prefix + stem) + ".bin";
 }
 
-void copyInto(const std::filesystem::path& source, const std::filesystem::path& target) {
-    const std::filesystem::path partial = target.string() + ".copy";
-    std::error_code failure;
-    const std::uintmax_t bytes = std::filesystem::file_size(source, failure);
-    const std::uintmax_t free = std::filesystem::space(target.parent_path(), failure).available;
-    if (!failure && free < bytes + spareBytes) {
+void ensureSpace(const std::filesystem::path& source, const std::filesystem::path& folder) {
+    std::error_code unknown;
+    const std::uintmax_t bytes = std::filesystem::file_size(source, unknown);
+    const std::uintmax_t free = std::filesystem::space(folder, unknown).available;
+    if (!unknown && free < bytes + spareBytes) {
         throw ModelFileError(Case::noSpace);
     }
-    std::filesystem::copy_file(source, partial, std::filesystem::copy_options::overwrite_existing, failure);
-    if (!failure) {
-        std::filesystem::permissions(partial, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
-                                     failure);
-    }
-    if (!failure) {
-        std::filesystem::rename(partial, target, failure);
-    }
-    if (failure) {
+}
+
+/// Nothing of it is left unless it has been given another name.
+class PartialCopy {
+public:
+    explicit PartialCopy(std::filesystem::path path) : path_(std::move(path)) {}
+
+    ~PartialCopy() {
         std::error_code gone;
-        std::filesystem::remove(partial, gone);
-        throw ModelFileError(failure == std::errc::no_space_on_device ? Case::noSpace : Case::notWritable,
-                             failure.message());
+        std::filesystem::remove(path_, gone);
+    }
+
+    PartialCopy(const PartialCopy&) = delete;
+    PartialCopy& operator=(const PartialCopy&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    const std::filesystem::path path_;
+};
+
+void copyInto(const std::filesystem::path& source, const std::filesystem::path& target) {
+    ensureSpace(source, target.parent_path());
+    const PartialCopy copy(target.string() + ".copy");
+    const std::filesystem::path& partial = copy.path();
+    try {
+        std::filesystem::copy_file(source, partial, std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::permissions(partial, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+        throwIfWriteFailed(synchroniseFile(partial));
+        std::filesystem::rename(partial, target);
+        throwIfWriteFailed(synchroniseFolder(target.parent_path()));
+    } catch (const std::filesystem::filesystem_error& error) {
+        throw writeFailure(error.code().value());
     }
 }
 
 void createFolder(const std::filesystem::path& folder) {
     std::error_code failure;
     std::filesystem::create_directories(folder.parent_path(), failure);
-    if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-        throw ModelFileError(Case::notWritable, std::generic_category().message(errno));
+    if (mkdir(folder.c_str(), S_IRWXU) == 0) {
+        throwIfWriteFailed(synchroniseFolder(folder.parent_path()));
+    } else if (errno != EEXIST) {
+        throwIfWriteFailed(errno);
     }
 }
 
@@ -98,42 +154,60 @@ ModelFolder::ModelFolder(std::filesystem::path folder, ModelFileChecking& checki
     : folder_(std::move(folder)), checking_(checking), hosts_(hosts), threads_(simultaneousTransfers) {}
 
 ModelFolder::~ModelFolder() {
-    for (const auto& download : downloads_) {
-        if (const auto progress = download.lock()) {
-            progress->end = ModelFileProgress::End::paused;
+    for (const auto& [name, weak] : downloads_) {
+        if (const auto download = weak.lock()) {
+            download->pause();
         }
     }
     threads_.join();
 }
 
 std::vector<std::string> ModelFolder::installed(ModelFileKind kind) const {
-    std::vector<std::pair<std::filesystem::file_time_type, std::string>> files;
-    std::error_code unreadable;
-    std::filesystem::directory_iterator entry(folder_, unreadable);
-    for (; !unreadable && entry != std::filesystem::directory_iterator(); entry.increment(unreadable)) {
-        std::string name = entry->path().filename().string();
-        std::error_code unknown;
-        if (kindOf(name) == kind && entry->is_regular_file(unknown)) {
-            files.emplace_back(entry->last_write_time(unknown), std::move(name));
-        }
-    }
-    std::ranges::sort(files, std::greater());
+    NamedTimes files = filesIn(folder_);
+    std::erase_if(files, [kind](const auto& file) { return kindOf(file.first) != kind; });
+    std::ranges::sort(files, std::greater(), [](const auto& file) { return std::pair(file.second, file.first); });
     std::vector<std::string> names;
     names.reserve(files.size());
-    for (auto& [time, name] : files) {
-        names.push_back(std::move(name));
-    }
+    std::ranges::move(files | std::views::keys, std::back_inserter(names));
     return names;
 }
 
 Task<void> ModelFolder::download(KnownModelFile file, std::shared_ptr<ModelFileProgress> progress) {
-    std::erase_if(downloads_, [](const auto& download) { return download.expired(); });
-    downloads_.push_back(progress);
+    const auto download = std::make_shared<DownloadUnderWay>(progress);
+    downloads_[file.name] = download;
     std::function<void()> fetch = [file = std::move(file), folder = folder_, progress, hosts = hosts_] {
         createFolder(folder);
         downloadModelFile(file, folder, *progress, hosts);
     };
-    return runOn(threads_.get_executor(), std::move(fetch));
+    return ended(download, runOn(threads_.get_executor(), std::move(fetch)));
+}
+
+std::vector<AwaitedModelFile> ModelFolder::awaited(ModelFileKind kind) const {
+    std::map<std::string, bool> files;
+    for (const auto& [name, time] : filesIn(folder_)) {
+        const std::string whole = name.substr(0, name.rfind(partialSuffix));
+        if (whole != name && kindOf(whole) == kind) {
+            files[whole] = false;
+        }
+    }
+    for (const auto& [name, download] : downloads_) {
+        if (!download.expired() && kindOf(name) == kind) {
+            files[name] = true;
+        }
+    }
+    std::vector<AwaitedModelFile> awaited;
+    for (const auto& [name, isOnItsWay] : files) {
+        awaited.push_back({.name = name, .isOnItsWay = isOnItsWay});
+    }
+    return awaited;
+}
+
+Task<void> ModelFolder::arrival(std::string name) {
+    const auto known = downloads_.find(name);
+    const auto download = known == downloads_.end() ? nullptr : known->second.lock();
+    if (download) {
+        co_await download->end();
+    }
 }
 
 Task<ModelFileKind> ModelFolder::install(std::filesystem::path file) {

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "TalkledgerCore/Ports/ModelFiles.h"
+#include "TalkledgerPlatform/ModelFiles/DownloadUnderWay.h"
 #include "TalkledgerPlatform/ModelFiles/ModelDownload.h"
 
 #include <boost/asio/thread_pool.hpp>
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,9 +15,10 @@
 namespace talkledger {
 
 /// The model files in one folder of this user. Speech models are named "ggml-*.bin", those that find voices
-/// "ggml-silero-*.bin", language models "*.gguf"; of each kind the newest is used. Files travel on threads of its own.
+/// "ggml-silero-*.bin", language models "*.gguf"; of each kind the newest is used. What is there of a file that has not
+/// wholly arrived has ".part" behind its name. Files travel on threads of its own.
 /// The executors that wait for it have to outlive it.
-class ModelFolder final : public ModelFiles {
+class ModelFolder final : public ModelFiles, public AwaitedModelFiles {
 public:
     /// `checking` has to outlive it.
     ModelFolder(std::filesystem::path folder, ModelFileChecking& checking, DownloadHosts hosts = DownloadHosts::secure);
@@ -31,13 +34,16 @@ public:
     void prefer(const std::string& name) override;
     void remove(const std::string& name) override;
 
+    std::vector<AwaitedModelFile> awaited(ModelFileKind kind) const override;
+    Task<void> arrival(std::string name) override;
+
 private:
     Task<void> checked(ModelFileKind kind, std::filesystem::path file);
 
     const std::filesystem::path folder_;
     ModelFileChecking& checking_;
     const DownloadHosts hosts_;
-    std::vector<std::weak_ptr<ModelFileProgress>> downloads_;
+    std::map<std::string, std::weak_ptr<DownloadUnderWay>> downloads_; ///< weak: it ends with its coroutine
     boost::asio::thread_pool threads_;
 };
 

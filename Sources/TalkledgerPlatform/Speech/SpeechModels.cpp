@@ -28,6 +28,12 @@ bool isMultilingualModel(const std::filesystem::path& path) {
     return vocabulary > englishVocabulary;
 }
 
+bool knows(bool isMultilingual, const std::string& locale) {
+    const std::string language = locale.substr(0, locale.find_first_of("_-.@"));
+    return isMultilingual ? !language.empty() && languages.find(" " + language + " ") != std::string_view::npos
+                          : language == "en";
+}
+
 void keepNewest(std::filesystem::path& newest, const std::filesystem::path& candidate) {
     std::error_code unknown;
     if (newest.empty() ||
@@ -56,11 +62,11 @@ SpeechModels SpeechModels::installedIn(const std::filesystem::path& folder) {
 }
 
 bool SpeechModels::know(const std::string& locale) const {
-    const std::string language = locale.substr(0, locale.find_first_of("_-.@"));
-    if (speech.empty() || language.empty()) {
-        return false;
-    }
-    return isMultilingual ? languages.find(" " + language + " ") != std::string_view::npos : language == "en";
+    return !speech.empty() && knows(isMultilingual, locale);
+}
+
+bool modelKnows(const std::string& fileName, const std::string& locale) {
+    return knows(!fileName.ends_with(".en.bin"), locale);
 }
 
 } // namespace talkledger

@@ -19,4 +19,8 @@ struct SpeechModels {
     bool know(const std::string& locale) const;
 };
 
+/// Whether the speech model that goes by the name of that file, like "ggml-base.en.bin", recognises a locale's
+/// language.
+bool modelKnows(const std::string& fileName, const std::string& locale);
+
 } // namespace talkledger

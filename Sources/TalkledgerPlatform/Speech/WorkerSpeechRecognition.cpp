@@ -6,9 +6,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace talkledger {
 
@@ -20,21 +22,42 @@ bool isEnglish(std::string_view locale) {
     return locale.substr(0, locale.find_first_of("_-.@")) == "en";
 }
 
+/// A model that the user has asked for, on its way. Nothing is fetched from here: this waits for it.
+class ArrivalOfModel final : public SpeechAssetInstallationRequest {
+public:
+    ArrivalOfModel(AwaitedModelFiles& models, std::string name) : models_(models), name_(std::move(name)) {}
+
+    Task<void> downloadAndInstall() override { return models_.arrival(name_); }
+
+private:
+    AwaitedModelFiles& models_;
+    std::string name_;
+};
+
 } // namespace
 
-/// What is there is installed; nothing is fetched from here.
 class WorkerSpeechRecognition::Assets : public AssetInventory {
 public:
     explicit Assets(const WorkerSpeechRecognition& recognition) : recognition_(recognition) {}
 
     Task<SpeechAssetStatus> status(const SpeechTranscriber& transcriber) override {
-        co_return recognition_.offers(transcriber.locale) ? SpeechAssetStatus::installed
-                                                          : SpeechAssetStatus::unsupported;
+        if (recognition_.offers(transcriber.locale)) {
+            co_return SpeechAssetStatus::installed;
+        }
+        const std::optional<AwaitedModelFile> awaited = recognition_.awaitedFor(transcriber.locale);
+        co_return !awaited    ? SpeechAssetStatus::unsupported
+        : awaited->isOnItsWay ? SpeechAssetStatus::downloading
+                              : SpeechAssetStatus::supported;
     }
 
+    /// A download that broke off goes on only when the user says so: it is nothing to wait for.
     Task<std::unique_ptr<SpeechAssetInstallationRequest>>
-    assetInstallationRequest(const SpeechTranscriber& /*transcriber*/) override {
-        co_return nullptr;
+    assetInstallationRequest(const SpeechTranscriber& transcriber) override {
+        const std::optional<AwaitedModelFile> awaited = recognition_.awaitedFor(transcriber.locale);
+        if (!awaited || !awaited->isOnItsWay) {
+            co_return nullptr;
+        }
+        co_return std::make_unique<ArrivalOfModel>(*recognition_.settings_.awaitedModels, awaited->name);
     }
 
 private:
@@ -58,12 +81,15 @@ bool WorkerSpeechRecognition::isAvailable() const {
 }
 
 /// Where there is nothing but English, it stands for every locale: on an English desktop, it is the best guess at what
-/// is spoken.
+/// is spoken, and is not kept waiting by a model that is still on its way.
 Task<std::optional<std::string>> WorkerSpeechRecognition::supportedLocale(const std::string& equivalentTo) {
     if (SpeechModels::installedIn(settings_.installedModels).know(equivalentTo)) {
         co_return equivalentTo;
     }
-    co_return offersEnglish() ? std::optional<std::string>(englishLocale) : std::nullopt;
+    if (offersEnglish()) {
+        co_return englishLocale;
+    }
+    co_return awaitedFor(equivalentTo) ? std::optional(equivalentTo) : std::nullopt;
 }
 
 AssetInventory& WorkerSpeechRecognition::assetInventory() {
@@ -83,6 +109,16 @@ std::unique_ptr<SpeechAnalyzer> WorkerSpeechRecognition::makeAnalyzer(const Spee
 bool WorkerSpeechRecognition::offers(const std::string& locale) const {
     return SpeechModels::installedIn(settings_.installedModels).know(locale) ||
            (locale == englishLocale && offersEnglish());
+}
+
+std::optional<AwaitedModelFile> WorkerSpeechRecognition::awaitedFor(const std::string& locale) const {
+    if (settings_.awaitedModels == nullptr) {
+        return std::nullopt;
+    }
+    std::vector<AwaitedModelFile> files = settings_.awaitedModels->awaited(ModelFileKind::speech);
+    std::erase_if(files, [&](const AwaitedModelFile& file) { return !modelKnows(file.name, locale); });
+    const auto best = std::ranges::max_element(files, {}, &AwaitedModelFile::isOnItsWay);
+    return best == files.end() ? std::nullopt : std::optional(*best);
 }
 
 SpeechEngineChoice WorkerSpeechRecognition::engineFor(const std::string& locale) const {

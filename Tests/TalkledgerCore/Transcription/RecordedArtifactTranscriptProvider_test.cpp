@@ -107,6 +107,9 @@ TEST_F(SpeechRecordingTrackTest, TellsWhetherThereIsAnythingToTranscribeWith) {
     EXPECT_FALSE(isOffered());
     recognition.scripts["fr_FR"].status = SpeechAssetStatus::supported;
     EXPECT_TRUE(isOffered()) << "it can be fetched";
+    recognition.scripts["fr_FR"].offersInstallation = false;
+    EXPECT_FALSE(isOffered()) << "nobody fetches it";
+    recognition.scripts["fr_FR"].offersInstallation = true;
     configuration.assetPolicy = SpeechAssetPolicy::installedOnly;
     EXPECT_FALSE(isOffered());
     recognition.scripts["en_US"].status = SpeechAssetStatus::installed;
