@@ -1,5 +1,6 @@
 #include "TalkledgerWorkers/Transcriber/WhisperModel.h"
 
+#include "TalkledgerWorkers/Transcriber/ComputeStop.h"
 #include "TalkledgerWorkers/Transcriber/ModelFile.h"
 #include "TalkledgerWorkers/Transcriber/SpeechEngine.h"
 
@@ -69,18 +70,6 @@ std::vector<WhisperWord> wholeWords(std::vector<WhisperWord> pieces) {
     }
     return words;
 }
-
-/// Remembers that it had to stop: whoever asked for it may think better of it.
-struct Stopping {
-    const WhisperState::Hearing& hearing;
-    bool hasStopped{false};
-
-    static bool ask(void* stopping) {
-        auto& self = *static_cast<Stopping*>(stopping);
-        self.hasStopped = self.hasStopped || self.hearing.shouldStop();
-        return self.hasStopped;
-    }
-};
 
 /// The engine's own exceptions, which a strange model can cause, say nothing to a user.
 template <typename Result, typename Engine>
@@ -160,20 +149,23 @@ WhisperState::~WhisperState() {
 }
 
 std::optional<std::vector<WhisperPassage>> WhisperState::hear(std::span<const float> samples, const Hearing& hearing) {
+    ComputeStop stop(hearing.shouldStop);
+    if (stop.isWanted()) {
+        return std::nullopt; // before the spectrum is computed, which nothing can stop
+    }
     std::vector<float> padded(samples.begin(), samples.end());
     const auto leastLength = static_cast<std::size_t>(shortestPiece * SpeechEngine::sampleRate);
     const auto silence = static_cast<std::size_t>(trailingSilence * SpeechEngine::sampleRate);
     padded.resize(std::max(samples.size() + silence, leastLength));
     whisper_full_params parameters = parametersFor(hearing);
     parameters.audio_ctx = encodedPositions(padded.size(), whisper_model_n_audio_ctx(model_->context()));
-    Stopping stopping{hearing};
-    parameters.abort_callback = Stopping::ask;
-    parameters.abort_callback_user_data = &stopping;
+    parameters.abort_callback = ComputeStop::ask;
+    parameters.abort_callback_user_data = &stop;
     const int failure = attempt(-1, [&] {
         return whisper_full_with_state(model_->context(), state_, parameters, padded.data(),
                                        static_cast<int>(padded.size()));
     });
-    if (Stopping::ask(&stopping)) {
+    if (stop.isWanted()) {
         return std::nullopt;
     }
     if (failure != 0) {
