@@ -7,7 +7,7 @@ namespace talkledger {
 namespace {
 
 /// Of an utterance, seconds. In a file it may fill a window; live, somebody waits for the words.
-constexpr double longestInFile = 24;
+constexpr double longestInFile = WhisperState::longestPiece;
 constexpr double longestLive = 15;
 
 double secondsOf(std::int64_t samples) {

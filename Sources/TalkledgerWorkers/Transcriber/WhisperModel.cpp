@@ -90,7 +90,7 @@ whisper_full_params parametersFor(const WhisperState::Hearing& hearing) {
     parameters.print_realtime = false;
     parameters.print_timestamps = false;
     parameters.suppress_nst = true;
-    parameters.greedy.best_of = 2;
+    parameters.greedy.best_of = 1; // the decoder's memory would become four times as much
     parameters.token_timestamps = !hearing.isHypothesis;
     parameters.no_timestamps = hearing.isHypothesis;
     parameters.single_segment = hearing.isHypothesis;

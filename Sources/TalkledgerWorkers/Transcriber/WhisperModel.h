@@ -53,7 +53,7 @@ private:
 class WhisperState {
 public:
     /// The longest that is heard in one piece, seconds. The engine could take 30, yet its memory grows with it.
-    static constexpr double longestPiece = 25;
+    static constexpr double longestPiece = 20;
 
     struct Hearing {
         std::string language;
