@@ -25,7 +25,7 @@ constexpr std::int32_t bins = 201;
 constexpr std::int32_t endToken = 50257;
 constexpr std::int32_t languageTokens = 50259;
 constexpr std::int32_t timeTokens = 50364;
-constexpr std::int32_t timeOfSentence = 150; ///< in steps of 20 ms
+constexpr double timesPerSecond = 50;
 
 enum class Format : std::int32_t { single = 0, half = 1 };
 
@@ -189,7 +189,7 @@ private:
         for (std::size_t word = 0; word < model_.words.size(); ++word) {
             tokens.push_back(static_cast<std::int32_t>(model_.requiredWords.size() + word));
         }
-        tokens.push_back(timeTokens + timeOfSentence);
+        tokens.push_back(timeTokens + static_cast<std::int32_t>(model_.duration * timesPerSecond));
         tokens.push_back(endToken);
         return tokens;
     }
