@@ -28,7 +28,8 @@ Rectangle {
         return isWorking ? "refresh" : !summary.isModelAvailable ? "warn" : isWaiting ? "clock" : ""
     }
 
-    Accessible.name: texts.provisionalSummary + " " + state.text
+    Accessible.description: firstLine
+    Accessible.name: texts.provisionalSummary + " " + (hasFailed ? texts.liveSummaryFailed : state.text || message)
     Accessible.role: Accessible.Grouping
     border.color: hasFailed ? Theme.failLine : Theme.lineStrong
     border.width: 1

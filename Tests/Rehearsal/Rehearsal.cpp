@@ -159,15 +159,6 @@ void judge(const RehearsalResult& result, bool echoIsCertain) {
            "No echo of the customer was found in the microphone's track, and there is one.");
 }
 
-Performance stage(const Conversation& conversation, const fs::path& scratchFolder) {
-    std::vector<SpokenUtterance> utterances;
-    for (const Utterance& utterance : conversation) {
-        utterances.push_back({.isCustomer = utterance.speaker == SpeakerRole::customer,
-                              .samples = synthesize(utterance.voice, utterance.text, scratchFolder)});
-    }
-    return perform(utterances);
-}
-
 /// What the program shows of the conversation, when that is enough or becomes no more.
 WordShares waitForLiveWords(RehearsedProgram& program, const Conversation& conversation) {
     const auto begin = Clock::now();
@@ -253,7 +244,7 @@ RehearsalResult rehearse(const RehearsalOptions& options, OutputFolder& output) 
 
     const testing::SoundSession sound({.quantum = kQuantum});
     sound.enter();
-    const Performance performance = stage(conversation, sound.runtimeFolder());
+    const Performance performance = speak(conversation, sound.runtimeFolder());
     RehearsalResult result = record(fs::absolute(options.program), conversation, performance, sound, output);
     demandCompleteness(output.recording(), output.document());
     result.recording = examine(output.recording(), conversation, performance);

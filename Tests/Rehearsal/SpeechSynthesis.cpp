@@ -33,4 +33,13 @@ Samples synthesize(const std::string& voice, const std::string& text, const std:
     return samples;
 }
 
+Performance speak(const Conversation& conversation, const std::filesystem::path& scratchFolder) {
+    std::vector<SpokenUtterance> utterances;
+    for (const Utterance& utterance : conversation) {
+        utterances.push_back({.isCustomer = utterance.speaker == SpeakerRole::customer,
+                              .samples = synthesize(utterance.voice, utterance.text, scratchFolder)});
+    }
+    return perform(utterances);
+}
+
 } // namespace talkledger::rehearsal

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Rehearsal/Conversation.h"
 #include "Rehearsal/Performance.h"
 
 #include <filesystem>
@@ -14,5 +15,8 @@ std::vector<std::string> synthesizerVoices();
 
 /// The text, spoken. Throws std::runtime_error.
 Samples synthesize(const std::string& voice, const std::string& text, const std::filesystem::path& scratchFolder);
+
+/// All that is said. Throws std::runtime_error.
+Performance speak(const Conversation& conversation, const std::filesystem::path& scratchFolder);
 
 } // namespace talkledger::rehearsal
