@@ -64,11 +64,18 @@ std::string saidBy(SpeakerRole speaker, const fs::path& recording) {
     return said;
 }
 
+QString listTitle(const fs::path& recording, const SalesSummary& summary) {
+    const auto session = load<RecordingSession>(recording / "session.json");
+    return QString::fromStdString(
+        RecordingListTitleBuilder().title(session, summary, AppCopy{DisplayLanguage::english}));
+}
+
 } // namespace
 
 SalesSummary draftInWindow(RehearsedProgram& program, const fs::path& recording) {
     const WindowUser user(program);
     const auto earlier = load<SalesSummary>(recording / "summary.json");
+    user.await(listItem, listTitle(recording, earlier));
     user.press(button, QStringLiteral("More"));
     user.press(menuItem, QStringLiteral("Draft summary from key phrases"));
     SalesSummary draft = earlier;
@@ -88,9 +95,7 @@ SalesSummary draftInWindow(RehearsedProgram& program, const fs::path& recording)
             throw RehearsalError("The draft from key phrases has something that was not said: " + phrase);
         }
     }
-    const std::string title = RecordingListTitleBuilder().title(load<RecordingSession>(recording / "session.json"),
-                                                                draft, AppCopy{DisplayLanguage::english});
-    user.await(listItem, QString::fromStdString(title));
+    user.await(listItem, listTitle(recording, draft));
 
     user.press(button, QStringLiteral("Save Markdown"));
     program.await("the draft is in the Markdown document", [&] {
