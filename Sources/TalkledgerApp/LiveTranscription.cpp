@@ -14,6 +14,9 @@ namespace {
 constexpr AudioFormat capturedFormat{
     .commonFormat = AudioSampleFormat::float32, .sampleRate = 48000, .channelCount = 2, .isInterleaved = true};
 
+/// Of a channel in one recording; a recogniser that breaks down again and again has no use.
+constexpr int mostBreakdowns = 5;
+
 /// Keeps the session until it has finished.
 Task<> finishSession(std::shared_ptr<LiveSpeechTranscriptionSession> session) {
     co_await session->finish();
@@ -28,22 +31,30 @@ LiveTranscription::LiveTranscription(SpeechRecognition& recognition, AudioConver
 void LiveTranscription::start(const std::string& locale, MonotonicTime timelineOrigin,
                               const SegmentHandler& segmentHandler) {
     stop();
+    recording_ = std::make_shared<Recording>(
+        Recording{.locale = locale, .timelineOrigin = timelineOrigin, .segmentHandler = segmentHandler});
     for (const AudioChannel channel : {AudioChannel::mic, AudioChannel::speaker}) {
-        const Session session = makeSession(locale, channel, timelineOrigin, segmentHandler);
-        sessions_[channel] = session;
-        starting_.insert(channel);
-        startTasks_[channel] = startTask(main_, startSession(session, channel));
+        begin(channel);
     }
 }
 
-LiveTranscription::Session LiveTranscription::makeSession(const std::string& locale, AudioChannel channel,
-                                                          MonotonicTime timelineOrigin,
-                                                          const SegmentHandler& segmentHandler) {
-    const auto handOver = [main = main_, segmentHandler](const TranscriptSegment& segment) {
-        boost::asio::post(main, [segmentHandler, segment] { segmentHandler(segment); });
+void LiveTranscription::begin(AudioChannel channel) {
+    const Session session = makeSession(channel);
+    sessions_[channel] = session;
+    starting_.insert(channel);
+    startTasks_[channel] = startTask(main_, startSession(session, channel));
+}
+
+LiveTranscription::Session LiveTranscription::makeSession(AudioChannel channel) {
+    const auto handOver = [main = main_, handler = recording_->segmentHandler](const TranscriptSegment& segment) {
+        boost::asio::post(main, [handler, segment] { handler(segment); });
     };
-    return std::make_shared<LiveSpeechTranscriptionSession>(locale, channel, structuralSpeakerRole(channel), handOver,
-                                                            recognition_, conversion_, timelineOrigin);
+    const auto goOn = [this, channel, recording = recording_] {
+        boost::asio::post(main_, [this, channel, recording] { goOnAfterBreakdown(channel, recording); });
+    };
+    return std::make_shared<LiveSpeechTranscriptionSession>(recording_->locale, channel, structuralSpeakerRole(channel),
+                                                            handOver, recognition_, conversion_,
+                                                            recording_->timelineOrigin, goOn);
 }
 
 Task<> LiveTranscription::startSession(Session session, AudioChannel channel) {
@@ -65,7 +76,23 @@ Task<> LiveTranscription::startSession(Session session, AudioChannel channel) {
     Q_EMIT listeningChanged();
 }
 
+/// What was heard until the next recogniser is ready is in the recorded files only.
+void LiveTranscription::goOnAfterBreakdown(AudioChannel channel, const std::shared_ptr<Recording>& recording) {
+    if (recording != recording_) {
+        return; // it was no breakdown: the recording has been stopped
+    }
+    relay_.detach(channel);
+    listening_.erase(channel);
+    cancel(startTasks_.at(channel));
+    startTask(main_, finishSession(sessions_.at(channel)));
+    if (++recording->breakdowns[channel] <= mostBreakdowns) {
+        begin(channel);
+    }
+    Q_EMIT listeningChanged();
+}
+
 void LiveTranscription::stop() {
+    recording_.reset();
     relay_.detach();
     for (const auto& [channel, task] : startTasks_) {
         cancel(task);

@@ -7,6 +7,7 @@
 #include "TalkledgerCore/Transcription/RecognisedSegment.h"
 #include "TalkledgerCore/Transcription/SpeechAnalyzerBufferConverter.h"
 
+#include <boost/asio/cancellation_state.hpp>
 #include <boost/asio/deferred.hpp>
 #include <boost/asio/experimental/parallel_group.hpp>
 #include <boost/asio/post.hpp>
@@ -23,16 +24,28 @@ namespace {
 
 using Error = LiveSpeechTranscriptionSessionError;
 using SegmentHandler = LiveSpeechTranscriptionSession::SegmentHandler;
+using EndHandler = LiveSpeechTranscriptionSession::EndHandler;
 
-/// An error of the results ends the task, and nobody hears of it.
-Task<> collect(std::shared_ptr<SpeechAnalyzer> analyzer, AudioChannel channel, SpeakerRole role,
-               SegmentHandler segmentHandler) {
+Task<> tellResults(std::shared_ptr<SpeechAnalyzer> analyzer, AudioChannel channel, SpeakerRole role,
+                   SegmentHandler segmentHandler) {
     std::optional<SpeechTranscriptionResult> result = co_await analyzer->nextResult();
     while (result.has_value()) {
         if (const std::optional<TranscriptSegment> segment = recognisedSegment(*result, channel, role)) {
             segmentHandler(*segment);
         }
         result = co_await analyzer->nextResult();
+    }
+}
+
+/// An error of the results is their end, and nobody hears of it itself.
+Task<> collect(Task<> telling, EndHandler endHandler) {
+    try {
+        co_await std::move(telling);
+    } catch (const std::exception&) {
+    }
+    const boost::asio::cancellation_state state = co_await boost::asio::this_coro::cancellation_state;
+    if (endHandler && state.cancelled() == boost::asio::cancellation_type::none) {
+        endHandler();
     }
 }
 
@@ -63,12 +76,13 @@ LiveSpeechTranscriptionSession::LiveSpeechTranscriptionSession(std::string local
                                                                SpeakerRole role, SegmentHandler segmentHandler,
                                                                SpeechRecognition& recognition,
                                                                AudioConversion& conversion,
-                                                               MonotonicTime timelineOrigin,
+                                                               MonotonicTime timelineOrigin, EndHandler endHandler,
                                                                std::chrono::duration<double> finishTimeout)
     : locale_(std::move(locale)),
       channel_(channel),
       role_(role),
       segmentHandler_(std::move(segmentHandler)),
+      endHandler_(std::move(endHandler)),
       recognition_(recognition),
       conversion_(conversion),
       timelineOrigin_(timelineOrigin),
@@ -122,7 +136,8 @@ Task<void> LiveSpeechTranscriptionSession::start(AudioFormat inputFormat) {
     co_await analyzer->prepareToAnalyze(*format);
     const Executor executor = co_await boost::asio::this_coro::executor;
     const auto inputs = std::make_shared<AnalyzerInputStream>();
-    const TaskHandle collectorTask = startTask(executor, collect(analyzer, channel_, role_, segmentHandler_));
+    const TaskHandle collectorTask =
+        startTask(executor, collect(tellResults(analyzer, channel_, role_, segmentHandler_), endHandler_));
     exchangeRuntime(std::make_unique<Runtime>(Runtime{.continuation = inputs,
                                                       .analyzer = analyzer,
                                                       .collectorTask = collectorTask,

@@ -26,6 +26,10 @@ public:
     /// Called from the task that collects the results: a receiver moves the segment to its own thread.
     using SegmentHandler = std::function<void(const TranscriptSegment&)>;
 
+    /// Called from the same task when the recogniser has come to its end, which is a breakdown unless the session was
+    /// finished. May be empty.
+    using EndHandler = std::function<void()>;
+
     static constexpr std::chrono::seconds defaultFinishTimeout{2};
 
     /// `timelineOrigin` is the moment at which the recording's time line begins, on the clock of the buffers. The ports
@@ -33,6 +37,7 @@ public:
     LiveSpeechTranscriptionSession(std::string locale, AudioChannel channel, SpeakerRole role,
                                    SegmentHandler segmentHandler, SpeechRecognition& recognition,
                                    AudioConversion& conversion, MonotonicTime timelineOrigin,
+                                   EndHandler endHandler = {},
                                    std::chrono::duration<double> finishTimeout = defaultFinishTimeout);
 
     /// A session that was never finished ends at once, without its last results.
@@ -64,6 +69,7 @@ private:
     const AudioChannel channel_;
     const SpeakerRole role_;
     const SegmentHandler segmentHandler_;
+    const EndHandler endHandler_;
     std::unique_ptr<Runtime> runtime_; ///< from a successful start until the finish
 
     SpeechRecognition& recognition_;

@@ -45,7 +45,7 @@ protected:
     std::shared_ptr<Session> makeSession(AudioChannel channel = AudioChannel::mic, SpeakerRole role = SpeakerRole::me) {
         return std::make_shared<Session>(
             "ja_JP", channel, role, [this](const TranscriptSegment& segment) { segments.push_back(segment); },
-            recognition, conversion, origin, finishTimeout);
+            recognition, conversion, origin, [this] { ++ends; }, finishTimeout);
     }
 
     std::shared_ptr<Session> startedSession() {
@@ -74,6 +74,7 @@ protected:
     testing::FakeSpeechRecognition recognition{log};
     testing::FakeAudioConversion conversion;
     std::vector<TranscriptSegment> segments;
+    int ends{0};
     std::chrono::duration<double> finishTimeout{1h};
 };
 
@@ -224,6 +225,7 @@ TEST_F(LiveSpeechTranscriptionSessionTest, CancelsWhatCannotBeFinishedOrHangs) {
         EXPECT_EQ(recognition.steps.calls().back(), "cancel");
         testing::poll(context);
         EXPECT_TRUE(live().isDestroyed) << "the collector, which waited for a result, was cancelled";
+        EXPECT_EQ(ends, 0);
     }
 }
 
@@ -234,6 +236,7 @@ TEST_F(LiveSpeechTranscriptionSessionTest, AFailureOfTheResultsIsTheEndOfThem) {
     testing::poll(context);
     session->append(captured(origin));
     EXPECT_THAT(segments, IsEmpty());
+    EXPECT_EQ(ends, 1);
     testing::runTask(context, session->finish());
     EXPECT_EQ(recognition.steps.calls().back(), "cancel");
 }

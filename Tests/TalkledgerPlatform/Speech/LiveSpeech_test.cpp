@@ -53,7 +53,7 @@ public:
         : session_(std::make_shared<LiveSpeechTranscriptionSession>(
               "ja_JP", channel, structuralSpeakerRole(channel),
               [this](const TranscriptSegment& segment) { segments_.push_back(segment); }, recognition, conversion,
-              origin, std::chrono::hours(1))) {}
+              origin, nullptr, std::chrono::hours(1))) {}
 
     LiveSpeechTranscriptionSession& session() { return *session_; }
 
