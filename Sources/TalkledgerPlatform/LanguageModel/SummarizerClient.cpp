@@ -83,24 +83,33 @@ public:
 
     void hold(const std::filesystem::path& model) {
         try {
-            isHeld_ = true;
-            runningWorker().link->send(encodeMessage(HoldModel{.model = model}));
+            held_ = HoldModel{.model = model};
+            if (isRunning()) {
+                worker_->link->send(encodeMessage(*held_));
+            } else {
+                runningWorker();
+            }
         } catch (const std::exception&) {
             // Whoever asks something is told.
         }
     }
 
     void release() {
-        isHeld_ = false;
-        if (worker_ && worker_->link->isOpen()) {
+        held_.reset();
+        if (isRunning()) {
             worker_->link->send(encodeMessage(ReleaseModel{}));
         }
     }
 
 private:
+    bool isRunning() const { return worker_ && worker_->link->isOpen(); }
+
     Worker& runningWorker() {
-        if (!worker_ || !worker_->link->isOpen()) {
+        if (!isRunning()) {
             worker_ = startWorker();
+            if (held_) { // also by a worker that takes the place of one that broke down
+                worker_->link->send(encodeMessage(*held_));
+            }
         }
         return *worker_;
     }
@@ -109,7 +118,7 @@ private:
         auto worker = std::make_shared<Worker>();
         WorkerLink::Handlers handlers{
             .received = [worker](Frame frame) { receive(*worker, std::move(frame)); },
-            .isIdle = [this, worker] { return !isHeld_ && worker->requests.empty(); },
+            .isIdle = [this, worker] { return !held_ && worker->requests.empty(); },
             .ended = [this, worker](const WorkerError& error) { end(worker, error); },
         };
         worker->link = group_.start(std::move(handlers));
@@ -140,8 +149,8 @@ private:
 
     std::shared_ptr<Worker> worker_; ///< the one that takes questions
     std::int64_t lastRequest_{0};
-    bool isHeld_{false};
-    WorkerGroup group_; ///< last: its thread uses the rest
+    std::optional<HoldModel> held_; ///< while questions will come
+    WorkerGroup group_;             ///< last: its thread uses the rest
 };
 
 SummarizerClient::SummarizerClient(WorkerSettings settings) {
