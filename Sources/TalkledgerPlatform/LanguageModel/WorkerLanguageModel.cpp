@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -21,7 +22,7 @@ bool isFile(const std::filesystem::path& path) {
     return std::filesystem::is_regular_file(path, unknown);
 }
 
-/// The one that was installed or chosen last, absent where there is none.
+/// The one that was installed or preferred last, absent where there is none.
 std::optional<std::filesystem::path> newestModel(const std::filesystem::path& folder) {
     using Model = std::pair<std::filesystem::file_time_type, std::filesystem::path>;
     std::optional<Model> newest;
@@ -94,11 +95,7 @@ LanguageModelAvailability WorkerLanguageModel::availability() const {
     if (access(settings_.worker.program.c_str(), X_OK) != 0) {
         return unavailable("this copy of Talkledger was built without the engine for language models.");
     }
-    if (chosen_ && !isFile(*chosen_)) {
-        return unavailable("the language model \"" + chosen_->filename().string() +
-                           "\" is no longer there. Choose another in the settings.");
-    }
-    if (!modelFile()) {
+    if (!newestModel(settings_.modelFolder)) {
         return unavailable(
             "no language model is installed. Choose one in the settings; until then, recordings are kept "
             "and transcribed without a summary.");
@@ -107,7 +104,8 @@ LanguageModelAvailability WorkerLanguageModel::availability() const {
 }
 
 std::unique_ptr<LanguageModelSession> WorkerLanguageModel::makeSession(const std::string& instructions) {
-    return std::make_unique<Session>(client_, modelFile().value_or(std::filesystem::path()), instructions);
+    return std::make_unique<Session>(client_, newestModel(settings_.modelFolder).value_or(std::filesystem::path()),
+                                     instructions);
 }
 
 Task<void> WorkerLanguageModel::check(std::filesystem::path model) {
@@ -115,20 +113,12 @@ Task<void> WorkerLanguageModel::check(std::filesystem::path model) {
     return checked(client_->check({.request = 0, .model = file}), file.filename().string());
 }
 
-void WorkerLanguageModel::choose(std::optional<std::filesystem::path> model) {
-    chosen_ = std::move(model);
-}
-
 void WorkerLanguageModel::expectQuestions(bool areExpected) {
-    if (const auto model = modelFile(); areExpected && model && availability().isAvailable) {
+    if (const auto model = newestModel(settings_.modelFolder); areExpected && model && availability().isAvailable) {
         client_->hold(*model);
     } else {
         client_->release();
     }
-}
-
-std::optional<std::filesystem::path> WorkerLanguageModel::modelFile() const {
-    return chosen_ ? chosen_ : newestModel(settings_.modelFolder);
 }
 
 } // namespace talkledger
