@@ -45,7 +45,7 @@ void LiveRecognition::append(Utterance utterance) {
 
 void LiveRecognition::follow(const Utterance& open) {
     const std::lock_guard lock(mutex_);
-    if (open.samples.empty() || open.start != open_.start) {
+    if (open.samples.empty() || open_.samples.empty() || open.start != open_.start) {
         nextGuess_ = firstGuess;
         open_ = open;
     } else {
