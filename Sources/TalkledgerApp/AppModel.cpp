@@ -339,7 +339,7 @@ void AppModel::refreshSession(const RecordingSession& session) {
     if (!store_) {
         return;
     }
-    if (!std::filesystem::exists(session.directory)) {
+    if (!ports_.fileSystem.fileExists(session.directory)) {
         library_.remove(session);
         return;
     }

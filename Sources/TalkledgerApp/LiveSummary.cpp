@@ -3,6 +3,7 @@
 #include "TalkledgerApp/ScreenSummary.h"
 #include "TalkledgerCore/Support/Continuation.h"
 #include "TalkledgerCore/Support/TaskHandle.h"
+#include "TalkledgerCore/Support/TimerDuration.h"
 
 #include <boost/asio/cancellation_state.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -105,7 +106,7 @@ QVariantList LiveSummary::sections() const {
 Task<> LiveSummary::refreshUntilStopped(const Loop& loop) {
     boost::asio::steady_timer timer(main_);
     while (!loop.isStopped) {
-        timer.expires_after(std::chrono::duration_cast<std::chrono::steady_clock::duration>(interval_));
+        timer.expires_after(timerDuration(interval_));
         co_await timer.async_wait(boost::asio::use_awaitable);
         if (!loop.isStopped) {
             co_await refresh(loop);

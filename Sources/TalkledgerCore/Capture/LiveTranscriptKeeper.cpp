@@ -1,6 +1,7 @@
 #include "TalkledgerCore/Capture/LiveTranscriptKeeper.h"
 
 #include "TalkledgerCore/Support/TaskHandle.h"
+#include "TalkledgerCore/Support/TimerDuration.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -44,7 +45,7 @@ void LiveTranscriptKeeper::end() {
 /// A cancellation, which is a throw, ends it before it writes.
 Task<> LiveTranscriptKeeper::keepSoon(std::shared_ptr<Kept> kept) {
     boost::asio::steady_timer timer(main_);
-    timer.expires_after(std::chrono::duration_cast<std::chrono::steady_clock::duration>(interval_));
+    timer.expires_after(timerDuration(interval_));
     co_await timer.async_wait(boost::asio::use_awaitable);
     if (kept == kept_) { // or `end` has written, just when the time was over
         kept->waiting.reset();

@@ -8,9 +8,9 @@
 
 namespace talkledger {
 
-/// One recognition by the transcriber. Of an analyser, a file is recognised once, and the progress is told out of
-/// `nextResult`; or one run of live audio, by a worker of its own. A file in which no speech was found ends at once as
-/// long as it stays the same. Called on the main executor; errors are `WorkerError`. May outlive the client.
+/// One recognition by the transcriber: of an analyser, a file is recognised once, and the progress is told out of
+/// `nextResult`; or one run of live audio. A file in which no speech was found ends at once as long as it stays the
+/// same. Called on the main executor; errors are `WorkerError`. May outlive the client.
 class WorkerSpeechAnalyzer : public SpeechAnalyzer {
 public:
     WorkerSpeechAnalyzer(SpeechTranscriber transcriber, SpeechEngineChoice engine,
