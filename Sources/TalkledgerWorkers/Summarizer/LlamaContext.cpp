@@ -9,8 +9,15 @@ namespace talkledger {
 
 namespace {
 
-/// A stop request is noticed between two products of matrices: with more tokens at a time each would take too long.
-constexpr std::size_t batchLength = 128;
+/// A stop request is noticed between two products of matrices: with more tokens at a time, those of a large model would
+/// take too long.
+std::size_t batchLengthFor(const LlamaModel& model) {
+    constexpr std::size_t shortest = 16;
+    constexpr std::size_t longest = 128;
+    constexpr std::size_t work = longest * 64'000'000;
+    return std::clamp(work / std::max<std::size_t>(1, model.layerSize()), shortest, longest);
+}
+
 constexpr std::size_t roomStep = 2048;
 
 /// What stands between the beginning that stayed and what moved, like the rest of a line that was cut: it is read on
@@ -53,7 +60,8 @@ struct Batch {
 
 } // namespace
 
-LlamaContext::LlamaContext(const LlamaModel& model, int threads) : model_(model), threads_(threads) {}
+LlamaContext::LlamaContext(const LlamaModel& model, int threads)
+    : model_(model), threads_(threads), batchLength_(batchLengthFor(model)) {}
 
 std::size_t LlamaContext::read(const Tokens& prompt, std::size_t answerRoom, Reading reading,
                                const std::stop_token& stop) {
@@ -76,7 +84,7 @@ std::size_t LlamaContext::read(const Tokens& prompt, std::size_t answerRoom, Rea
 
 void LlamaContext::append(std::span<const llama_token> tokens, const std::stop_token& stop) {
     while (!tokens.empty()) {
-        const auto batch = tokens.first(std::min(tokens.size(), batchLength));
+        const auto batch = tokens.first(std::min(tokens.size(), batchLength_));
         const bool isLast = batch.size() == tokens.size();
         decode({.tokens = batch, .position = read_.size(), .sequence = promptSequence, .isScored = isLast}, stop);
         if (exactLength_ == read_.size()) {
@@ -209,8 +217,8 @@ void LlamaContext::decode(const Piece& piece, const std::stop_token& stop) {
 LlamaContext::Context LlamaContext::makeContext(std::size_t length) const {
     llama_context_params parameters = llama_context_default_params();
     parameters.n_ctx = static_cast<std::uint32_t>(length);
-    parameters.n_batch = batchLength;
-    parameters.n_ubatch = batchLength;
+    parameters.n_batch = static_cast<std::uint32_t>(std::max(greatestGap, batchLength_));
+    parameters.n_ubatch = static_cast<std::uint32_t>(batchLength_);
     parameters.n_outputs_max = sequenceCount;
     parameters.n_seq_max = sequenceCount;
     parameters.kv_unified = true;

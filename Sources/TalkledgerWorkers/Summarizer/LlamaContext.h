@@ -66,6 +66,7 @@ private:
 
     const LlamaModel& model_;
     int threads_;
+    std::size_t batchLength_; ///< in tokens
     Context context_;
     Tokens read_;
     std::size_t exactLength_{0}; ///< of `read_`: what was read in view of just what stands before it

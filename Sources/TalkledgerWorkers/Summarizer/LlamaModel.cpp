@@ -2,6 +2,7 @@
 
 #include <ggml-backend.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <system_error>
@@ -79,6 +80,13 @@ LlamaModel::LlamaModel(const std::filesystem::path& path, Weights weights, const
 
 std::size_t LlamaModel::contextLength() const {
     return static_cast<std::size_t>(std::max(0, llama_model_n_ctx_train(model_.get())));
+}
+
+std::size_t LlamaModel::layerSize() const {
+    const std::uint64_t vocabulary = pieces_.size() * static_cast<std::uint64_t>(llama_model_n_embd(model_.get()));
+    const std::uint64_t all = llama_model_n_params(model_.get());
+    const auto layers = static_cast<std::uint64_t>(std::max(1, llama_model_n_layer(model_.get())));
+    return (all - std::min(all, 2 * vocabulary)) / layers;
 }
 
 /// The texts stay as they are whatever the form is, and only the form itself has control tokens: nothing that was said

@@ -40,6 +40,9 @@ public:
     /// How many tokens, prompt and answer together, it can look at.
     std::size_t contextLength() const;
 
+    /// How many numbers one of its layers holds, by and large: the work for a token.
+    std::size_t layerSize() const;
+
     std::size_t vocabularySize() const { return pieces_.size(); }
 
     /// The text that a token stands for; empty for one that only controls the conversation.

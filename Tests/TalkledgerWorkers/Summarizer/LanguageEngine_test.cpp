@@ -122,6 +122,9 @@ TEST_F(LanguageEngineTest, MovesWhatItHasReadWhenTheTranscriptSlides) {
     const ModelAnswer exact = ask(model, further, false, 100);
     EXPECT_LT(exact.reusedTokens, whole.promptTokens - static_cast<std::int64_t>(speech(0, 60).size()));
     EXPECT_EQ(ask(model, further, true, 100).reusedTokens, exact.promptTokens - 1);
+
+    const std::string otherBeginning = head + std::string(200, '~') + speech(0, 72).substr(700);
+    EXPECT_THAT(ask(model, otherBeginning, true, 100).reusedTokens, Ge(exact.promptTokens - 300 - tailTokens));
 }
 
 /// Whatever a model writes, and wherever its greatest length cuts it.
