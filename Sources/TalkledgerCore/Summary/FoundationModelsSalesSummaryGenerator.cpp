@@ -101,7 +101,7 @@ Task<SalesSummary> FoundationModelsSalesSummaryGenerator::summary(TranscriptDocu
                                     .maximumResponseTokens = 900,
                                     .isProvisional = stage_ == SummaryStage::live};
     const std::string answer = co_await session->respond(question, schema, true, options);
-    JsonSource source{.name = "The language model's answer", .advice = ""};
+    JsonSource source{.name = "The language model's answer", .advice = "Choose another model in the settings."};
     co_return decodeJson<GeneratedSalesSummary>(answer, std::move(source)).salesSummary();
 }
 

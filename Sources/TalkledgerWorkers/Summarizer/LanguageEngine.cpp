@@ -55,6 +55,9 @@ LanguageEngine::Loaded::Loaded(const std::filesystem::path& file, LlamaModel::We
 LanguageEngine::LanguageEngine(int threads) : threads_(threads) {}
 
 ModelAnswer LanguageEngine::answer(const AskModel& question, const std::stop_token& stop) {
+    if (stop.stop_requested()) {
+        throw LanguageEngineError::cancelled();
+    }
     load(question.model, stop);
     return answer(*loaded_, question, stop);
 }
@@ -103,6 +106,9 @@ ModelAnswer LanguageEngine::answer(Loaded& loaded, const AskModel& question, con
     const std::size_t reused = loaded.context.read(prompt, mostTokens, reading, stop);
     AnswerWriter writer(loaded.model, loaded.context, grammar);
     std::string text = writer.write(mostTokens, stop);
+    if (!nlohmann::json::accept(text)) {
+        throw LanguageEngineError("The language model's answer is not whole. Choose another model in the settings.");
+    }
     return {.request = question.request,
             .text = std::move(text),
             .promptTokens = static_cast<std::int64_t>(prompt.size()),
