@@ -103,7 +103,9 @@ LanguageModelAvailability WorkerLanguageModel::availability() const {
     return {.isAvailable = true, .reason = UnavailableReason::unknown, .explanation = {}};
 }
 
+/// Another model than the one that was held may be meant by now, and its program another one.
 std::unique_ptr<LanguageModelSession> WorkerLanguageModel::makeSession(const std::string& instructions) {
+    holdIfExpected();
     return std::make_unique<Session>(client_, newestModel(settings_.modelFolder).value_or(std::filesystem::path()),
                                      instructions);
 }
@@ -114,10 +116,18 @@ Task<void> WorkerLanguageModel::check(std::filesystem::path model) {
 }
 
 void WorkerLanguageModel::expectQuestions(bool areExpected) {
-    if (const auto model = newestModel(settings_.modelFolder); areExpected && model && availability().isAvailable) {
-        client_->hold(*model);
+    areQuestionsExpected_ = areExpected;
+    if (areExpected) {
+        holdIfExpected();
     } else {
         client_->release();
+    }
+}
+
+void WorkerLanguageModel::holdIfExpected() {
+    if (const auto model = newestModel(settings_.modelFolder);
+        areQuestionsExpected_ && model && availability().isAvailable) {
+        client_->hold(*model);
     }
 }
 

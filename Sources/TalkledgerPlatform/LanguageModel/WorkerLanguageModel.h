@@ -28,11 +28,15 @@ public:
     std::unique_ptr<LanguageModelSession> makeSession(const std::string& instructions) override;
     Task<void> check(std::filesystem::path model) override;
 
-    /// While questions will come, as during a recording, the model stays loaded.
+    /// While questions will come, as during a recording, the model stays loaded; one that comes later, from its first
+    /// question on.
     void expectQuestions(bool areExpected);
 
 private:
+    void holdIfExpected();
+
     Settings settings_;
+    bool areQuestionsExpected_{false};
     std::shared_ptr<SummarizerClient> client_;
 };
 

@@ -20,6 +20,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace talkledger {
 namespace {
@@ -152,6 +153,27 @@ TEST_F(WorkerLanguageModelTest, CancelsAQuestionUnderWay) {
     EXPECT_THROW(unwanted.result(), boost::system::system_error);
     slow.maximumTokens = 100;
     EXPECT_GT(run(client.ask(slow)).reusedTokens, 0) << "by the same worker";
+}
+
+/// A program of which nothing is expected ends when it has had nothing to do for a moment.
+TEST_F(WorkerLanguageModelTest, KeepsAModelThatComesWhileQuestionsAreExpected) {
+    WorkerLanguageModel::Settings hasty = settings();
+    hasty.worker.pingInterval = std::chrono::milliseconds(5);
+    hasty.worker.idleTime = std::chrono::milliseconds(5);
+    hasty.worker.unansweredPings = 100'000;
+    WorkerLanguageModel model(hasty);
+    FoundationModelsSalesSummaryGenerator generator(model);
+    model.expectQuestions(true);
+    EXPECT_THROW(run(generator.summary(conversation(5))), FoundationSummaryGeneratorError);
+    installCannedModel();
+    run(generator.summary(conversation(5)));
+    const std::vector<pid_t> worker = children();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_EQ(children(), worker);
+    model.expectQuestions(false);
+    while (!children().empty()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 TEST_F(WorkerLanguageModelTest, AWorkerKilledWhileItAnswersFailsItsQuestionOnly) {
