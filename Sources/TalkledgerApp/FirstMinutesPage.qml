@@ -169,7 +169,7 @@ FocusScope {
 
             ModelSection {
                 files: modelFiles.languageRows
-                note: texts.summaryModelNote
+                note: appModel.liveSummary.isEngineMissing ? texts.noSummaryEngine : texts.summaryModelNote
                 objectName: "languageModels"
                 title: "3  " + texts.summaryModelSection
                 width: parent.width

@@ -23,6 +23,7 @@ class LiveSummary : public QObject {
     Q_PROPERTY(QString updatedAt READ updateTime NOTIFY changed)
     Q_PROPERTY(QVariantList sections READ sections NOTIFY changed)
     Q_PROPERTY(bool isModelAvailable READ isModelAvailable NOTIFY changed)
+    Q_PROPERTY(bool isEngineMissing READ isEngineMissing NOTIFY changed)
 
 public:
     using Interval = std::chrono::duration<double>;
@@ -45,6 +46,9 @@ public:
 
     /// Whether there is a model that could write one.
     bool isModelAvailable() const { return model_.availability().isAvailable; }
+
+    /// No model helps then.
+    bool isEngineMissing() const { return model_.availability().lack == LanguageModelLack::engine; }
 
     /// The screens' forms of the above: the time of the day, and what is not empty of the summary, each section with
     /// the key of its heading.

@@ -15,7 +15,8 @@ Rectangle {
     readonly property bool isWaiting: summary.isModelAvailable && !hasSummary && !isWorking && !hasFailed
 
     /// What is to be said before the summary itself, or in its place.
-    readonly property string message: !summary.isModelAvailable && !hasSummary ? texts.noSummaryModel
+    readonly property string message: !summary.isModelAvailable && !hasSummary
+                                    ? (summary.isEngineMissing ? texts.noSummaryEngine : texts.noSummaryModel)
                                     : hasFailed ? (hasSummary ? texts.lastSummaryShown : texts.summaryTriedAgain)
                                     : isWaiting ? texts.liveSummaryWaitingForSpeech
                                     : hasSummary && summary.sections.length === 0 ? texts.noSummaryAvailable : ""
@@ -151,7 +152,7 @@ Rectangle {
                 offer: modelFiles.languageOffer
                 topPadding: Theme.gap2
                 width: parent.width
-                visible: !card.isFolded && !card.summary.isModelAvailable
+                visible: !card.isFolded && !card.summary.isModelAvailable && !card.summary.isEngineMissing
             }
             SummarySections {
                 id: sections

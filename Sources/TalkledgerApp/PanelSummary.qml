@@ -9,7 +9,7 @@ Column {
 
     function message() {
         if (!summary.isModelAvailable) {
-            return texts.noSummaryModel
+            return summary.isEngineMissing ? texts.noSummaryEngine : texts.noSummaryModel
         }
         switch (summary.status) {
         case "generating":

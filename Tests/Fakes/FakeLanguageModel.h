@@ -8,7 +8,7 @@ namespace talkledger::testing {
 /// A language model that answers what the test wrote and remembers what it was last asked.
 class FakeLanguageModel final : public SystemLanguageModel {
 public:
-    LanguageModelAvailability state{.isAvailable = true, .reason = UnavailableReason::unknown, .explanation = {}};
+    LanguageModelAvailability state{.isAvailable = true, .reason = UnavailableReason::unknown, .lack = {}};
     std::string answer;
     std::optional<std::string> failure;
     mutable int availabilityCount{0};

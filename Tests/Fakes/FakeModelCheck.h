@@ -20,7 +20,7 @@ public:
     Task<void> check(ModelFileKind kind, std::filesystem::path file) override {
         checks.emplace_back(kind, std::move(file));
         if (failure) {
-            throw std::runtime_error(*failure);
+            throw ModelFileError(ModelFileError::Case::notUsable, *failure);
         }
         co_return;
     }

@@ -12,7 +12,7 @@ AppStage::AppStage()
       fileSystem_({.home = home_.path(), .dataHome = home_.path() / "data", .configHome = home_.path() / "config"}),
       reports_(std::make_shared<CaptureReports>(QtMainExecutor(context_))) {
     settings_.setValue(QStringLiteral("firstMinutesShown"), true);
-    languageModel_.state = {.isAvailable = false, .reason = UnavailableReason::modelNotReady, .explanation = {}};
+    languageModel_.state = {.isAvailable = false, .reason = UnavailableReason::modelNotReady, .lack = {}};
     speech_.scripts["ja_JP"].results = {spoken("The budget is approved.", 1, 2)};
 }
 

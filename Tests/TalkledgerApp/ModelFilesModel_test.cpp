@@ -78,7 +78,7 @@ TEST_F(ModelFilesModelTest, AFileOfTheUsersOwnIsTriedFirst) {
     files_->install(file);
     EXPECT_TRUE(files_->isInstalling());
     waitUntil([this] { return !files_->isInstalling(); });
-    EXPECT_THAT(files_->installFailure().toStdString(), HasSubstr("its layers do not fit"));
+    EXPECT_THAT(files_->installFailure().toStdString(), HasSubstr("does not work here"));
     EXPECT_THAT(files_->languageRows(), IsEmpty());
     modelCheck_.failure.reset();
     files_->install(file);

@@ -13,10 +13,16 @@ namespace talkledger {
 
 enum class UnavailableReason { deviceNotEligible, appleIntelligenceNotEnabled, modelNotReady, unknown };
 
+/// What is missing on this machine.
+enum class LanguageModelLack { engine, model };
+
+/// The end of a sentence for the user that says so.
+std::string description(LanguageModelLack lack);
+
 struct LanguageModelAvailability {
     bool isAvailable{false};
     UnavailableReason reason{UnavailableReason::unknown};
-    std::optional<std::string> explanation; ///< a sentence for the user that takes the place of the reason's own
+    std::optional<LanguageModelLack> lack; ///< says more than the reason
 };
 
 struct GenerationProperty {

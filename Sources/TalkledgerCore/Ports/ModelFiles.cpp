@@ -8,6 +8,8 @@ std::string description(ModelFileError::Case failure) {
     switch (failure) {
     case Case::notReachable:
         return "The model's host could not be reached.";
+    case Case::notHandedOut:
+        return "The model's host does not hand it out.";
     case Case::brokenOff:
         return "The download was broken off.";
     case Case::refusedAddress:
@@ -26,6 +28,10 @@ std::string description(ModelFileError::Case failure) {
         return "The file is no model.";
     case Case::notUsable:
         return "The engine cannot work with the file.";
+    case Case::needsMemory:
+        return "There is not enough memory for the model.";
+    case Case::engineMissing:
+        return "This copy of Talkledger lacks the engine for the model.";
     case Case::cancelled:
         break;
     }

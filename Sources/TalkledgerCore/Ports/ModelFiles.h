@@ -48,6 +48,7 @@ class ModelFileError : public std::runtime_error {
 public:
     enum class Case {
         notReachable,
+        notHandedOut,   ///< the host does not have it, or keeps it
         brokenOff,      ///< what has arrived is kept
         refusedAddress, ///< led to a place that is not asked
         wrongSize,
@@ -56,7 +57,9 @@ public:
         noSpace,
         notWritable,
         notAModel,
-        notUsable, ///< the engine could not work with it
+        notUsable,     ///< the engine could not work with it
+        needsMemory,   ///< more than there is
+        engineMissing, ///< nobody could try it
         cancelled,
     };
 
@@ -121,7 +124,7 @@ public:
     ModelFileChecking& operator=(const ModelFileChecking&) = delete;
     virtual ~ModelFileChecking() = default;
 
-    /// Throws with a user-visible description when it cannot.
+    /// Throws `ModelFileError` when it cannot.
     virtual Task<void> check(ModelFileKind kind, std::filesystem::path file) = 0;
 };
 

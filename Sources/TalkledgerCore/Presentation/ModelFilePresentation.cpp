@@ -17,11 +17,6 @@ std::string amount(double bytes, bool isGigabytes) {
     return text.data();
 }
 
-/// What the system, a library or the engine said stands behind the sentence.
-std::string withReason(const std::string& sentence, const std::string& reason) {
-    return reason.empty() ? sentence : sentence + " (" + reason + ")";
-}
-
 } // namespace
 
 std::string modelFileSize(std::int64_t bytes) {
@@ -43,7 +38,9 @@ std::string modelFileFailure(const ModelFileError& error, const AppCopy& copy) {
     using Case = ModelFileError::Case;
     switch (error.failure()) {
     case Case::notReachable:
-        return withReason(copy.modelNotReachable(), error.reason());
+        return copy.modelNotReachable();
+    case Case::notHandedOut:
+        return copy.modelNotHandedOut();
     case Case::brokenOff:
         return copy.modelBrokenOff();
     case Case::refusedAddress:
@@ -56,11 +53,15 @@ std::string modelFileFailure(const ModelFileError& error, const AppCopy& copy) {
     case Case::noSpace:
         return copy.modelNeedsSpace();
     case Case::notWritable:
-        return withReason(copy.modelNotSaved(), error.reason());
+        return copy.modelNotSaved();
     case Case::notAModel:
         return copy.noModelFile();
     case Case::notUsable:
-        return withReason(copy.modelNotUsable(), error.reason());
+        return copy.modelNotUsable();
+    case Case::needsMemory:
+        return copy.modelNeedsMemory();
+    case Case::engineMissing:
+        return copy.modelEngineMissing();
     case Case::cancelled:
         break;
     }

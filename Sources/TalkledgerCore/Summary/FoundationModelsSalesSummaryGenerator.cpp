@@ -42,8 +42,8 @@ constexpr const char* promptHead = "以下は営業商談の文字起こしで�
                                    "文字起こし:\n";
 
 std::string unavailableReason(const LanguageModelAvailability& availability) {
-    if (availability.explanation) {
-        return *availability.explanation;
+    if (availability.lack) {
+        return description(*availability.lack);
     }
     switch (availability.reason) {
     case UnavailableReason::deviceNotEligible:

@@ -133,7 +133,7 @@ private:
             }
         } else if (const auto* failure = std::get_if<RequestFailed>(&message)) {
             if (const auto pending = worker.take(failure->request)) {
-                (*pending)->tellFailed(WorkerError::failed(failure->description));
+                (*pending)->tellFailed(WorkerError::failed(*failure));
             }
         }
     }

@@ -13,13 +13,8 @@ namespace talkledger {
 
 namespace {
 
-LanguageModelAvailability unavailable(std::string explanation) {
-    return {.isAvailable = false, .reason = UnavailableReason::modelNotReady, .explanation = std::move(explanation)};
-}
-
-bool isFile(const std::filesystem::path& path) {
-    std::error_code unknown;
-    return std::filesystem::is_regular_file(path, unknown);
+LanguageModelAvailability unavailable(LanguageModelLack lack) {
+    return {.isAvailable = false, .reason = UnavailableReason::modelNotReady, .lack = lack};
 }
 
 /// The one that was installed or preferred last, absent where there is none.
@@ -29,8 +24,8 @@ std::optional<std::filesystem::path> newestModel(const std::filesystem::path& fo
     std::error_code ignored;
     for (std::filesystem::directory_iterator entry(folder, ignored), end; !ignored && entry != end;
          entry.increment(ignored)) {
-        if (entry->path().extension() == ".gguf" && isFile(entry->path())) {
-            std::error_code unknown;
+        std::error_code unknown;
+        if (entry->path().extension() == ".gguf" && entry->is_regular_file(unknown)) {
             newest = std::max(newest, std::optional(Model(entry->last_write_time(unknown), entry->path())));
         }
     }
@@ -93,14 +88,12 @@ WorkerLanguageModel::~WorkerLanguageModel() = default;
 
 LanguageModelAvailability WorkerLanguageModel::availability() const {
     if (access(settings_.worker.program.c_str(), X_OK) != 0) {
-        return unavailable("this copy of Talkledger was built without the engine for language models.");
+        return unavailable(LanguageModelLack::engine);
     }
     if (!newestModel(settings_.modelFolder)) {
-        return unavailable(
-            "no language model is installed. Choose one in the settings; until then, recordings are kept "
-            "and transcribed without a summary.");
+        return unavailable(LanguageModelLack::model);
     }
-    return {.isAvailable = true, .reason = UnavailableReason::unknown, .explanation = {}};
+    return {.isAvailable = true, .reason = UnavailableReason::unknown, .lack = {}};
 }
 
 /// Another model than the one that was held may be meant by now, and its program another one.

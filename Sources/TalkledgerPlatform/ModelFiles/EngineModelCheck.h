@@ -8,7 +8,7 @@
 
 namespace talkledger {
 
-/// Tries each kind of model with its engine.
+/// Tries each kind of model with its engine, in a worker: a file that breaks it ends nothing else.
 class EngineModelCheck final : public ModelFileChecking {
 public:
     /// The program of `transcriber` tries speech models. `language` has to outlive it.

@@ -178,6 +178,8 @@ private:
         case CURLE_PEER_FAILED_VERIFICATION:
         case CURLE_ABORTED_BY_CALLBACK:
             return Case::refusedAddress;
+        case CURLE_HTTP_RETURNED_ERROR:
+            return Case::notHandedOut;
         case CURLE_PARTIAL_FILE:
         case CURLE_RECV_ERROR:
         case CURLE_OPERATION_TIMEDOUT:
@@ -307,6 +309,8 @@ bool isWorthKeeping(const ModelFileError& error, const ModelFileProgress& progre
     case Case::notReachable:
     case Case::noSpace:
         return true;
+    case Case::notHandedOut:
+        return progress.received > 0;
     case Case::cancelled:
         return progress.end == End::paused;
     default:

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <exception>
 #include <fstream>
 #include <functional>
@@ -67,32 +68,53 @@ NamedTimes filesIn(const std::filesystem::path& folder) {
     return files;
 }
 
-/// By what the file begins with.
-ModelFileKind examine(const std::filesystem::path& file) {
-    std::array<char, 4> head{};
+/// What a file begins with: of models in one format, those that find voices tell the length of a name next, and the
+/// others the number of their words.
+struct ModelHead {
+    std::array<char, 4> format{};
+    std::uint32_t next{0};
+};
+
+ModelHead headOf(const std::filesystem::path& file) {
+    ModelHead head;
     std::error_code unknown;
     if (std::filesystem::is_regular_file(file, unknown)) { // reading anything else may never end
-        std::ifstream(file, std::ios::binary).read(head.data(), head.size());
+        std::ifstream stream(file, std::ios::binary);
+        stream.read(head.format.data(), head.format.size());
+        stream.read(reinterpret_cast<char*>(&head.next), sizeof head.next);
     }
-    const std::string_view magic(head.data(), head.size());
-    if (magic == "GGUF") {
+    return head;
+}
+
+/// By what the file begins with, whatever its name.
+ModelFileKind examine(const std::filesystem::path& file) {
+    constexpr std::uint32_t longestName = 256;
+    const ModelHead head = headOf(file);
+    const std::string_view format(head.format.data(), head.format.size());
+    if (format == "GGUF") {
         return ModelFileKind::language;
     }
-    if (magic == "lmgg") {
-        const bool findsVoices = file.filename().string().find("silero") != std::string::npos;
-        return findsVoices ? ModelFileKind::voice : ModelFileKind::speech;
+    if (format == "lmgg") {
+        return head.next <= longestName ? ModelFileKind::voice : ModelFileKind::speech;
     }
     throw ModelFileError(Case::notAModel, file.filename().string());
 }
 
-/// The name under which a file of the user's own is found again.
+std::string without(std::string_view prefix, const std::string& text) {
+    return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
+}
+
+/// The name under which a file of the user's own is found again as what it is.
 std::string nameFor(const std::filesystem::path& file, ModelFileKind kind) {
-    std::string stem = file.stem().string();
+    const std::string stem = file.stem().string();
     if (kind == ModelFileKind::language) {
         return stem + ".gguf";
     }
-    const std::string prefix = kind == ModelFileKind::voice ? "ggml-silero-" : "ggml-";
-    return (stem.starts_with(prefix) ? stem : prefix + stem) + ".bin";
+    const std::string bare = without("ggml-", stem);
+    if (kind == ModelFileKind::voice) {
+        return "ggml-silero-" + without("silero-", bare) + ".bin";
+    }
+    return (bare.starts_with("silero-") ? "ggml-speech-" : "ggml-") + bare + ".bin";
 }
 
 void ensureSpace(const std::filesystem::path& source, const std::filesystem::path& folder) {
@@ -214,7 +236,7 @@ Task<ModelFileKind> ModelFolder::install(std::filesystem::path file) {
     const Executor threads = threads_.get_executor();
     std::function<ModelFileKind()> look = [file] { return examine(file); };
     const ModelFileKind kind = co_await runOn(threads, std::move(look));
-    co_await checked(kind, file);
+    co_await checking_.check(kind, file);
     std::function<void()> copy = [file, target = folder_ / nameFor(file, kind)] {
         createFolder(target.parent_path());
         std::error_code different;
@@ -224,14 +246,6 @@ Task<ModelFileKind> ModelFolder::install(std::filesystem::path file) {
     };
     co_await runOn(threads, std::move(copy));
     co_return kind;
-}
-
-Task<void> ModelFolder::checked(ModelFileKind kind, std::filesystem::path file) {
-    try {
-        co_await checking_.check(kind, std::move(file));
-    } catch (const std::exception& error) {
-        throw ModelFileError(Case::notUsable, error.what());
-    }
 }
 
 void ModelFolder::prefer(const std::string& name) {

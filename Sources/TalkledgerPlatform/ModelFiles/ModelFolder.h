@@ -38,8 +38,6 @@ public:
     Task<void> arrival(std::string name) override;
 
 private:
-    Task<void> checked(ModelFileKind kind, std::filesystem::path file);
-
     const std::filesystem::path folder_;
     ModelFileChecking& checking_;
     const DownloadHosts hosts_;

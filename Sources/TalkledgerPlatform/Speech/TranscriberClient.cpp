@@ -82,7 +82,7 @@ public:
 
     void operator()(const RequestFailed& message) {
         if (const auto transcription = find(message.request)) {
-            transcription->tellFailed(WorkerError::failed(message.description));
+            transcription->tellFailed(WorkerError::failed(message));
         }
         worker_.forget(message.request);
     }

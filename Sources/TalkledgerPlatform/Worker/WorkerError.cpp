@@ -24,6 +24,18 @@ WorkerError WorkerError::failed(const std::string& description) {
     return {Case::failed, description};
 }
 
+WorkerError WorkerError::failed(const RequestFailed& answer) {
+    switch (answer.lack) {
+    case EngineLack::memory:
+        return {Case::noMemory, answer.description};
+    case EngineLack::engine:
+        return {Case::noEngine, answer.description};
+    case EngineLack::nothing:
+        break;
+    }
+    return failed(answer.description);
+}
+
 WorkerError WorkerError::closed(const std::string& worker) {
     return {Case::closed, worker + " was closed."};
 }

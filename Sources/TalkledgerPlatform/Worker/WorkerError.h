@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TalkledgerWorkers/Protocol/WorkerMessages.h"
+
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -14,6 +16,8 @@ public:
         stopped,      ///< it ended, or broke the rules of the protocol
         unresponsive, ///< it gave no sign of life for too long, and was ended
         failed,       ///< it answered that the request cannot be fulfilled
+        noMemory,     ///< likewise, since there is too little of it
+        noEngine,     ///< likewise, since it was built without the engine
         closed        ///< the client was closed while the request was under way
     };
 
@@ -21,6 +25,7 @@ public:
 
     static WorkerError cannotStart(const std::filesystem::path& program, const std::string& reason);
     static WorkerError failed(const std::string& description);
+    static WorkerError failed(const RequestFailed& answer);
 
     // `worker` is the worker's name at a sentence's beginning, like "The speech recogniser".
     static WorkerError stopped(const std::string& worker);

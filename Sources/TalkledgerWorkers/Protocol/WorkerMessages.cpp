@@ -2,7 +2,42 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
+#include <new>
+#include <string_view>
+#include <utility>
+
 namespace talkledger {
+namespace {
+
+constexpr std::array<std::pair<EngineLack, std::string_view>, 3> lacks{
+    {{EngineLack::nothing, "nothing"}, {EngineLack::memory, "memory"}, {EngineLack::engine, "engine"}}};
+
+std::string_view nameOf(EngineLack lack) {
+    return lacks.at(static_cast<std::size_t>(lack)).second;
+}
+
+EngineLack lackFrom(const JsonReader& reader) {
+    for (const auto& [lack, name] : lacks) {
+        if (reader.string() == name) {
+            return lack;
+        }
+    }
+    throw reader.invalid("nothing, memory or engine");
+}
+
+EngineLack lackOf(const std::exception& failure) {
+    if (const auto* const known = dynamic_cast<const EngineError*>(&failure)) {
+        return known->lack();
+    }
+    return dynamic_cast<const std::bad_alloc*>(&failure) == nullptr ? EngineLack::nothing : EngineLack::memory;
+}
+
+} // namespace
+
+RequestFailed RequestFailed::because(std::int64_t request, const std::exception& failure) {
+    return {.request = request, .description = failure.what(), .lack = lackOf(failure)};
+}
 
 Json toJson(const Hello& message) {
     return {{"version", message.version}};
@@ -21,7 +56,7 @@ Json toJson(const CancelRequest& message) {
 }
 
 Json toJson(const RequestFailed& message) {
-    return {{"request", message.request}, {"description", message.description}};
+    return {{"request", message.request}, {"description", message.description}, {"lack", nameOf(message.lack)}};
 }
 
 template <>
@@ -46,7 +81,9 @@ CancelRequest fromJson<CancelRequest>(const JsonReader& reader) {
 
 template <>
 RequestFailed fromJson<RequestFailed>(const JsonReader& reader) {
-    return {.request = requestOf(reader), .description = reader.required("description").string()};
+    return {.request = requestOf(reader),
+            .description = reader.required("description").string(),
+            .lack = lackFrom(reader.required("lack"))};
 }
 
 std::int64_t requestOf(const JsonReader& message) {

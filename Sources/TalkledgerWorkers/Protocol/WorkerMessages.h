@@ -1,8 +1,10 @@
 #pragma once
 
 #include "TalkledgerCore/Support/Json.h"
+#include "TalkledgerWorkers/Protocol/EngineError.h"
 
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -15,7 +17,7 @@ constexpr int workerSocketDescriptor = 3;
 /// The first message of a worker. Another version than the program's own means that the two were installed apart.
 struct Hello {
     static constexpr std::string_view type = "hello";
-    static constexpr std::int64_t currentVersion = 3;
+    static constexpr std::int64_t currentVersion = 4;
 
     std::int64_t version{currentVersion};
 
@@ -50,6 +52,10 @@ struct RequestFailed {
 
     std::int64_t request{0};
     std::string description; ///< for the user
+    EngineLack lack{EngineLack::nothing};
+
+    /// Of what the engine threw.
+    static RequestFailed because(std::int64_t request, const std::exception& failure);
 
     bool operator==(const RequestFailed&) const = default;
 };

@@ -228,7 +228,8 @@ LlamaContext::Context LlamaContext::makeContext(std::size_t length) const {
     if (!context || llama_get_memory(context.get()) == nullptr) {
         throw LanguageEngineError(
             "There is not enough memory for the language model. Close other programs, or choose a "
-            "smaller model in the settings.");
+            "smaller model in the settings.",
+            EngineLack::memory);
     }
     return context;
 }

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "TalkledgerWorkers/Protocol/EngineError.h"
+
 #include <llama.h>
 
 #include <cstddef>
 #include <filesystem>
 #include <memory>
-#include <stdexcept>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -14,9 +15,9 @@
 namespace talkledger {
 
 /// Why the engine cannot answer. `what()` is for the user.
-class LanguageEngineError : public std::runtime_error {
+class LanguageEngineError : public EngineError {
 public:
-    using std::runtime_error::runtime_error;
+    using EngineError::EngineError;
 
     static LanguageEngineError unusable(const std::filesystem::path& model, const std::string& reason);
     static LanguageEngineError cancelled();

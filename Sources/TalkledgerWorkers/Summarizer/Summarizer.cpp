@@ -21,7 +21,7 @@ MessageFromSummarizer outcome(std::int64_t request, const std::function<ModelAns
     try {
         return work();
     } catch (const std::exception& failure) {
-        return RequestFailed{request, failure.what()};
+        return RequestFailed::because(request, failure);
     }
 }
 

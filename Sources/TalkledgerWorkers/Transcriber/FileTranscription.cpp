@@ -64,7 +64,7 @@ void transcribeFile(const TranscribeFile& request, EngineShelf& engines, const s
         const CaughtInventions caught = recognise(request, engines, stop, report);
         report(TranscriptionFinished{.request = request.request, .caught = caught});
     } catch (const std::exception& failure) {
-        report(RequestFailed{request.request, failure.what()});
+        report(RequestFailed::because(request.request, failure));
     }
 }
 

@@ -68,7 +68,7 @@ void LiveTranscription::attempt(const std::function<void()>& step) {
     try {
         step();
     } catch (const std::exception& failure) {
-        end(RequestFailed{request_.request, failure.what()});
+        end(RequestFailed::because(request_.request, failure));
     }
 }
 

@@ -6,16 +6,15 @@
 #include <functional>
 #include <memory>
 #include <span>
-#include <stdexcept>
 #include <stop_token>
 #include <string>
 
 namespace talkledger {
 
 /// Why an engine cannot work. `what()` is the user-visible text.
-class SpeechEngineError : public std::runtime_error {
+class SpeechEngineError : public EngineError {
 public:
-    using std::runtime_error::runtime_error;
+    using EngineError::EngineError;
 };
 
 /// A passage of speech; times are seconds of the stream.

@@ -113,7 +113,7 @@ void Transcriber::handle(const CheckModel& message) {
             checkModel_(message.path);
             tell(TranscriptionFinished{message.request});
         } catch (const std::exception& failure) {
-            tell(RequestFailed{message.request, failure.what()});
+            tell(RequestFailed::because(message.request, failure));
         }
     });
 }

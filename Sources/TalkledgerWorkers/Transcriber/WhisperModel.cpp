@@ -140,7 +140,8 @@ WhisperState::WhisperState(std::shared_ptr<const WhisperModel> model)
     : model_(std::move(model)), state_(whisper_init_state(model_->context())) {
     if (state_ == nullptr) {
         throw SpeechEngineError("There is not enough memory for the speech model. Close other programs, or choose a "
-                                "smaller model.");
+                                "smaller model.",
+                                EngineLack::memory);
     }
 }
 

@@ -6,7 +6,8 @@ namespace {
 
 SpeechEngineError missing() {
     return SpeechEngineError("This build of Talkledger is without the speech engine whisper.cpp. Build it with "
-                             "scripts/run, which provides the engine.");
+                             "scripts/run, which provides the engine.",
+                             EngineLack::engine);
 }
 
 } // namespace

@@ -104,8 +104,8 @@ TEST_F(SalesSummaryGeneratorTest, SaysWhyTheModelIsUnavailable) {
     const auto failure = [&] { return testing::failureText([&] { summarize("words"); }); };
     model.state.reason = UnavailableReason::deviceNotEligible;
     EXPECT_EQ(failure(), "Foundation Models is unavailable: this Mac is not eligible for Apple Intelligence.");
-    model.state.explanation = "no model is installed.";
-    EXPECT_EQ(failure(), "Foundation Models is unavailable: no model is installed.");
+    model.state.lack = LanguageModelLack::model;
+    EXPECT_THAT(failure(), StartsWith("Foundation Models is unavailable: no language model is installed. Choose one"));
     EXPECT_EQ(model.sessionCount, 0);
 }
 

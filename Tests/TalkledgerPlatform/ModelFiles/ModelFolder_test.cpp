@@ -5,7 +5,10 @@
 #include "TalkledgerPlatform/ModelFiles/Checksum.h"
 #include "TalkledgerPlatform/ModelFiles/ModelFolder.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/mount.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <optional>
@@ -191,7 +194,7 @@ TEST_F(ModelFolderTest, RefusesWhatIsNotTheFile) {
     EXPECT_EQ(refused([](const std::string&) { return redirect("/again"); }), Case::refusedAddress);
     EXPECT_EQ(host_->requests().size(), 6U);
     EXPECT_EQ(refused([](const std::string&) { return "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"; }),
-              Case::notReachable);
+              Case::notHandedOut);
     file_.bytes = std::int64_t{1} << 60;
     EXPECT_EQ(refused([&](const std::string&) { return bytes(""); }), Case::noSpace);
     EXPECT_THAT(host_->requests(), IsEmpty()) << "the disk is asked first";
@@ -219,6 +222,32 @@ TEST_F(ModelFolderTest, NothingIsKeptOfACancelledDownloadAndAPausedOneGoesOn) {
                   Case::cancelled);
         EXPECT_EQ(names().size(), end == ModelFileProgress::End::paused ? 1U : 0U);
     }
+}
+
+TEST_F(ModelFolderTest, ADiskThatFillsUpKeepsWhatHasArrivedAndTheRestComesLater) {
+    std::filesystem::create_directories(path());
+    if (mount("none", path().c_str(), "tmpfs", 0, "size=66m,mode=0700") != 0) {
+        GTEST_SKIP() << "Only a privileged user can try a full disk.";
+    }
+    const std::shared_ptr<void> mounted(nullptr, [this](void*) { umount2(path().c_str(), MNT_DETACH); });
+    const std::filesystem::path ballast = path() / "ballast";
+    serve([&](const std::string& request) {
+        write(ballast, {});
+        const auto room = static_cast<off_t>(std::filesystem::space(path()).available) - 100'000;
+        const int descriptor = open(ballast.c_str(), O_WRONLY | O_CLOEXEC);
+        EXPECT_EQ(posix_fallocate(descriptor, 0, room), 0);
+        close(descriptor);
+        return bytes(request);
+    });
+    EXPECT_EQ(download(), Case::noSpace);
+    EXPECT_THAT(names(), ::testing::UnorderedElementsAre("ballast", "ggml-base.bin.part"));
+    EXPECT_EQ(download(), Case::noSpace) << "the disk is asked first";
+    EXPECT_EQ(host_->requests().size(), 1U);
+    std::filesystem::remove(ballast);
+    serve([&](const std::string& request) { return bytes(request); });
+    EXPECT_EQ(download(), std::nullopt);
+    EXPECT_THAT(host_->requests().front(), HasSubstr("Range: bytes="));
+    EXPECT_EQ(contentOf(path() / "ggml-base.bin"), content_);
 }
 
 TEST_F(ModelFolderTest, InstallsAFileOfTheUsersOwnWhenTheEngineCanWorkWithIt) {

@@ -10,7 +10,6 @@
 #include "TalkledgerPlatform/Worker/WorkerError.h"
 #include "TalkledgerWorkers/SpokenAudio.h"
 #ifdef TALKLEDGER_HAS_WHISPER
-#include "TalkledgerPlatform/Speech/SpeechModelCheck.h"
 #include "TalkledgerWorkers/SpeechModelWriter.h"
 #endif
 
@@ -279,25 +278,6 @@ TEST_F(LiveSpeechTest, BothSidesShareOneModelAndTheNextRecordingOutlivesItsEnd) 
     mic->hear(speak("rms", budget) + silence(1), 0);
     run(mic->session().finish());
     EXPECT_THAT(mic->finals(), SizeIs(1));
-}
-
-TEST_F(LiveSpeechTest, AModelIsTriedBeforeItIsTaken) {
-    const testing::TemporaryFolder models;
-    const std::filesystem::path path = models / "ggml-test.bin";
-    testing::writeModel(path);
-    SpeechModelCheck check(settings().worker);
-    EXPECT_NO_THROW(run(check.check(path)));
-    std::filesystem::resize_file(path, std::filesystem::file_size(path) / 2);
-    EXPECT_THROW(run(check.check(path)), WorkerError);
-    // Whole, yet without the words that the engine cannot do without: it breaks down over the first sound.
-    testing::writeModel(path, {.requiredWords = {"a", "b", "c"}});
-    try {
-        run(check.check(path));
-        ADD_FAILURE();
-    } catch (const WorkerError& error) {
-        EXPECT_THAT(error.what(), HasSubstr("Choose another model"));
-    }
-    waitForEndOf(children());
 }
 
 #endif

@@ -49,7 +49,8 @@ TEST(TranscriberMessages, ComeBackAsTheyWere) {
     expectToComeBack<MessageFromTranscriber>(TranscriptionFinished{
         .request = 1, .caught = {.withoutVoice = 1, .withoutSpeech = 2, .unlikely = 3, .repeated = 4}});
     expectToComeBack<MessageToTranscriber>(CheckModel{.request = 5, .path = "/models/\xFF.bin"});
-    expectToComeBack<MessageFromTranscriber>(RequestFailed{.request = 1, .description = "It broke."});
+    expectToComeBack<MessageFromTranscriber>(
+        RequestFailed{.request = 1, .description = "It broke.", .lack = EngineLack::memory});
 }
 
 TEST(TranscriberMessages, AreRefusedWhenAnythingIsWrong) {
