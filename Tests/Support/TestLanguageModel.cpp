@@ -214,6 +214,11 @@ private:
 
 void writeRandomLanguageModel(const std::filesystem::path& file, const LanguageModelShape& shape, std::uint32_t seed) {
     Vocabulary vocabulary = characters();
+    for (const std::string& piece : shape.pieces) {
+        if (std::find(vocabulary.texts.begin(), vocabulary.texts.end(), piece) == vocabulary.texts.end()) {
+            vocabulary.add(piece, TokenKind::userDefined);
+        }
+    }
     for (std::uint32_t word = 0; word < shape.wordCount; ++word) {
         vocabulary.add("\u2581w" + std::to_string(word), TokenKind::normal);
     }

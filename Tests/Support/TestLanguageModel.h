@@ -18,8 +18,9 @@ struct LanguageModelShape {
     std::uint32_t layerCount{1};
     std::uint32_t feedForwardLength{128};
     std::uint32_t contextLength{16384};
-    std::uint32_t wordCount{0}; ///< of made-up words beside the characters
-    bool isQuantized{false};    ///< to 8 bits; a length has to be a multiple of 32 then
+    std::uint32_t wordCount{0};        ///< of made-up words beside the characters
+    bool isQuantized{false};           ///< to 8 bits; a length has to be a multiple of 32 then
+    std::vector<std::string> pieces{}; ///< of text, each a token of its own
 };
 
 /// Writes anything at all; the same for the same seed.
