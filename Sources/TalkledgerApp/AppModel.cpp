@@ -278,6 +278,7 @@ std::optional<TranscriptDocument> AppModel::liveTranscriptDocument() const {
 
 void AppModel::modelFilesChanged() {
     boost::asio::co_spawn(main_, findWhetherSpeechIsOffered(), boost::asio::detached);
+    liveTranscription_.tryAgain();
     Q_EMIT liveSummary_.changed();
 }
 

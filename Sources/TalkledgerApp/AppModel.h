@@ -193,7 +193,7 @@ public:
     /// Reads that recording anew: it has come, has changed or is gone.
     void refreshSession(const RecordingSession& session);
 
-    /// Other models are installed than before.
+    /// Other models are installed than before, or on their way.
     void modelFilesChanged();
 
     /// Of something that the user asked for elsewhere.

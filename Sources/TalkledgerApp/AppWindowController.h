@@ -53,6 +53,8 @@ public:
 
     FirstMinutes& firstMinutes() { return firstMinutes_; }
 
+    ModelFilesModel& modelFiles() { return modelFiles_; }
+
     /// Null before it has been shown.
     QQuickWindow* window() const { return window_; }
 

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Dialogs
 import QtQuick.Window
 
@@ -41,18 +40,11 @@ FocusScope {
         color: Theme.window
     }
 
-    Flickable {
+    RevealingFlickable {
         id: flickable
 
         anchors.fill: parent
-        boundsBehavior: Flickable.StopAtBounds
-        clip: true
         contentHeight: content.height + 2 * content.y
-        interactive: contentHeight > height
-
-        ScrollBar.vertical: ScrollBar {
-            policy: flickable.interactive ? ScrollBar.AsNeeded : ScrollBar.AlwaysOff
-        }
 
         Column {
             id: content

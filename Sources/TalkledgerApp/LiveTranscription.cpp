@@ -38,6 +38,15 @@ void LiveTranscription::start(const std::string& locale, MonotonicTime timelineO
     }
 }
 
+void LiveTranscription::tryAgain() {
+    for (const AudioChannel channel : {AudioChannel::mic, AudioChannel::speaker}) {
+        if (recording_ && !listening_.contains(channel) && !starting_.contains(channel)) {
+            begin(channel);
+            Q_EMIT listeningChanged();
+        }
+    }
+}
+
 void LiveTranscription::begin(AudioChannel channel) {
     const Session session = makeSession(channel);
     sessions_[channel] = session;

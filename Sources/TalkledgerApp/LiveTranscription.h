@@ -35,6 +35,9 @@ public:
     /// Returns at once. `timelineOrigin` is where the recording's time line begins, on the clock of the buffers.
     void start(const std::string& locale, MonotonicTime timelineOrigin, const SegmentHandler& segmentHandler);
 
+    /// A recogniser may have come: the channels that are without one get it.
+    void tryAgain();
+
     /// Nothing is heard any more. What has been heard is recognised to its end, and nobody waits for that.
     void stop();
 

@@ -6,6 +6,7 @@
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
+#include <boost/asio/post.hpp>
 
 #include <QFile>
 #include <algorithm>
@@ -129,9 +130,21 @@ void ModelFilesModel::show(const ModelFileProgress& progress, QVariantMap& row) 
 }
 
 QVariantMap ModelFilesModel::offer(ModelFileKind kind) const {
-    const auto recommended = std::ranges::find_if(
-        known_, [kind](const KnownModelFile& file) { return file.kind == kind && file.isRecommended; });
-    return recommended == known_.end() || !installed_.at(kind).empty() ? QVariantMap() : row(*recommended);
+    if (!installed_.at(kind).empty()) {
+        return {};
+    }
+    const KnownModelFile* offered = nullptr;
+    for (const KnownModelFile& file : known_) {
+        if (file.kind == kind && (isOnItsWay(file.name) || (file.isRecommended && offered == nullptr))) {
+            offered = &file;
+        }
+    }
+    return offered == nullptr ? QVariantMap() : row(*offered);
+}
+
+bool ModelFilesModel::isOnItsWay(const std::string& name) const {
+    const auto download = downloads_.find(name);
+    return download != downloads_.end() && download->second.progress != nullptr;
 }
 
 QString ModelFilesModel::installFailure() const {
@@ -156,6 +169,11 @@ void ModelFilesModel::download(const QString& name) {
     downloads_[file->name] = {.progress = progress, .failure = {}};
     progressClock_.start();
     boost::asio::co_spawn(model_.mainExecutor(), downloadNow(*file, progress), boost::asio::detached);
+    boost::asio::post(model_.mainExecutor(), [weak = std::weak_ptr(self_)] {
+        if (const auto self = weak.lock()) {
+            (*self)->model_.modelFilesChanged(); // by then it is on its way
+        }
+    });
     Q_EMIT changed();
 }
 
@@ -188,20 +206,33 @@ void ModelFilesModel::cancel(const QString& name) {
 }
 
 void ModelFilesModel::use(const QString& name) {
-    attempt(name.toStdString(), &ModelFiles::prefer);
-}
-
-void ModelFilesModel::remove(const QString& name) {
-    attempt(name.toStdString(), &ModelFiles::remove);
-}
-
-void ModelFilesModel::attempt(const std::string& name, void (ModelFiles::*action)(const std::string&)) {
     std::optional<ModelFileError> failure;
     try {
-        (model_.ports().modelFiles.*action)(name);
+        model_.ports().modelFiles.prefer(name.toStdString());
     } catch (const ModelFileError& error) {
         failure = error;
     }
+    noteAttempt(name.toStdString(), std::move(failure));
+}
+
+void ModelFilesModel::remove(const QString& name) {
+    boost::asio::co_spawn(model_.mainExecutor(), removeNow(name.toStdString()), boost::asio::detached);
+}
+
+Task<void> ModelFilesModel::removeNow(std::string name) {
+    const std::weak_ptr<ModelFilesModel*> weak = self_;
+    std::optional<ModelFileError> failure;
+    try {
+        co_await model_.ports().modelFiles.remove(name);
+    } catch (const std::exception&) {
+        failure = currentFailure();
+    }
+    if (const auto self = weak.lock()) {
+        (*self)->noteAttempt(name, std::move(failure));
+    }
+}
+
+void ModelFilesModel::noteAttempt(const std::string& name, std::optional<ModelFileError> failure) {
     downloads_[name].failure = std::move(failure);
     lookAtFolder();
 }

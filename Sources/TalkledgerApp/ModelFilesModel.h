@@ -44,7 +44,8 @@ public:
     QVariantList speechRows() const;
     QVariantList languageRows() const;
 
-    /// The row of the recommended file, as long as none of its kind is installed; empty otherwise.
+    /// The row of the file that is on its way, else of the recommended one, as long as none of its kind is installed;
+    /// empty otherwise.
     QVariantMap speechOffer() const { return offer(ModelFileKind::speech); }
 
     QVariantMap languageOffer() const { return offer(ModelFileKind::language); }
@@ -74,11 +75,13 @@ private:
 
     Task<void> downloadNow(KnownModelFile file, std::shared_ptr<ModelFileProgress> progress);
     Task<void> installNow(std::filesystem::path file);
+    Task<void> removeNow(std::string name);
+    void noteAttempt(const std::string& name, std::optional<ModelFileError> failure);
     void endDownload(const std::string& name, std::optional<ModelFileError> failure);
     void endInstallation(std::optional<ModelFileError> failure);
-    void attempt(const std::string& name, void (ModelFiles::*action)(const std::string&));
     void lookAtFolder();
     const KnownModelFile* known(const std::string& name) const;
+    bool isOnItsWay(const std::string& name) const;
     QVariantMap row(const KnownModelFile& file) const;
     QVariantMap ownRow(const std::string& name, ModelFileKind kind) const;
     QVariantMap rowOf(const std::string& name, ModelFileKind kind) const;

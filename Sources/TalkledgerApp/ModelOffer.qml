@@ -33,6 +33,13 @@ Column {
         x: view.alignment === Text.AlignLeft ? 0 : (view.width - width) / 2
         onClicked: view.isUnderWay ? modelFiles.cancel(view.offer.name) : modelFiles.download(view.offer.name)
     }
+    SmallWords {
+        horizontalAlignment: view.alignment
+        text: view.isUnderWay ? "" : view.offer.cost || ""
+        visible: text !== ""
+        width: parent.width
+        wrapMode: Text.Wrap
+    }
     Progress {
         share: view.isUnderWay ? view.offer.share : 0
         visible: view.isUnderWay

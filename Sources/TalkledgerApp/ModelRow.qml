@@ -13,7 +13,7 @@ CardRow {
     readonly property bool isUnderWay: file.state === "downloading" || file.state === "verifying"
     readonly property bool isInstalled: file.state === "installed"
     readonly property bool isNarrow: width < 480
-    readonly property bool hasButton: isMarked || isUnderWay || isInstalled
+    readonly property bool hasButton: isMarked || isUnderWay || isInstalled || file.failure !== ""
     readonly property string stateText: file.isInUse ? texts.modelInUse
                                       : isInstalled ? texts.modelInstalled
                                       : file.state === "verifying" ? texts.modelBeingVerified : file.size
@@ -83,6 +83,16 @@ CardRow {
         anchors.verticalCenter: parent.verticalCenter
         spacing: row.isUnderWay ? 3 : 0
 
+        readonly property bool hasCostBeside: !row.isNarrow
+                                              && title.implicitWidth + Theme.gap3 + cost.advanceWidth < width
+
+        TextMetrics {
+            id: cost
+
+            font: costBelow.font
+            text: row.file.cost
+        }
+
         Row {
             spacing: Theme.gap3
             width: parent.width
@@ -97,15 +107,15 @@ CardRow {
             }
             SmallWords {
                 anchors.verticalCenter: title.verticalCenter
-                elide: Text.ElideRight
                 text: row.file.cost
-                visible: !row.isNarrow
-                width: parent.width - title.width - parent.spacing
+                visible: words.hasCostBeside
             }
         }
         SmallWords {
+            id: costBelow
+
             text: row.file.cost
-            visible: row.isNarrow
+            visible: !words.hasCostBeside
             width: parent.width
             wrapMode: Text.Wrap
         }

@@ -121,7 +121,8 @@ FocusScope {
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.top: tabs.bottom
-        lines: chosenRecording.problems
+        // What the transcript says beside the remedy, it says alone.
+        lines: chosenRecording.problems.filter(problem => problem !== texts.noSpeechRecogniser || !transcript.offersModel)
         margin: detail.margin
         objectName: "problems"
     }

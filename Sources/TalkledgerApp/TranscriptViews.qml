@@ -18,6 +18,10 @@ FocusScope {
     readonly property int gutter: isStacked ? margin - 13 : margin + (appModel.displayLanguage === "japanese" ? 88 : 110)
                                                           + (hasHours ? 21 : 0)
 
+    /// A model is missing, or on its way, that this recording will need.
+    readonly property bool offersModel: note.visible && (modelOffer.isUnderWay ? view.isUnfinished
+                                                                               : view.isLive && !appModel.isSpeechOffered)
+
     function takeFocus() {
         lines.forceActiveFocus()
     }
@@ -240,9 +244,9 @@ FocusScope {
         text: chosenRecording.transcript.isBeingRead ? texts.loading
             : view.isFinishing ? texts.transcriptInTheMaking
             : !view.isLive ? texts.noTranscriptSegments
+            : view.offersModel ? texts.recordingIsRunning
             : appModel.awaitsLiveText ? texts.speechAppearsHere
-            : appModel.isSpeechOffered ? texts.transcriptAfterStop
-            : texts.recordingIsRunning
+            : texts.transcriptAfterStop
         visible: lines.count === 0 && !(chosenRecording.transcript.isBeingRead && patience.running)
         width: Math.min(parent.width - 2 * view.margin, 480)
         wrapMode: Text.Wrap
@@ -255,13 +259,15 @@ FocusScope {
         }
     }
     ModelOffer {
+        id: modelOffer
+
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.top: note.bottom
         anchors.topMargin: Theme.gap3
         objectName: "getSpeechModel"
         offer: modelFiles.speechOffer
-        reason: texts.noSpeechModel
-        visible: note.visible && view.isLive && !appModel.isSpeechOffered
+        reason: isUnderWay ? texts.speechModelOnItsWay : texts.noSpeechModel
+        visible: view.offersModel
         width: note.width
     }
     ActionButton {

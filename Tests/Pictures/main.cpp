@@ -180,10 +180,37 @@ public:
     }
 
     void showWithoutModel() {
-        speech_.scripts.clear();
+        speech_.scripts = {{"en_US", {.status = SpeechAssetStatus::unsupported, .results = {}}}};
         showRecording();
         record();
         pretendToHaveBegunEarlier();
+    }
+
+    void showModelArriving() {
+        modelFiles_ = &modelPicture_;
+        modelPicture_.scripts = {{standardSpeechModel, {.received = 283'000'000, .total = 488'000'000}}};
+        showWithoutModel();
+        windows_->modelFiles().download(QLatin1String(standardSpeechModel));
+    }
+
+    /// Every way in which a model can stand.
+    void showModels() {
+        modelFiles_ = &modelPicture_;
+        modelPicture_.names = {{ModelFileKind::speech, {"ggml-base.bin"}},
+                               {ModelFileKind::language, {"Sales-team-2026-Q4_K_M.gguf"}}};
+        modelPicture_.scripts = {
+            {standardSpeechModel, {.received = 283'000'000, .total = 488'000'000}},
+            {bestSpeechModel, {.failure = ModelFileError(ModelFileError::Case::brokenOff)}},
+            {standardLanguageModel, {.received = 1'117'000'000, .total = 1'117'000'000, .isBeingVerified = true}}};
+        modelPicture_.installationFailure = ModelFileError(ModelFileError::Case::notUsable);
+        show();
+        for (const char* name : {standardSpeechModel, bestSpeechModel, standardLanguageModel}) {
+            windows_->modelFiles().download(QLatin1String(name));
+        }
+        windows_->modelFiles().install(QUrl(QStringLiteral("file:///home/me/mine.gguf")));
+        press(Qt::Key_Comma, Qt::ControlModifier);
+        window().grabWindow(); // lays the popover out
+        click("openModels");
     }
 
     void showStopping() {
@@ -382,6 +409,10 @@ private:
         return picture;
     }
 
+    static constexpr const char* standardSpeechModel = "ggml-small.bin";
+    static constexpr const char* bestSpeechModel = "ggml-large-v3-turbo-q5_0.bin";
+    static constexpr const char* standardLanguageModel = "qwen2.5-1.5b-instruct-q4_k_m.gguf";
+
     const Json& samples_;
 };
 
@@ -410,6 +441,8 @@ std::vector<Scene> scenes() {
             {"recording-scrolled", &PictureStage::showScrolledBack, everySize},
             {"one-track", &PictureStage::showOneTrack, everySize},
             {"no-model", &PictureStage::showWithoutModel, everySize},
+            {"model-arriving", &PictureStage::showModelArriving, everySize},
+            {"models", &PictureStage::showModels, everySize},
             {"stopping", &PictureStage::showStopping, everySize},
             {"quit", &PictureStage::showQuitting, everySize},
             {"summary-waiting", &PictureStage::showSummaryWaiting, window},

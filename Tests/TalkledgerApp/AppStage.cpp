@@ -30,7 +30,7 @@ AppModel& AppStage::startModel() {
                          .authorization = authorization_,
                          .speechRecognition = speech_,
                          .languageModel = languageModel_,
-                         .modelFiles = modelFiles_,
+                         .modelFiles = *modelFiles_,
                          .desktop = desktop_,
                          .playback = playback_};
     model_.emplace(ports, reports_, QtMainExecutor(context_), background_.get_executor(), settings_,

@@ -7,6 +7,7 @@
 #include "Fakes/FakeDesktop.h"
 #include "Fakes/FakeLanguageModel.h"
 #include "Fakes/FakeModelCheck.h"
+#include "Fakes/FakeModelFiles.h"
 #include "Fakes/FakePlayback.h"
 #include "Fakes/FakeSpeechRecognition.h"
 #include "Fakes/FakeSystemAudio.h"
@@ -97,7 +98,9 @@ protected:
     FakePlayback playback_;
     FakeModelCheck modelCheck_;
     QtMainContext context_;
-    ModelFolder modelFiles_{home_.path() / "data/Talkledger/Models", modelCheck_, DownloadHosts::loopback};
+    ModelFolder modelFolder_{home_.path() / "data/Talkledger/Models", modelCheck_, DownloadHosts::loopback};
+    FakeModelFiles modelPicture_;
+    ModelFiles* modelFiles_{&modelFolder_}; ///< the one that the model is given
     boost::asio::thread_pool background_{1};
     std::shared_ptr<CaptureReports> reports_;
 

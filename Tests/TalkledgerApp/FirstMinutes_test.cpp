@@ -60,6 +60,26 @@ TEST_F(FirstMinutesTest, ShowWhatIsHeardAndKeepNothingOfIt) {
     EXPECT_FALSE(std::filesystem::exists(recordingsFolder()) && !std::filesystem::is_empty(recordingsFolder()));
 }
 
+TEST_F(FirstMinutesTest, ScrollWithTheKeyboard) {
+    open();
+    resize(760, 420);
+    const auto reach = [this](const char* name, Qt::KeyboardModifiers modifiers) {
+        for (int steps = 0; steps < 60 && !item(name)->hasActiveFocus(); ++steps) {
+            press(Qt::Key_Tab, modifiers);
+        }
+        window().grabWindow(); // lays out what has moved
+        const QRectF place = item(name)->mapRectToScene(item(name)->boundingRect());
+        return item(name)->hasActiveFocus() && place.top() > 0 && place.bottom() <= window().height();
+    };
+    EXPECT_TRUE(reach("chooseOwnModel", {}));
+    EXPECT_TRUE(reach("playTestTone", Qt::ShiftModifier));
+    resize(760, 240);
+    press(Qt::Key_Comma, Qt::ControlModifier);
+    window().grabWindow(); // lays the popover out
+    EXPECT_TRUE(reach("quitButton", {}));
+    EXPECT_TRUE(reach("openFirstMinutes", {}));
+}
+
 TEST_F(FirstMinutesTest, SayWhatIsMissingAndTryAgain) {
     audioInput_.format.channelCount = 0;
     systemAudio_.contentFailure = "no server";

@@ -169,6 +169,21 @@ TEST_F(LiveTranscriptionTest, AnotherRecogniserTakesThePlaceOfOneThatBreaksDown)
     stop();
 }
 
+TEST_F(LiveTranscriptionTest, BeginsInMidRecordingWhenAModelArrives) {
+    speech_.scripts["ja_JP"].status = SpeechAssetStatus::unsupported;
+    makeModel();
+    record();
+    waitUntil([this] { return !model().awaitsLiveText(); });
+    model().modelFilesChanged();
+    waitUntil([this] { return !model().awaitsLiveText(); });
+    speech_.scripts["ja_JP"].status = SpeechAssetStatus::installed;
+    model().modelFilesChanged();
+    waitUntil([this] { return model().isListening(AudioChannel::mic) && model().isListening(AudioChannel::speaker); });
+    model().modelFilesChanged();
+    EXPECT_THAT(speech_.live, SizeIs(2)) << "what is heard goes on";
+    stop();
+}
+
 TEST_F(LiveTranscriptionTest, EndsWithTheProgram) {
     liveSummaryInterval_ = std::chrono::milliseconds(1);
     languageModel_.state.isAvailable = true;

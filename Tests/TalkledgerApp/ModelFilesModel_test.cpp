@@ -66,7 +66,7 @@ TEST_F(ModelFilesModelTest, OffersWhatIsMissingAndFetchesWhatIsAskedFor) {
     EXPECT_EQ(field("isInUse"), "true");
     EXPECT_THAT(files_->speechOffer(), IsEmpty());
     files_->remove(QStringLiteral("ggml-small.bin"));
-    EXPECT_EQ(field("state"), "absent");
+    ASSERT_TRUE(ends("absent"));
 }
 
 TEST_F(ModelFilesModelTest, AFileOfTheUsersOwnIsTriedFirst) {

@@ -147,7 +147,7 @@ public:
 
     /// From now on this one of its kind is used.
     virtual void prefer(const std::string& name) = 0;
-    virtual void remove(const std::string& name) = 0;
+    virtual Task<void> remove(std::string name) = 0;
 };
 
 } // namespace talkledger

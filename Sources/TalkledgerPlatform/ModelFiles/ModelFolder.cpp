@@ -173,7 +173,7 @@ void createFolder(const std::filesystem::path& folder) {
 } // namespace
 
 ModelFolder::ModelFolder(std::filesystem::path folder, ModelFileChecking& checking, DownloadHosts hosts)
-    : folder_(std::move(folder)), checking_(checking), hosts_(hosts), threads_(simultaneousTransfers) {}
+    : folder_(std::move(folder)), checking_(checking), hosts_(hosts), transfers_(simultaneousTransfers), chores_(1) {}
 
 ModelFolder::~ModelFolder() {
     for (const auto& [name, weak] : downloads_) {
@@ -181,7 +181,8 @@ ModelFolder::~ModelFolder() {
             download->pause();
         }
     }
-    threads_.join();
+    transfers_.join();
+    chores_.join();
 }
 
 std::vector<std::string> ModelFolder::installed(ModelFileKind kind) const {
@@ -201,7 +202,7 @@ Task<void> ModelFolder::download(KnownModelFile file, std::shared_ptr<ModelFileP
         createFolder(folder);
         downloadModelFile(file, folder, *progress, hosts);
     };
-    return ended(download, runOn(threads_.get_executor(), std::move(fetch)));
+    return ended(download, runOn(transfers_.get_executor(), std::move(fetch)));
 }
 
 std::vector<AwaitedModelFile> ModelFolder::awaited(ModelFileKind kind) const {
@@ -233,9 +234,9 @@ Task<void> ModelFolder::arrival(std::string name) {
 }
 
 Task<ModelFileKind> ModelFolder::install(std::filesystem::path file) {
-    const Executor threads = threads_.get_executor();
+    const Executor chores = chores_.get_executor();
     std::function<ModelFileKind()> look = [file] { return examine(file); };
-    const ModelFileKind kind = co_await runOn(threads, std::move(look));
+    const ModelFileKind kind = co_await runOn(chores, std::move(look));
     co_await checking_.check(kind, file);
     std::function<void()> copy = [file, target = folder_ / nameFor(file, kind)] {
         createFolder(target.parent_path());
@@ -244,7 +245,7 @@ Task<ModelFileKind> ModelFolder::install(std::filesystem::path file) {
             copyInto(file, target);
         }
     };
-    co_await runOn(threads, std::move(copy));
+    co_await runOn(chores, std::move(copy));
     co_return kind;
 }
 
@@ -256,12 +257,16 @@ void ModelFolder::prefer(const std::string& name) {
     }
 }
 
-void ModelFolder::remove(const std::string& name) {
-    std::error_code failure;
-    if (!kindOf(name) || std::filesystem::path(name).has_parent_path() ||
-        !std::filesystem::remove(folder_ / name, failure)) {
-        throw ModelFileError(Case::notWritable, failure ? failure.message() : name);
-    }
+/// The disk takes its time to give back what a large file holds.
+Task<void> ModelFolder::remove(std::string name) {
+    std::function<void()> removal = [name = std::move(name), folder = folder_] {
+        std::error_code failure;
+        if (!kindOf(name) || std::filesystem::path(name).has_parent_path() ||
+            !std::filesystem::remove(folder / name, failure)) {
+            throw ModelFileError(Case::notWritable, failure ? failure.message() : name);
+        }
+    };
+    return runOn(chores_.get_executor(), std::move(removal));
 }
 
 } // namespace talkledger

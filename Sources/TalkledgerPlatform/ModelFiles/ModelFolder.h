@@ -16,7 +16,8 @@ namespace talkledger {
 
 /// The model files in one folder of this user. Speech models are named "ggml-*.bin", those that find voices
 /// "ggml-silero-*.bin", language models "*.gguf"; of each kind the newest is used. What is there of a file that has not
-/// wholly arrived has ".part" behind its name. Files travel on threads of its own.
+/// wholly arrived has ".part" behind its name. Nothing that takes time is done on the caller's
+/// thread.
 /// The executors that wait for it have to outlive it.
 class ModelFolder final : public ModelFiles, public AwaitedModelFiles {
 public:
@@ -32,7 +33,7 @@ public:
     Task<void> download(KnownModelFile file, std::shared_ptr<ModelFileProgress> progress) override;
     Task<ModelFileKind> install(std::filesystem::path file) override;
     void prefer(const std::string& name) override;
-    void remove(const std::string& name) override;
+    Task<void> remove(std::string name) override;
 
     std::vector<AwaitedModelFile> awaited(ModelFileKind kind) const override;
     Task<void> arrival(std::string name) override;
@@ -42,7 +43,8 @@ private:
     ModelFileChecking& checking_;
     const DownloadHosts hosts_;
     std::map<std::string, std::weak_ptr<DownloadUnderWay>> downloads_; ///< weak: it ends with its coroutine
-    boost::asio::thread_pool threads_;
+    boost::asio::thread_pool transfers_;
+    boost::asio::thread_pool chores_; ///< of their own, so that they do not wait for downloads
 };
 
 } // namespace talkledger

@@ -273,9 +273,9 @@ TEST_F(ModelFolderTest, InstallsAFileOfTheUsersOwnWhenTheEngineCanWorkWithIt) {
     folder.prefer("ggml-mine.bin");
     EXPECT_THAT(folder.installed(ModelFileKind::speech), ElementsAre("ggml-mine.bin", "ggml-other.bin"));
     EXPECT_THAT(folder.installed(ModelFileKind::voice), ElementsAre("ggml-silero-v5.bin"));
-    folder.remove("mine.gguf");
+    runTask(context_, folder.remove("mine.gguf"));
     EXPECT_THAT(folder.installed(ModelFileKind::language), IsEmpty());
-    EXPECT_THROW(folder.remove("../mine.gguf"), ModelFileError);
+    EXPECT_THROW(runTask(context_, folder.remove("../mine.gguf")), ModelFileError);
     EXPECT_TRUE(std::filesystem::exists(home_.path() / "mine.gguf"));
 }
 
