@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Sounds to be recognised: speech from the synthesiser flite, and what must not be taken for speech. All at 16 kHz,
@@ -18,6 +19,23 @@ Samples silence(double seconds);
 
 /// A sound made by an effect chain of sox, like "synth 5 whitenoise vol 0.1". Throws std::runtime_error.
 Samples synthesize(const std::string& effects);
+
+/// Notes of a major scale, one after the other.
+struct Tune {
+    double lowest{131}; ///< Hz, of the scale
+    double note{0.4};   ///< seconds, of the shorter ones
+    int voices{1};      ///< up to four, which make a chord
+    int harmonics{8};   ///< of each voice
+    double fading{3};   ///< how fast a note dies away, a second
+    double vibrato{0};  ///< as a share of the frequency
+    double glide{0};    ///< seconds from one note to the next
+    double pause{0};    ///< seconds between notes
+};
+
+Samples play(const Tune& tune, double seconds);
+
+/// Ten minutes of silence, noise, hum, machines and music, piece by piece with what each is.
+std::vector<std::pair<std::string, Samples>> soundsWithoutSpeech();
 
 Samples operator+(Samples first, const Samples& second);
 

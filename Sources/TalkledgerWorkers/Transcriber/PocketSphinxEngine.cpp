@@ -1,5 +1,7 @@
 #include "TalkledgerWorkers/Transcriber/PocketSphinxEngine.h"
 
+#include "TalkledgerWorkers/Transcriber/VoiceDetector.h"
+
 #include <pocketsphinx.h>
 #include <sphinxbase/cmn.h>
 #include <sphinxbase/err.h>
@@ -87,7 +89,7 @@ void PocketSphinxEngine::DecoderDeleter::operator()(ps_decoder_s* decoder) const
 }
 
 PocketSphinxEngine::PocketSphinxEngine(const std::filesystem::path& modelFolder)
-    : segments_([this](const SpeechSegment& segment) {
+    : speech_(std::make_unique<VoiceDetector>()), segments_([this](const SpeechSegment& segment) {
           toldText_.clear();
           handler_(segment);
       }) {
@@ -116,6 +118,7 @@ void PocketSphinxEngine::begin(SpeechReporting reporting, SpeechSegmentHandler h
     segments_.clear();
     toldText_.clear();
     voicing_.reset();
+    speech_.reset();
     pending_.clear();
     processedSamples_ = 0;
     cmn_live_set(&cepstralMeans(decoder_.get()), initialMeans_.data());
@@ -143,6 +146,7 @@ void PocketSphinxEngine::finish() {
 
 void PocketSphinxEngine::process(std::span<const std::int16_t> samples) {
     voicing_.append(samples);
+    speech_.append(samples);
     ps_process_raw(decoder_.get(), samples.data(), samples.size(), 0, 0);
     processedSamples_ += static_cast<std::int64_t>(samples.size());
     const bool wasInSpeech = std::exchange(isInSpeech_, ps_get_in_speech(decoder_.get()) != 0);
@@ -153,9 +157,10 @@ void PocketSphinxEngine::process(std::span<const std::int16_t> samples) {
         tellHypothesis();
     } else {
         constexpr double lookback = 1; // seconds: an utterance begins somewhat before the library notices
-        const double time = static_cast<double>(processedSamples_) / sampleRate;
-        voicing_.forget(static_cast<std::int64_t>((time - lookback) * framesPerSecond));
-        segments_.advance(time - lookback);
+        const double earliest = static_cast<double>(processedSamples_) / sampleRate - lookback;
+        voicing_.forget(static_cast<std::int64_t>(earliest * framesPerSecond));
+        speech_.forget(earliest);
+        segments_.advance(earliest);
     }
 }
 
@@ -233,13 +238,16 @@ std::vector<HeardWord> PocketSphinxEngine::heardWords() const {
         int first = 0;
         int last = 0;
         ps_seg_frames(segment, &first, &last);
+        const double start = first / framesPerSecond;
+        const double end = (last + 1) / framesPerSecond;
+        const int voicedFrames = speech_.hasSpeech(start, end) ? voicing_.voicedFrames(first - 3, last) : 0;
         const double probability = logmath_exp(logarithms, ps_seg_prob(segment, nullptr, nullptr, nullptr));
         words.push_back({.text = *std::move(text),
-                         .start = first / framesPerSecond,
-                         .end = (last + 1) / framesPerSecond,
+                         .start = start,
+                         .end = end,
                          .confidence = std::clamp(probability, 0.0, 1.0),
                          .phones = phoneCount(decoder_.get(), entry),
-                         .voicedSeconds = voicing_.voicedFrames(first - 3, last) / framesPerSecond});
+                         .voicedSeconds = voicedFrames / framesPerSecond});
     }
     return words;
 }

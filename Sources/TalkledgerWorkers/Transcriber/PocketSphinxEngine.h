@@ -3,6 +3,7 @@
 #include "TalkledgerWorkers/Transcriber/HeardWord.h"
 #include "TalkledgerWorkers/Transcriber/SegmentBuilder.h"
 #include "TalkledgerWorkers/Transcriber/SpeechEngine.h"
+#include "TalkledgerWorkers/Transcriber/SpeechTrace.h"
 #include "TalkledgerWorkers/Transcriber/VoicingDetector.h"
 
 #include <cstdint>
@@ -61,6 +62,7 @@ private:
     std::unique_ptr<ps_decoder_s, DecoderDeleter> decoder_;
     std::vector<float> initialMeans_; ///< of the cepstrum, before any voice was heard
     VoicingDetector voicing_;
+    SpeechTrace speech_;
     SegmentBuilder segments_;
     std::vector<std::int16_t> pending_; ///< less than a block
     std::int64_t processedSamples_{0};

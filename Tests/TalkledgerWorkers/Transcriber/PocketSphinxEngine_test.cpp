@@ -125,21 +125,10 @@ TEST_F(PocketSphinxEngineTest, HearsTheSameAgainAfterAnotherVoiceAndAnUnfinished
 }
 
 TEST_F(PocketSphinxEngineTest, InventsNothing) {
-    const std::pair<const char*, const char*> sounds[] = {
-        {"digital silence", "trim 0 8"},
-        {"a quiet room", "synth 8 pinknoise vol 0.003"},
-        {"white noise", "synth 8 whitenoise vol 0.1"},
-        {"pink noise", "synth 8 pinknoise vol 0.3"},
-        {"brown noise", "synth 8 brownnoise vol 0.5"},
-        {"wind", "synth 8 brownnoise tremolo 0.7 90 vol 0.8"},
-        {"bursts of noise", "synth 8 whitenoise tremolo 3 100 vol 0.3"},
-        {"hum", "synth 8 square 50 vol 0.1"},
-        {"a ring tone", "synth 8 sine 440 sine 480 tremolo 0.5 100 remix - vol 0.3"},
-        {"a siren", "synth 8 triangle 300-1200 tremolo 0.4 90 vol 0.3"},
-        {"clicks", "synth 0.01 whitenoise vol 0.5 pad 0 0.3 repeat 25"},
-    };
-    for (const auto& [name, effects] : sounds) {
-        EXPECT_EQ(textOf(recognise(*engine_, synthesize(effects), SpeechReporting::alsoHypotheses)), "") << name;
+    constexpr std::size_t heard = 5 * SpeechEngine::sampleRate; // of each; in full they take minutes
+    for (const auto& [name, sound] : testing::soundsWithoutSpeech()) {
+        const auto beginning = std::span(sound).first(heard);
+        EXPECT_EQ(textOf(recognise(*engine_, beginning, SpeechReporting::alsoHypotheses)), "") << name;
     }
 }
 

@@ -136,23 +136,9 @@ TEST_F(WhisperEnginesTest, HearsWithTheModelForVoicesWhereThereIsOne) {
 }
 
 TEST_F(WhisperEnginesTest, InventsNothing) {
-    const char* const sounds[] = {
-        "trim 0 20",
-        "synth 20 pinknoise vol 0.003",
-        "synth 20 whitenoise vol 0.1",
-        "synth 20 pinknoise vol 0.3",
-        "synth 20 brownnoise tremolo 0.7 90 vol 0.8",
-        "synth 20 whitenoise tremolo 3 100 vol 0.3",
-        "synth 20 square 50 vol 0.1",
-        "synth 20 sine 440 sine 480 tremolo 0.5 100 remix - vol 0.3",
-        "synth 20 triangle 300-1200 tremolo 0.4 90 vol 0.3",
-        "synth 20 pluck 220 pluck 277 pluck 330 remix - vol 0.3",
-        "synth 0.3 sawtooth 196 vol 0.3 pad 0 0.1 repeat 40",
-        "synth 0.01 whitenoise vol 0.5 pad 0 0.3 repeat 60",
-    };
     const auto made = engine();
-    for (const char* const sound : sounds) {
-        EXPECT_TRUE(recognise(*made, synthesize(sound), SpeechReporting::alsoHypotheses).empty()) << sound;
+    for (const auto& [name, sound] : testing::soundsWithoutSpeech()) {
+        EXPECT_TRUE(recognise(*made, sound, SpeechReporting::alsoHypotheses).empty()) << name;
     }
 }
 
