@@ -83,33 +83,24 @@ public:
 
     void hold(const std::filesystem::path& model) {
         try {
-            held_ = HoldModel{.model = model};
-            if (isRunning()) {
-                worker_->link->send(encodeMessage(*held_));
-            } else {
-                runningWorker();
-            }
+            isHeld_ = true;
+            runningWorker().link->send(encodeMessage(HoldModel{.model = model}));
         } catch (const std::exception&) {
             // Whoever asks something is told.
         }
     }
 
     void release() {
-        held_.reset();
-        if (isRunning()) {
+        isHeld_ = false;
+        if (worker_ && worker_->link->isOpen()) {
             worker_->link->send(encodeMessage(ReleaseModel{}));
         }
     }
 
 private:
-    bool isRunning() const { return worker_ && worker_->link->isOpen(); }
-
     Worker& runningWorker() {
-        if (!isRunning()) {
+        if (!worker_ || !worker_->link->isOpen()) {
             worker_ = startWorker();
-            if (held_) { // also by a worker that takes the place of one that broke down
-                worker_->link->send(encodeMessage(*held_));
-            }
         }
         return *worker_;
     }
@@ -118,7 +109,7 @@ private:
         auto worker = std::make_shared<Worker>();
         WorkerLink::Handlers handlers{
             .received = [worker](Frame frame) { receive(*worker, std::move(frame)); },
-            .isIdle = [this, worker] { return !held_ && worker->requests.empty(); },
+            .isIdle = [this, worker] { return !isHeld_ && worker->requests.empty(); },
             .ended = [this, worker](const WorkerError& error) { end(worker, error); },
         };
         worker->link = group_.start(std::move(handlers));
@@ -149,8 +140,8 @@ private:
 
     std::shared_ptr<Worker> worker_; ///< the one that takes questions
     std::int64_t lastRequest_{0};
-    std::optional<HoldModel> held_; ///< while questions will come
-    WorkerGroup group_;             ///< last: its thread uses the rest
+    bool isHeld_{false};
+    WorkerGroup group_; ///< last: its thread uses the rest
 };
 
 SummarizerClient::SummarizerClient(WorkerSettings settings) {
