@@ -19,11 +19,13 @@ Task<void> StreamFeed::run(std::shared_ptr<AnalyzerInputSequence> inputs) {
         if (input->buffer->format != liveAudioFormat) {
             throw WorkerError::failed("The speech recogniser was given audio in another format than agreed.");
         }
-        StreamAudio audio{.request = request_, .start = input->bufferStartTime, .payload = input->buffer->samples};
+        StreamAudio audio{.start = input->bufferStartTime, .payload = input->buffer->samples};
         co_await waitForRoom(audio.sampleCount());
+        audio.request = request_;
         unconsumed_ += static_cast<std::int64_t>(audio.sampleCount());
         send_(encodeMessage(audio));
     }
+    hasFinished_ = true;
     send_(encodeMessage(FinishStream{.request = request_}));
 }
 
@@ -37,6 +39,13 @@ Task<void> StreamFeed::waitForRoom(std::size_t samples) {
 
 void StreamFeed::noteConsumed(std::int64_t samples) {
     unconsumed_ = std::max<std::int64_t>(0, unconsumed_ - samples);
+    consumed_.try_send(boost::system::error_code());
+}
+
+void StreamFeed::goOn(std::int64_t request, Send send) {
+    request_ = request;
+    send_ = std::move(send);
+    unconsumed_ = 0;
     consumed_.try_send(boost::system::error_code());
 }
 

@@ -33,12 +33,19 @@ public:
 
     void noteConsumed(std::int64_t samples);
 
+    /// From now on the audio goes to another worker, of which nothing has been heard yet.
+    void goOn(std::int64_t request, Send send);
+
+    /// Nothing more comes.
+    bool hasFinished() const { return hasFinished_; }
+
 private:
     Task<void> waitForRoom(std::size_t samples);
 
     std::int64_t request_;
     Send send_;
     std::int64_t unconsumed_{0}; ///< samples
+    bool hasFinished_{false};
     boost::asio::experimental::channel<void(boost::system::error_code)> consumed_;
 };
 

@@ -27,10 +27,17 @@ namespace {
 
 using Requests = std::map<std::int64_t, std::shared_ptr<Transcription>>;
 
-/// The audio that goes to a stream.
-struct Feeding {
-    std::shared_ptr<StreamFeed> feed;
-    TaskHandle task;
+/// Of a stream, so many workers may die before it counts as what kills them.
+constexpr int mostRestarts = 3;
+
+/// A live stream, which goes on with another worker when its own dies.
+struct Stream {
+    StartStream start{};
+    std::shared_ptr<StreamFeed> feed{}; ///< once there is audio
+    TaskHandle feeding{};
+    int restarts{0};
+
+    bool canGoOn() const { return feed && !feed->hasFinished() && restarts < mostRestarts; }
 };
 
 /// A running worker and what it works on.
@@ -38,12 +45,12 @@ struct Worker {
     std::shared_ptr<WorkerLink> link;
     Requests requests;
     bool isForOneRequest{false};
-    std::map<std::int64_t, Feeding> feedings; ///< of its streams, once there is audio
+    std::map<std::int64_t, Stream> streams; ///< of its requests, those that are live
 
     void forget(std::int64_t request) {
         requests.erase(request);
-        if (const auto ended = feedings.extract(request)) {
-            talkledger::cancel(ended.mapped().task);
+        if (const auto ended = streams.extract(request)) {
+            talkledger::cancel(ended.mapped().feeding);
         }
     }
 };
@@ -68,8 +75,9 @@ public:
     void operator()(const TranscriptionProgress& message) { tell(message); }
 
     void operator()(const StreamConsumed& message) {
-        if (const auto feeding = worker_.feedings.find(message.request); feeding != worker_.feedings.end()) {
-            feeding->second.feed->noteConsumed(message.samples);
+        const auto stream = worker_.streams.find(message.request);
+        if (stream != worker_.streams.end() && stream->second.feed) {
+            stream->second.feed->noteConsumed(message.samples);
         }
     }
 
@@ -118,11 +126,7 @@ public:
     }
 
     void startStream(const std::shared_ptr<Transcription>& transcription, StartStream stream) {
-        attempt(transcription, [&] {
-            // Streams share a large model; the small one is loaded for each anyway, and then nothing else ends with it.
-            const std::shared_ptr<Worker> worker = stream.engine.model.empty() ? workerForOneRequest() : sharedWorker();
-            request(*worker, transcription, std::move(stream));
-        });
+        attempt(transcription, [&] { requestStream(transcription, {.start = std::move(stream)}); });
     }
 
     void check(const std::shared_ptr<Transcription>& transcription, CheckModel model) {
@@ -132,14 +136,12 @@ public:
     void feed(const std::shared_ptr<Transcription>& transcription, std::shared_ptr<AnalyzerInputSequence> inputs) {
         const std::shared_ptr<Worker> worker = workerOf(transcription);
         const std::int64_t number = worker ? numberOf(*worker, transcription) : 0;
-        if (!worker || worker->feedings.contains(number)) {
+        if (!worker || worker->streams.at(number).feed) {
             return;
         }
-        const auto feed = std::make_shared<StreamFeed>(
-            context()->get_executor(), number,
-            [link = worker->link](std::vector<std::byte> message) { link->send(std::move(message)); });
-        worker->feedings[number] = {
-            feed, startTask(context()->get_executor(), carry(worker, number, feed, std::move(inputs)))};
+        Stream& stream = worker->streams.at(number);
+        stream.feed = std::make_shared<StreamFeed>(context()->get_executor(), number, senderTo(*worker));
+        stream.feeding = startTask(context()->get_executor(), carry(transcription, stream.feed, std::move(inputs)));
     }
 
     void cancel(const std::shared_ptr<Transcription>& transcription) {
@@ -157,25 +159,44 @@ public:
     }
 
 private:
+    /// Whether it could be started.
     template <typename Start>
-    static void attempt(const std::shared_ptr<Transcription>& transcription, Start start) {
+    static bool attempt(const std::shared_ptr<Transcription>& transcription, Start start) {
         if (transcription->isCancelled()) {
-            return;
+            return false;
         }
         try {
             start();
+            return true;
         } catch (const WorkerError& error) {
             transcription->tellFailed(error);
         } catch (const std::exception& error) {
             transcription->tellFailed(WorkerError::failed(error.what()));
         }
+        return false;
     }
 
     template <typename Message>
-    void request(Worker& worker, const std::shared_ptr<Transcription>& transcription, Message message) {
+    std::int64_t request(Worker& worker, const std::shared_ptr<Transcription>& transcription, Message message) {
         message.request = ++lastRequest_;
         worker.link->send(encodeMessage(message));
         worker.requests.emplace(message.request, transcription);
+        return message.request;
+    }
+
+    void requestStream(const std::shared_ptr<Transcription>& transcription, Stream stream) {
+        // Streams share a large model; the small one is loaded for each anyway, and then nothing else ends with it.
+        const bool isShared = !stream.start.engine.model.empty();
+        const std::shared_ptr<Worker> worker = isShared ? sharedWorker() : workerForOneRequest();
+        const std::int64_t number = request(*worker, transcription, stream.start);
+        if (stream.feed) {
+            stream.feed->goOn(number, senderTo(*worker));
+        }
+        worker->streams.emplace(number, std::move(stream));
+    }
+
+    static StreamFeed::Send senderTo(const Worker& worker) {
+        return [link = worker.link](std::vector<std::byte> message) { link->send(std::move(message)); };
     }
 
     /// Null for a transcription that has ended.
@@ -219,7 +240,7 @@ private:
     }
 
     /// Audio that cannot be carried ends the stream.
-    Task<> carry(std::shared_ptr<Worker> worker, std::int64_t number, std::shared_ptr<StreamFeed> feed,
+    Task<> carry(std::shared_ptr<Transcription> transcription, std::shared_ptr<StreamFeed> feed,
                  std::shared_ptr<AnalyzerInputSequence> inputs) {
         std::optional<WorkerError> failure;
         try {
@@ -227,9 +248,7 @@ private:
         } catch (const std::exception& error) {
             failure = WorkerError::failed(error.what());
         }
-        const auto request = worker->requests.find(number);
-        if (failure && request != worker->requests.end()) {
-            const std::shared_ptr<Transcription> transcription = request->second;
+        if (failure && workerOf(transcription)) {
             transcription->tellFailed(*failure);
             cancel(transcription);
         }
@@ -247,11 +266,25 @@ private:
             sharedWorker_.reset();
         }
         workers_.erase(worker);
+        const bool isClosed = error.failure() == WorkerError::Case::closed;
+        auto streams = std::exchange(worker->streams, {});
         for (const auto& [number, transcription] : std::exchange(worker->requests, {})) {
-            transcription->tellFailed(error);
+            const Stream stream = streams[number];
+            if (stream.canGoOn() && !isClosed) {
+                goOn(transcription, stream);
+            } else {
+                transcription->tellFailed(error);
+                talkledger::cancel(stream.feeding);
+            }
         }
-        for (const auto& [number, feeding] : std::exchange(worker->feedings, {})) {
-            talkledger::cancel(feeding.task);
+    }
+
+    /// What was being said is lost; what comes is heard by another worker.
+    void goOn(const std::shared_ptr<Transcription>& transcription, Stream stream) {
+        const TaskHandle feeding = stream.feeding;
+        ++stream.restarts;
+        if (!attempt(transcription, [&] { requestStream(transcription, std::move(stream)); })) {
+            talkledger::cancel(feeding);
         }
     }
 

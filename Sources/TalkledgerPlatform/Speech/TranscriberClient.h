@@ -15,9 +15,10 @@ constexpr const char* speechRecogniserName = "The speech recogniser"; ///< in th
 /// Has the transcriber, a program of its own, recognise speech. The program is started by the first request, kept for
 /// further ones, and ended when none has come for a while; a live stream without a model file has one for itself, which
 /// ends with it, and so has the check of a model. One that crashes, hangs or talks nonsense fails the requests that it
-/// was working on with a `WorkerError`, and nothing else; the next request starts a new one. All traffic with it runs
-/// on a thread of this object. Called on one thread. Contexts on which coroutines wait for transcriptions have to
-/// outlive it.
+/// was working on with a `WorkerError`, and nothing else; the next request starts a new one. A live stream that has
+/// begun goes on with a new one by itself, some times over: it loses what was being said, and keeps what it was told.
+/// All traffic with it runs on a thread of this object. Called on one thread. Contexts on which coroutines wait for
+/// transcriptions have to outlive it.
 class TranscriberClient {
 public:
     explicit TranscriberClient(WorkerSettings settings);

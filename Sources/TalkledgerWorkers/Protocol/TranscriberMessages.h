@@ -38,7 +38,8 @@ struct TranscribeFile {
     bool operator==(const TranscribeFile&) const = default;
 };
 
-/// Recognise live audio, which comes in `StreamAudio` from its `TranscriptionStarted` on until `FinishStream`.
+/// Recognise live audio, which comes in `StreamAudio` until `FinishStream`; what comes before `TranscriptionStarted`
+/// waits.
 struct StartStream {
     static constexpr std::string_view type = "startStream";
 

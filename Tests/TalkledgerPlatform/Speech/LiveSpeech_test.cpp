@@ -172,7 +172,7 @@ TEST_F(LiveSpeechTest, HearsBothSidesAtOnceOnOneTimeLine) {
     waitForEndOf(children());
 }
 
-TEST_F(LiveSpeechTest, AKilledWorkerEndsItsOwnStreamOnly) {
+TEST_F(LiveSpeechTest, AKilledWorkerCostsItsStreamWhatWasBeingSaid) {
     const auto mic = started(AudioChannel::mic);
     const std::vector<pid_t> micWorker = children();
     ASSERT_THAT(micWorker, SizeIs(1));
@@ -181,11 +181,28 @@ TEST_F(LiveSpeechTest, AKilledWorkerEndsItsOwnStreamOnly) {
     mic->hear(sentence, 0);
     runUntil([&] { return !mic->segments(TranscriptSegmentStatus::partial).empty(); });
     kill(micWorker.front(), SIGKILL);
+    waitForEndOf(micWorker);
     mic->hear(sentence, 10);
     speaker->hear(sentence, 0);
     run(mic->session().finish());
     run(speaker->session().finish());
+    ASSERT_FALSE(mic->finals().empty());
+    EXPECT_THAT(mic->finals().back().text, HasSubstr("thousand dollars"));
+    EXPECT_NEAR(mic->finals().back().startTime, 10.5, 0.3);
     EXPECT_THAT(speaker->text(), HasSubstr("thousand dollars"));
+}
+
+TEST_F(LiveSpeechTest, AStreamWhoseWorkersAllDieEnds) {
+    const auto mic = started(AudioChannel::mic);
+    mic->hear(silence(1), 0);
+    for (int worker = 0; worker <= 3; ++worker) {
+        const std::vector<pid_t> running = children();
+        ASSERT_THAT(running, SizeIs(1));
+        kill(running.front(), SIGKILL);
+        waitForEndOf(running);
+    }
+    EXPECT_THAT(children(), IsEmpty());
+    run(mic->session().finish());
 }
 
 TEST_F(LiveSpeechTest, AHungWorkerIsFoundOutAndHoldsUpNothing) {
@@ -252,7 +269,7 @@ TEST_F(LiveSpeechTest, WhatIsGivenUpLeavesNothingBehind) {
 
 #ifdef TALKLEDGER_HAS_WHISPER
 
-TEST_F(LiveSpeechTest, BothSidesShareOneModelAndTheNextRecordingOutlivesItsEnd) {
+TEST_F(LiveSpeechTest, BothSidesShareOneModelAndOutliveItsWorker) {
     const testing::TemporaryFolder models;
     testing::writeModel(models / "ggml-test.bin");
     auto japanese = settings();
@@ -269,8 +286,17 @@ TEST_F(LiveSpeechTest, BothSidesShareOneModelAndTheNextRecordingOutlivesItsEnd) 
     EXPECT_EQ(mic->finals().front().text, "we have a budget");
     EXPECT_NEAR(mic->finals().front().startTime, 101, 0.5);
     EXPECT_NEAR(speaker->finals().front().startTime, 102.5, 0.5);
-    mic->hear(speak("slt", proposal), 110); // and nobody has finished when the worker is gone
+    mic->hear(speak("slt", proposal), 110);
     kill(workers.front(), SIGKILL);
+    waitForEndOf(workers);
+    EXPECT_THAT(children(), SizeIs(1)) << "one for both again";
+    mic->hear(silence(1) + speak("rms", budget) + silence(2), 120);
+    speaker->hear(silence(1) + speak("slt", proposal) + silence(2), 120);
+    const auto goesOn = [](const Channel& channel) { return channel.finals().back().startTime > 120; };
+    runUntil([&] { return goesOn(*mic) && goesOn(*speaker); });
+    EXPECT_NEAR(mic->finals().front().startTime, 101, 0.5) << "what was final stays";
+    EXPECT_NEAR(speaker->finals().back().startTime, 121, 0.5);
+    kill(children().front(), SIGKILL); // and nobody has finished when the worker is gone
     run(mic->session().finish());
     run(speaker->session().finish());
 
