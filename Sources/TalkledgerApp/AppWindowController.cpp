@@ -60,6 +60,11 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
       soundCheck_(model),
       modelFiles_(model, ModelFilesModel::knownFiles()),
       texts_(model) {
+    connect(&quitting, &Quitting::isFinishingChanged, &modelFiles_, [this, &quitting] {
+        if (quitting.isFinishing()) {
+            modelFiles_.pauseDownloads();
+        }
+    });
     QGuiApplication::setFont(screenFont());
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine_.addImageProvider(QStringLiteral("icons"), std::make_unique<IconProvider>().release());

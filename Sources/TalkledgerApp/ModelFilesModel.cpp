@@ -205,6 +205,14 @@ void ModelFilesModel::cancel(const QString& name) {
     }
 }
 
+void ModelFilesModel::pauseDownloads() {
+    for (const auto& [name, download] : downloads_) {
+        if (download.progress) {
+            download.progress->end = ModelFileProgress::End::paused;
+        }
+    }
+}
+
 void ModelFilesModel::use(const QString& name) {
     std::optional<ModelFileError> failure;
     try {

@@ -58,6 +58,9 @@ public:
 
     Q_INVOKABLE void download(const QString& name);
     Q_INVOKABLE void cancel(const QString& name);
+
+    /// Ends all downloads, so that nobody waits for them; what has arrived is kept.
+    void pauseDownloads();
     Q_INVOKABLE void use(const QString& name);
     Q_INVOKABLE void remove(const QString& name);
 

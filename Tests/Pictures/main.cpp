@@ -442,7 +442,7 @@ std::vector<Scene> scenes() {
             {"one-track", &PictureStage::showOneTrack, everySize},
             {"no-model", &PictureStage::showWithoutModel, everySize},
             {"model-arriving", &PictureStage::showModelArriving, everySize},
-            {"models", &PictureStage::showModels, everySize},
+            {"models", &PictureStage::showModels, {{1280, 720}, {1080, 600}, {760, 900}, {320, 1500}}},
             {"stopping", &PictureStage::showStopping, everySize},
             {"quit", &PictureStage::showQuitting, everySize},
             {"summary-waiting", &PictureStage::showSummaryWaiting, window},

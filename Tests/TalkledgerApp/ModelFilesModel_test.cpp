@@ -3,6 +3,8 @@
 #include "TalkledgerApp/WindowFixture.h"
 
 #include <fstream>
+#include <future>
+#include <memory>
 
 namespace talkledger {
 namespace {
@@ -67,6 +69,22 @@ TEST_F(ModelFilesModelTest, OffersWhatIsMissingAndFetchesWhatIsAskedFor) {
     EXPECT_THAT(files_->speechOffer(), IsEmpty());
     files_->remove(QStringLiteral("ggml-small.bin"));
     ASSERT_TRUE(ends("absent"));
+}
+
+TEST_F(ModelFilesModelTest, NobodyWaitsForAPausedDownload) {
+    std::promise<void> ending;
+    const LoopbackHost host([&](const std::string&) {
+        ending.get_future().wait();
+        return answer("", 0);
+    });
+    const std::shared_ptr<void> end(nullptr, [&](void*) { ending.set_value(); });
+    makeFiles(host);
+    files_->download(QStringLiteral("ggml-small.bin"));
+    EXPECT_EQ(files_->speechOffer().value(QStringLiteral("state")), QStringLiteral("downloading"));
+    waitUntil([&] { return !host.requests().empty(); });
+    files_->pauseDownloads();
+    ASSERT_TRUE(ends("absent"));
+    EXPECT_EQ(field("failure"), "") << "the user has done it";
 }
 
 TEST_F(ModelFilesModelTest, AFileOfTheUsersOwnIsTriedFirst) {

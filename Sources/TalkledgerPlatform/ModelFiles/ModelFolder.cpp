@@ -219,6 +219,7 @@ std::vector<AwaitedModelFile> ModelFolder::awaited(ModelFileKind kind) const {
         }
     }
     std::vector<AwaitedModelFile> awaited;
+    awaited.reserve(files.size());
     for (const auto& [name, isOnItsWay] : files) {
         awaited.push_back({.name = name, .isOnItsWay = isOnItsWay});
     }
