@@ -91,6 +91,7 @@ RecordingDetail::RecordingDetail(const AppModel& model, const RecordingListModel
     connect(&model, &AppModel::displayLanguageChanged, this, &RecordingDetail::readDocuments);
     connect(&transcript_, &StoredTranscript::changed, this, &RecordingDetail::documentsChanged);
     connect(&model.tracks(), &RecordingTracks::statesChanged, this, &RecordingDetail::findProblems);
+    connect(&model, &AppModel::isSpeechOfferedChanged, this, &RecordingDetail::findProblems);
 }
 
 void RecordingDetail::setRecordingID(const QString& recordingID) {
@@ -151,12 +152,13 @@ void RecordingDetail::findProblems() {
     }
 }
 
-/// What its tracks lack at the moment is said above.
+/// What its tracks lack at the moment is said above. A recogniser may have come since it began.
 std::vector<std::string> RecordingDetail::problemsOfCurrent() const {
     const AppCopy copy = model_.copy();
     const std::string noRecogniser = AppCopy{DisplayLanguage::english}.noSpeechRecogniser();
     std::vector<std::string> problems;
-    if (std::ranges::find(diagnostics_.messages, noRecogniser) != diagnostics_.messages.end()) {
+    if (!model_.isSpeechOffered() &&
+        std::ranges::find(diagnostics_.messages, noRecogniser) != diagnostics_.messages.end()) {
         problems.push_back(copy.noSpeechRecogniser());
     }
     for (const std::string& message : model_.tracks().messages()) {

@@ -379,6 +379,14 @@ TEST_F(AppWindowControllerTest, TellsThatNothingCanBeTranscribedOrSummarised) {
     stop();
     EXPECT_TRUE(shows("No transcript segments to show"));
     EXPECT_EQ(countOfNotices(), 1);
+
+    record();
+    speech_.scripts["ja_JP"].status = SpeechAssetStatus::installed;
+    model().modelFilesChanged();
+    EXPECT_TRUE(shows(english.speechAppearsHere()));
+    say(AudioChannel::mic, testing::spoken("At last.", 1, 1));
+    EXPECT_EQ(countOfNotices(), 0) << "it has come";
+    stop();
 }
 
 Task<> choose(Desktop& desktop, std::filesystem::path startFolder, std::optional<std::filesystem::path>& folder,
