@@ -10,6 +10,7 @@
 #include "Rehearsal/SpeechSynthesis.h"
 #include "Rehearsal/VirtualDisplay.h"
 #include "Rehearsal/Waiting.h"
+#include "Support/OwnResources.h"
 #include "Support/SoundSession.h"
 #include "TalkledgerApp/TrayHost.h"
 #include "TalkledgerCore/Presentation/AppLanguage.h"
@@ -77,17 +78,6 @@ private:
     pid_t process_;
 };
 
-std::vector<pid_t> childrenOf(pid_t process) {
-    std::vector<pid_t> found;
-    for (const auto& thread : fs::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
-        std::ifstream list(thread.path() / "children");
-        for (pid_t child = 0; list >> child;) {
-            found.push_back(child);
-        }
-    }
-    return found;
-}
-
 std::string nameOf(pid_t process) {
     std::ifstream file("/proc/" + std::to_string(process) + "/comm");
     std::string name;
@@ -135,7 +125,7 @@ public:
     pid_t awaitSummarizer() {
         std::optional<pid_t> found;
         program_.await("the language model is loaded", [&] {
-            for (const pid_t child : childrenOf(program_.pid())) {
+            for (const pid_t child : testing::children(program_.pid())) {
                 if (std::string("talkledger-summarizer").starts_with(nameOf(child))) {
                     found = child;
                 }

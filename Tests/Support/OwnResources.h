@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <filesystem>
@@ -10,12 +11,12 @@
 #include <string>
 #include <vector>
 
-/// What this process has at the moment, and what its children use.
+/// What processes have at the moment, and what they use.
 namespace talkledger::testing {
 
-inline std::vector<pid_t> children() {
+inline std::vector<pid_t> children(pid_t process = getpid()) {
     std::vector<pid_t> found;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
         std::ifstream list(task.path() / "children");
         for (pid_t child = 0; list >> child;) {
             found.push_back(child);
