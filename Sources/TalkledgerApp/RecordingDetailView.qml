@@ -125,6 +125,10 @@ FocusScope {
         lines: chosenRecording.problems.filter(problem => problem !== texts.noSpeechRecogniser || !transcript.offersModel)
         margin: detail.margin
         objectName: "problems"
+
+        FindModelButton {
+            visible: problems.lines.includes(texts.noSpeechRecogniser)
+        }
     }
 
     Item {

@@ -226,6 +226,8 @@ FocusScope {
         // Where the recording says it by itself, once is enough.
         lines: appModel.isSpeechOffered || chosenRecording.problems.includes(texts.noSpeechRecogniser)
                ? [] : [texts.noSpeechRecogniser]
+
+        FindModelButton {}
     }
 
     RecordingDetailView {

@@ -180,10 +180,14 @@ public:
     }
 
     void showWithoutModel() {
-        speech_.scripts = {{"en_US", {.status = SpeechAssetStatus::unsupported, .results = {}}}};
-        showRecording();
+        showNoRecogniser();
         record();
         pretendToHaveBegunEarlier();
+    }
+
+    void showNoRecogniser() {
+        speech_.scripts = {{"en_US", {.status = SpeechAssetStatus::unsupported, .results = {}}}};
+        showRecording();
     }
 
     void showModelArriving() {
@@ -441,6 +445,7 @@ std::vector<Scene> scenes() {
             {"recording-scrolled", &PictureStage::showScrolledBack, everySize},
             {"one-track", &PictureStage::showOneTrack, everySize},
             {"no-model", &PictureStage::showWithoutModel, everySize},
+            {"no-recogniser", &PictureStage::showNoRecogniser, everySize},
             {"model-arriving", &PictureStage::showModelArriving, everySize},
             {"models", &PictureStage::showModels, {{1280, 720}, {1080, 600}, {760, 900}, {320, 1500}}},
             {"stopping", &PictureStage::showStopping, everySize},

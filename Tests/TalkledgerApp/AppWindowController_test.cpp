@@ -370,6 +370,9 @@ TEST_F(AppWindowControllerTest, TellsThatNothingCanBeTranscribedOrSummarised) {
     const auto countOfNotices = [&] { return std::ranges::count(shownTexts(), english.noSpeechRecogniser()); };
     show();
     EXPECT_EQ(countOfNotices(), 1);
+    click("findModel");
+    EXPECT_TRUE(shows("Before the first meeting"));
+    QTest::keyClick(&window(), Qt::Key_Escape);
     record();
     EXPECT_TRUE(shows(english.recordingIsRunning()));
     EXPECT_TRUE(shows(english.noSpeechModel()));
