@@ -1,8 +1,10 @@
 #include "TalkledgerWorkers/Transcriber/VoicingDetector.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
+#include <numeric>
 
 namespace talkledger {
 
@@ -19,20 +21,21 @@ constexpr std::size_t windowLength = correlated + longestPeriod + 1;
 /// at most 0.2 % of the frames reach it; of two synthetic voices 61 and 75 %, in noise 12 dB below them 45 and 70 %.
 constexpr float voicedCorrelation = 0.55F;
 
-float energy(std::span<const float> samples) {
-    float sum = 0;
-    for (const float sample : samples) {
-        sum += sample * sample;
+/// In several sums, which a processor adds to at once.
+float product(std::span<const float> first, std::span<const float> second) {
+    constexpr std::size_t lanes = 8;
+    static_assert(correlated % lanes == 0);
+    std::array<float, lanes> sums{};
+    for (std::size_t index = 0; index < correlated; index += lanes) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            sums[lane] += first[index + lane] * second[index + lane];
+        }
     }
-    return sum;
+    return std::accumulate(sums.begin(), sums.end(), 0.0F);
 }
 
-float product(std::span<const float> first, std::span<const float> second) {
-    float sum = 0;
-    for (std::size_t index = 0; index < first.size(); ++index) {
-        sum += first[index] * second[index];
-    }
-    return sum;
+float energy(std::span<const float> samples) {
+    return product(samples, samples);
 }
 
 } // namespace
