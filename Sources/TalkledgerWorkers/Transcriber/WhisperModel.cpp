@@ -21,8 +21,9 @@ namespace {
 constexpr double ticksPerSecond = 100;
 constexpr int positionsPerSecond = 50; ///< of the encoder's output
 
-/// The engine hears a little silence after the last word, and knows from it that the speaker has ended.
-constexpr double trailingSilence = 0.5;
+/// The engine knows from a little silence after the last word that it was the last. An utterance that has ended brings
+/// its own.
+constexpr double silenceAfterHypothesis = 0.5;
 
 /// Shorter, and the engine tells nothing of it.
 constexpr double shortestPiece = 1;
@@ -156,7 +157,8 @@ std::optional<std::vector<WhisperPassage>> WhisperState::hear(std::span<const fl
     }
     std::vector<float> padded(samples.begin(), samples.end());
     const auto leastLength = static_cast<std::size_t>(shortestPiece * SpeechEngine::sampleRate);
-    const auto silence = static_cast<std::size_t>(trailingSilence * SpeechEngine::sampleRate);
+    const double trailing = hearing.isHypothesis ? silenceAfterHypothesis : 0;
+    const auto silence = static_cast<std::size_t>(trailing * SpeechEngine::sampleRate);
     padded.resize(std::max(samples.size() + silence, leastLength));
     whisper_full_params parameters = parametersFor(hearing);
     parameters.audio_ctx = encodedPositions(padded.size(), whisper_model_n_audio_ctx(model_->context()));
