@@ -80,18 +80,20 @@ Samples spoken(const std::string& voice) {
     return samples;
 }
 
-/// Speech again and again, each time followed by as much silence when that is asked for.
+/// Somebody speaks all the time, or in turns that fill half of it.
 Samples track(const std::string& voice, bool isHalfSilent) {
-    const Samples turn = spoken(voice);
-    Samples samples;
-    while (seconds(samples) < kMeetingSeconds) {
-        samples = std::move(samples) + turn;
-        if (isHalfSilent) {
-            samples = std::move(samples) + testing::silence(seconds(turn));
-        }
+    const auto length = static_cast<std::size_t>(kMeetingSeconds * StreamAudio::sampleRate);
+    const Samples once = spoken(voice);
+    Samples speech;
+    while (speech.size() < length) {
+        speech = std::move(speech) + once;
     }
-    samples.resize(static_cast<std::size_t>(kMeetingSeconds * StreamAudio::sampleRate));
-    return samples;
+    speech.resize(length);
+    const std::size_t turn = isHalfSilent ? length / 8 : length;
+    for (std::size_t place = turn; place < length; place += 2 * turn) {
+        std::fill_n(speech.begin() + static_cast<std::ptrdiff_t>(place), turn, std::int16_t{0});
+    }
+    return speech;
 }
 
 /// A model of the size "base" that hears so many seconds of speech in each piece.
