@@ -52,7 +52,7 @@ AppWindowController::AppWindowController(AppModel& model, RecordingRevisions& re
       player_(model, *chosenRecording_.transcript()),
       search_(model, recordings_),
       transcriptHits_(search_, *chosenRecording_.lines()),
-      trash_(model),
+      trash_(model, revisions),
       exports_(model),
       trackNotice_(model),
       permissions_(model),

@@ -8,14 +8,16 @@
 
 namespace talkledger {
 
-RecordingTrash::RecordingTrash(AppModel& model) : model_(model) {}
+RecordingTrash::RecordingTrash(AppModel& model, const RecordingRevisions& revisions)
+    : model_(model), revisions_(revisions) {}
 
 QString RecordingTrash::title() const {
     return removed_ ? removed_->title : QString();
 }
 
 bool RecordingTrash::canRemove(const QString& recordingID) const {
-    return model_.session(recordingID) != nullptr && recordingID != model_.currentRecordingID();
+    return model_.session(recordingID) != nullptr && recordingID != model_.currentRecordingID() &&
+           recordingID != revisions_.recordingID();
 }
 
 void RecordingTrash::remove(const QString& recordingID) {

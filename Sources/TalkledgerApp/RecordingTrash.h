@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TalkledgerApp/AppModel.h"
+#include "TalkledgerApp/RecordingRevisions.h"
 
 #include <QObject>
 #include <QString>
@@ -17,15 +18,15 @@ class RecordingTrash : public QObject {
     Q_PROPERTY(QString title READ title NOTIFY changed)
 
 public:
-    /// It has to outlive this one.
-    explicit RecordingTrash(AppModel& model);
+    /// Both have to outlive this one.
+    RecordingTrash(AppModel& model, const RecordingRevisions& revisions);
 
     bool canUndo() const { return removed_.has_value(); }
 
     /// Of the recording that was moved last.
     QString title() const;
 
-    /// Not while it is in progress.
+    /// Not while it is in progress or worked on.
     Q_INVOKABLE bool canRemove(const QString& recordingID) const;
     Q_INVOKABLE void remove(const QString& recordingID);
     Q_INVOKABLE void undo();
@@ -45,6 +46,7 @@ private:
     };
 
     AppModel& model_;
+    const RecordingRevisions& revisions_;
     std::optional<Removed> removed_;
 };
 

@@ -153,7 +153,8 @@ Row {
                 onTriggered: appModel.reveal(chosenRecording.recordingID)
             }
             PopupMenuItem {
-                enabled: chosenRecording.status === "transcribed" || chosenRecording.status === "interrupted"
+                enabled: revisions.recordingID !== chosenRecording.recordingID
+                    && (chosenRecording.status === "transcribed" || chosenRecording.status === "interrupted")
                 iconName: "close"
                 objectName: "deleteRecording"
                 text: texts.deleteRecording

@@ -28,12 +28,21 @@ TEST_F(RecordingTrashTest, MovesARecordingAwayAndTakesItBack) {
     EXPECT_FALSE(isShown("trashNotice"));
 }
 
-TEST_F(RecordingTrashTest, LeavesTheRecordingInProgressAlone) {
+TEST_F(RecordingTrashTest, LeavesARecordingAloneThatIsInProgressOrWorkedOn) {
+    addFinishedRecording("Aoba", 2'000, {});
     show();
-    record();
+    speech_.results.close();
+    click("moreButton");
+    click("transcribeAgain");
     item("recordingList")->forceActiveFocus();
     press(Qt::Key_Delete);
     EXPECT_EQ(model().sessions().size(), 1U);
+    speech_.results.open();
+    waitUntil([this] { return revisions_->work() == RecordingRevisions::Work::none; });
+    record();
+    item("recordingList")->forceActiveFocus();
+    press(Qt::Key_Delete);
+    EXPECT_EQ(model().sessions().size(), 2U);
 }
 
 /// A folder in the home folder, which is where the desktop's trash lies.
