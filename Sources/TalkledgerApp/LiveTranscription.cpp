@@ -14,9 +14,6 @@ namespace {
 constexpr AudioFormat capturedFormat{
     .commonFormat = AudioSampleFormat::float32, .sampleRate = 48000, .channelCount = 2, .isInterleaved = true};
 
-/// Of a channel in one recording; a recogniser that breaks down again and again has no use.
-constexpr int mostBreakdowns = 5;
-
 /// Keeps the session until it has finished.
 Task<> finishSession(std::shared_ptr<LiveSpeechTranscriptionSession> session) {
     co_await session->finish();
@@ -58,12 +55,16 @@ LiveTranscription::Session LiveTranscription::makeSession(AudioChannel channel) 
     const auto handOver = [main = main_, handler = recording_->segmentHandler](const TranscriptSegment& segment) {
         boost::asio::post(main, [handler, segment] { handler(segment); });
     };
-    const auto goOn = [this, channel, recording = recording_] {
-        boost::asio::post(main_, [this, channel, recording] { goOnAfterBreakdown(channel, recording); });
+    const auto noteEnd = [this, channel, main = main_, current = std::weak_ptr(recording_)] {
+        boost::asio::post(main, [this, channel, current] {
+            if (!current.expired()) { // otherwise it was no breakdown: the recording has been stopped
+                noteBreakdown(channel);
+            }
+        });
     };
     return std::make_shared<LiveSpeechTranscriptionSession>(recording_->locale, channel, structuralSpeakerRole(channel),
                                                             handOver, recognition_, conversion_,
-                                                            recording_->timelineOrigin, goOn);
+                                                            recording_->timelineOrigin, noteEnd);
 }
 
 Task<> LiveTranscription::startSession(Session session, AudioChannel channel) {
@@ -85,18 +86,13 @@ Task<> LiveTranscription::startSession(Session session, AudioChannel channel) {
     Q_EMIT listeningChanged();
 }
 
-/// What was heard until the next recogniser is ready is in the recorded files only.
-void LiveTranscription::goOnAfterBreakdown(AudioChannel channel, const std::shared_ptr<Recording>& recording) {
-    if (recording != recording_) {
-        return; // it was no breakdown: the recording has been stopped
-    }
+/// What is said from here on is in the recorded files only, unless another model comes.
+void LiveTranscription::noteBreakdown(AudioChannel channel) {
     relay_.detach(channel);
     listening_.erase(channel);
+    starting_.erase(channel);
     cancel(startTasks_.at(channel));
-    startTask(main_, finishSession(sessions_.at(channel)));
-    if (++recording->breakdowns[channel] <= mostBreakdowns) {
-        begin(channel);
-    }
+    startTask(main_, finishSession(sessions_.extract(channel).mapped()));
     Q_EMIT listeningChanged();
 }
 

@@ -19,8 +19,8 @@
 namespace talkledger {
 
 /// The live transcription of the recording in progress: a session for each channel, which hears what the relay passes
-/// on as soon as it has started. A channel that cannot be transcribed stays without; the other goes on. Where the
-/// recogniser breaks down, another takes its place a few times. Main thread.
+/// on as soon as it has started. A channel that cannot be transcribed, or no longer, is without; the other goes on.
+/// Main thread.
 class LiveTranscription : public QObject {
     Q_OBJECT
 
@@ -59,19 +59,18 @@ private:
         std::string locale;
         MonotonicTime timelineOrigin;
         SegmentHandler segmentHandler;
-        std::map<AudioChannel, int> breakdowns{};
     };
 
     void begin(AudioChannel channel);
     Session makeSession(AudioChannel channel);
     Task<> startSession(Session session, AudioChannel channel);
-    void goOnAfterBreakdown(AudioChannel channel, const std::shared_ptr<Recording>& recording);
+    void noteBreakdown(AudioChannel channel);
 
     SpeechRecognition& recognition_;
     AudioConversion& conversion_;
     LiveAudioBufferRelay& relay_;
     Executor main_;
-    std::shared_ptr<Recording> recording_; ///< null when none is in progress
+    std::shared_ptr<Recording> recording_; ///< null when none is in progress; nobody else owns it
     std::map<AudioChannel, Session> sessions_;
     std::map<AudioChannel, std::shared_ptr<boost::asio::cancellation_signal>> startTasks_;
     std::set<AudioChannel> starting_;
