@@ -1,13 +1,13 @@
 #include "TalkledgerPlatform/LanguageModel/WorkerLanguageModel.h"
 
+#include "TalkledgerPlatform/Files/ModelFileNames.h"
 #include "TalkledgerPlatform/Worker/WorkerError.h"
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <optional>
-#include <system_error>
 #include <utility>
+#include <vector>
 
 namespace talkledger {
 
@@ -17,19 +17,10 @@ LanguageModelAvailability unavailable(LanguageModelLack lack) {
     return {.isAvailable = false, .reason = UnavailableReason::modelNotReady, .lack = lack};
 }
 
-/// The one that was installed or preferred last, absent where there is none.
+/// Absent where there is none.
 std::optional<std::filesystem::path> newestModel(const std::filesystem::path& folder) {
-    using Model = std::pair<std::filesystem::file_time_type, std::filesystem::path>;
-    std::optional<Model> newest;
-    std::error_code ignored;
-    for (std::filesystem::directory_iterator entry(folder, ignored), end; !ignored && entry != end;
-         entry.increment(ignored)) {
-        std::error_code unknown;
-        if (entry->path().extension() == ".gguf" && entry->is_regular_file(unknown)) {
-            newest = std::max(newest, std::optional(Model(entry->last_write_time(unknown), entry->path())));
-        }
-    }
-    return newest ? std::optional(newest->second) : std::nullopt;
+    const std::vector<std::filesystem::path> files = modelFilesIn(folder, ModelFileKind::language);
+    return files.empty() ? std::nullopt : std::optional(files.front());
 }
 
 /// May outlive the client, then as one that is closed.

@@ -2,20 +2,17 @@
 
 #include "TalkledgerCore/Support/RunOn.h"
 #include "TalkledgerPlatform/Files/Durability.h"
+#include "TalkledgerPlatform/Files/ModelFileNames.h"
 #include "TalkledgerPlatform/ModelFiles/WriteFailure.h"
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
 #include <exception>
 #include <fstream>
 #include <functional>
-#include <iterator>
-#include <optional>
-#include <ranges>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -27,16 +24,6 @@ using Case = ModelFileError::Case;
 
 constexpr std::size_t simultaneousTransfers = 2;
 constexpr std::uintmax_t spareBytes = 64 << 20;
-
-std::optional<ModelFileKind> kindOf(const std::string& name) {
-    if (name.ends_with(".gguf")) {
-        return ModelFileKind::language;
-    }
-    if (!name.starts_with("ggml-") || !name.ends_with(".bin")) {
-        return std::nullopt;
-    }
-    return name.starts_with("ggml-silero-") ? ModelFileKind::voice : ModelFileKind::speech;
-}
 
 /// What is to become of a download: told to those who wait for it.
 Task<void> ended(std::shared_ptr<DownloadUnderWay> download, Task<void> fetching) {
@@ -50,22 +37,6 @@ Task<void> ended(std::shared_ptr<DownloadUnderWay> download, Task<void> fetching
     if (failure) {
         std::rethrow_exception(failure);
     }
-}
-
-using NamedTimes = std::vector<std::pair<std::string, std::filesystem::file_time_type>>;
-
-/// The regular files there, with when they were installed or chosen.
-NamedTimes filesIn(const std::filesystem::path& folder) {
-    NamedTimes files;
-    std::error_code unreadable;
-    std::filesystem::directory_iterator entry(folder, unreadable);
-    for (; !unreadable && entry != std::filesystem::directory_iterator(); entry.increment(unreadable)) {
-        std::error_code unknown;
-        if (entry->is_regular_file(unknown)) {
-            files.emplace_back(entry->path().filename().string(), entry->last_write_time(unknown));
-        }
-    }
-    return files;
 }
 
 /// What a file begins with: of models in one format, those that find voices tell the length of a name next, and the
@@ -186,12 +157,10 @@ ModelFolder::~ModelFolder() {
 }
 
 std::vector<std::string> ModelFolder::installed(ModelFileKind kind) const {
-    NamedTimes files = filesIn(folder_);
-    std::erase_if(files, [kind](const auto& file) { return kindOf(file.first) != kind; });
-    std::ranges::sort(files, std::greater(), [](const auto& file) { return std::pair(file.second, file.first); });
     std::vector<std::string> names;
-    names.reserve(files.size());
-    std::ranges::move(files | std::views::keys, std::back_inserter(names));
+    for (const std::filesystem::path& file : modelFilesIn(folder_, kind)) {
+        names.push_back(file.filename().string());
+    }
     return names;
 }
 
@@ -207,14 +176,16 @@ Task<void> ModelFolder::download(KnownModelFile file, std::shared_ptr<ModelFileP
 
 std::vector<AwaitedModelFile> ModelFolder::awaited(ModelFileKind kind) const {
     std::map<std::string, bool> files;
-    for (const auto& [name, time] : filesIn(folder_)) {
-        const std::string whole = name.substr(0, name.rfind(partialSuffix));
-        if (whole != name && kindOf(whole) == kind) {
-            files[whole] = false;
+    std::error_code unreadable;
+    for (std::filesystem::directory_iterator entry(folder_, unreadable), end; !unreadable && entry != end;
+         entry.increment(unreadable)) {
+        const std::filesystem::path& path = entry->path();
+        if (path.extension() == partialSuffix && modelFileKind(path.stem().string()) == kind) {
+            files[path.stem().string()] = false;
         }
     }
     for (const auto& [name, download] : downloads_) {
-        if (!download.expired() && kindOf(name) == kind) {
+        if (!download.expired() && modelFileKind(name) == kind) {
             files[name] = true;
         }
     }
@@ -262,7 +233,7 @@ void ModelFolder::prefer(const std::string& name) {
 Task<void> ModelFolder::remove(std::string name) {
     std::function<void()> removal = [name = std::move(name), folder = folder_] {
         std::error_code failure;
-        if (!kindOf(name) || std::filesystem::path(name).has_parent_path() ||
+        if (!modelFileKind(name) || std::filesystem::path(name).has_parent_path() ||
             !std::filesystem::remove(folder / name, failure)) {
             throw ModelFileError(Case::notWritable, failure ? failure.message() : name);
         }

@@ -14,8 +14,7 @@
 
 namespace talkledger {
 
-/// The model files in one folder of this user. Speech models are named "ggml-*.bin", those that find voices
-/// "ggml-silero-*.bin", language models "*.gguf"; of each kind the newest is used. What is there of a file that has not
+/// The model files in one folder of this user. What is there of a file that has not
 /// wholly arrived has ".part" behind its name. Nothing that takes time is done on the caller's
 /// thread.
 /// The executors that wait for it have to outlive it.

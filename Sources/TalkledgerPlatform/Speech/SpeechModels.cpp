@@ -1,11 +1,13 @@
 #include "TalkledgerPlatform/Speech/SpeechModels.h"
 
+#include "TalkledgerPlatform/Files/ModelFileNames.h"
+
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <string_view>
-#include <system_error>
+#include <vector>
 
 namespace talkledger {
 
@@ -34,29 +36,17 @@ bool knows(bool isMultilingual, const std::string& locale) {
                           : language == "en";
 }
 
-void keepNewest(std::filesystem::path& newest, const std::filesystem::path& candidate) {
-    std::error_code unknown;
-    if (newest.empty() ||
-        std::filesystem::last_write_time(candidate, unknown) > std::filesystem::last_write_time(newest, unknown)) {
-        newest = candidate;
-    }
+/// Empty where there is none.
+std::filesystem::path newestIn(const std::filesystem::path& folder, ModelFileKind kind) {
+    const std::vector<std::filesystem::path> files = modelFilesIn(folder, kind);
+    return files.empty() ? std::filesystem::path() : files.front();
 }
 
 } // namespace
 
 SpeechModels SpeechModels::installedIn(const std::filesystem::path& folder) {
-    SpeechModels models;
-    std::error_code unreadable;
-    std::filesystem::directory_iterator entry(folder, unreadable);
-    for (; !unreadable && entry != std::filesystem::directory_iterator(); entry.increment(unreadable)) {
-        const std::filesystem::path& path = entry->path();
-        const std::string name = path.filename().string();
-        std::error_code unknown;
-        if (!name.starts_with("ggml-") || !name.ends_with(".bin") || !entry->is_regular_file(unknown)) {
-            continue;
-        }
-        keepNewest(name.starts_with("ggml-silero-") ? models.voice : models.speech, path);
-    }
+    SpeechModels models{.speech = newestIn(folder, ModelFileKind::speech),
+                        .voice = newestIn(folder, ModelFileKind::voice)};
     models.isMultilingual = !models.speech.empty() && isMultilingualModel(models.speech);
     return models;
 }

@@ -5,11 +5,10 @@
 
 namespace talkledger {
 
-/// The installed model files of the recogniser. Files lie in one folder: speech models are named "ggml-*.bin", the
-/// model that tells voices from other sounds "ggml-silero-*.bin".
+/// The installed model files of the recogniser.
 struct SpeechModels {
-    std::filesystem::path speech; ///< the one that was installed last; empty where there is none
-    std::filesystem::path voice;  ///< likewise
+    std::filesystem::path speech; ///< empty where there is none
+    std::filesystem::path voice;  ///< tells voices from other sounds; likewise
     bool isMultilingual{false};   ///< of the speech model
 
     /// Never fails: what cannot be read is not installed. Whether a file is whole shows when it is loaded.
