@@ -227,6 +227,27 @@ TEST_F(LiveSpeechTest, AHungWorkerIsFoundOutAndHoldsUpNothing) {
     waitForEndOf({worker});
 }
 
+TEST_F(LiveSpeechTest, AWorkerStaysWarmAsLongAsItListens) {
+    auto brief = settings();
+    brief.worker.pingInterval = std::chrono::milliseconds(100);
+    brief.worker.unansweredPings = 300;
+    brief.worker.idleTime = std::chrono::milliseconds(100);
+    useSettings(brief);
+    const auto mic = started(AudioChannel::mic);
+    const testing::TemporaryFolder folder;
+    testing::writeWav(folder / "file.wav", silence(1));
+    const auto analyzer = recognition->makeAnalyzer({.locale = "en_US"});
+    run(analyzer->start(SpeechInputFile{.path = folder / "file.wav", .startTime = 0, .progress = {}}));
+    ASSERT_THAT(children(), SizeIs(2));
+    EXPECT_EQ(run(analyzer->nextResult()), std::nullopt);
+    while (children().size() == 2) { // until the file's worker has been idle for too long
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    mic->hear(speak("rms", budget) + silence(1), 0);
+    run(mic->session().finish());
+    EXPECT_THAT(mic->text(), HasSubstr("thousand dollars"));
+}
+
 TEST_F(LiveSpeechTest, AWorkerThatFallsBehindLosesTheOldestAndKeepsTheTimes) {
     const auto mic = started(AudioChannel::mic);
     const pid_t worker = children().front();
