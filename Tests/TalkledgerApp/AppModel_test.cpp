@@ -91,17 +91,6 @@ TEST_F(AppModelTest, TheListIsLoadedAsideAndMissesNothingThatChangesMeanwhile) {
     EXPECT_THAT(model().sessions(), ElementsAre(third, first));
 }
 
-TEST_F(AppModelTest, ATitleGivenMeanwhileOutlastsAFailedStart) {
-    makeModel();
-    record();
-    model().rename(*model().currentSession(), "Aoba");
-    record();
-    EXPECT_NE(model().lastError(), std::nullopt) << "a recording is already in progress";
-    EXPECT_EQ(model().currentSession()->title, "Aoba");
-    stop();
-    EXPECT_EQ(model().sessions().front().title, "Aoba");
-}
-
 TEST_F(AppModelTest, RecordsTranscribesAndExportsByItself) {
     makeModel().setDisplayLanguage(DisplayLanguage::english);
     const std::vector<std::string>& statusTexts = watchStatus();
@@ -130,25 +119,17 @@ TEST_F(AppModelTest, RecordsTranscribesAndExportsByItself) {
     EXPECT_THAT(content(*model().lastMarkdownExportURL()), HasSubstr("Customer: The budget is approved."));
 }
 
-TEST_F(AppModelTest, ExportsToTheChosenFolderAndSaysSoWhenThatFails) {
+TEST_F(AppModelTest, SaysSoWhenTheExportFails) {
     const std::filesystem::path chosen = home_.path() / "chosen";
     settings_.setValue(QStringLiteral("markdownExportDirectory"), QString::fromStdString(chosen));
-    makeModel();
-    record();
-    stop();
-    EXPECT_EQ(model().lastMarkdownExportURL()->parent_path(), chosen);
-
-    std::filesystem::remove_all(chosen);
     std::ofstream(chosen) << "a file where the folder should be";
+    makeModel();
     record();
     stop();
     EXPECT_EQ(model().statusText(), "Markdown保存に失敗しました");
     EXPECT_NE(model().lastError(), std::nullopt);
     EXPECT_FALSE(model().isRecording());
-    EXPECT_THAT(model().sessions(), SizeIs(2)) << "the recording itself is saved";
-    record();
-    EXPECT_EQ(model().lastError(), std::nullopt) << "the next action begins without the old error";
-    stop();
+    EXPECT_THAT(model().sessions(), SizeIs(1)) << "the recording itself is saved";
 }
 
 TEST_F(AppModelTest, AFailedStartLeavesTheModelIdleWithTheReason) {
@@ -161,6 +142,8 @@ TEST_F(AppModelTest, AFailedStartLeavesTheModelIdleWithTheReason) {
     EXPECT_EQ(model().statusText(), "Start failed");
     EXPECT_THAT(model().lastError().value_or(""), HasSubstr("No capture track could be started: "));
     EXPECT_TRUE(model().statusIsFailure() && model().noTrackStarted());
+    EXPECT_THAT(speech_.live, IsEmpty());
+    EXPECT_EQ(model().liveSummaryStatus(), LiveSummaryStatus::idle);
     model().dismissLastError();
     EXPECT_FALSE(model().lastError() || model().noTrackStarted());
     waitUntil([this] { return model().sessions().size() == 1; }); // the attempt stays, with its diagnostics
@@ -169,17 +152,6 @@ TEST_F(AppModelTest, AFailedStartLeavesTheModelIdleWithTheReason) {
     EXPECT_TRUE(model().isRecording());
     EXPECT_EQ(model().lastError(), std::nullopt);
     stop();
-}
-
-TEST_F(AppModelTest, OneTrackIsEnoughAndTheOtherIsShownAsNotStarted) {
-    audioInput_.format.channelCount = 0;
-    makeModel();
-    record();
-    EXPECT_TRUE(model().isRecording());
-    EXPECT_EQ(model().tracks()->state(AudioChannel::mic), TrackState::notStarted);
-    EXPECT_EQ(model().tracks()->state(AudioChannel::speaker), TrackState::running);
-    stop();
-    EXPECT_EQ(model().tracks()->state(AudioChannel::mic), TrackState::running);
 }
 
 TEST_F(AppModelTest, CapturingThatGoesOnAfterAFailedStartCanBeStopped) {
@@ -399,6 +371,9 @@ TEST_F(AppModelTest, ATitleGivenWhileRecordingStays) {
     model().rename(recordingID, QStringLiteral("Aoba"));
     EXPECT_EQ(model().currentSession()->title, "Aoba");
     EXPECT_EQ(model().statusText(), "録音名を変更しました");
+    record();
+    EXPECT_NE(model().lastError(), std::nullopt) << "a recording is already in progress";
+    EXPECT_EQ(model().currentSession()->title, "Aoba");
     stop();
     EXPECT_EQ(model().sessions().front().title, "Aoba");
     EXPECT_THAT(content(*model().lastMarkdownExportURL()), HasSubstr("# Aoba"));
@@ -431,13 +406,8 @@ TEST_F(AppModelTest, TrackHealthIsShownForTheRecordingItBelongsTo) {
     makeModel();
     record();
     reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::waitingForDevice);
-    reports_->reportTrackHealth(AudioChannel::mic, TrackHealthEvent::writeFailed);
     QCoreApplication::processEvents();
     EXPECT_EQ(model().tracks()->state(AudioChannel::speaker), TrackState::waitingForDevice);
-    EXPECT_EQ(model().tracks()->state(AudioChannel::mic), TrackState::writeFailed);
-    reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::deviceRunning);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(model().tracks()->state(AudioChannel::speaker), TrackState::running);
     // This one is on its way while the recording ends and the next begins.
     reports_->reportTrackHealth(AudioChannel::speaker, TrackHealthEvent::waitingForDevice);
     reports_->endRecording();

@@ -120,17 +120,5 @@ TEST_F(LiveSummaryTest, BeginsAnewWithTheNextRecording) {
     EXPECT_THAT(statuses, Not(Contains(Status::failed)));
 }
 
-TEST_F(LiveSummaryTest, FailsWithoutAModelAndTheRecordingGoesOn) {
-    languageModel_.state.isAvailable = false;
-    makeModel();
-    EXPECT_FALSE(model().liveSummary()->isModelAvailable());
-    recordLive();
-    say(AudioChannel::speaker, spoken(enoughSpeech, 1, 3));
-    waitFor(Status::failed);
-    EXPECT_TRUE(model().isRecording());
-    stop();
-    EXPECT_EQ(model().liveSummaryStatus(), Status::idle);
-}
-
 } // namespace
 } // namespace talkledger::testing

@@ -188,17 +188,6 @@ TEST_F(LiveTranscriptionTest, EndsWithTheProgram) {
     EXPECT_TRUE(model().isRecording()) << "nobody stops it, and what waits has to go without harm";
 }
 
-TEST_F(LiveTranscriptionTest, AFailedStartLeavesNothingOfIt) {
-    audioInput_.startFailure = "no microphone";
-    systemAudio_.startFailure = "no output";
-    makeModel();
-    record();
-    EXPECT_THAT(speech_.live, IsEmpty());
-    EXPECT_FALSE(model().isListening());
-    EXPECT_EQ(model().liveTranscriptDocument(), std::nullopt);
-    EXPECT_EQ(model().liveSummaryStatus(), LiveSummaryStatus::idle);
-}
-
 TEST_F(LiveTranscriptionTest, LinesComeAndChangeOneByOne) {
     const RecordingSession other = addFinishedRecording("other", 1'000, {});
     StoredTranscript stored(makeModel());

@@ -2,13 +2,9 @@
 #include "TalkledgerCore/Support/RunOn.h"
 #include "TalkledgerCore/Support/Task.h"
 
-#include <boost/asio/bind_cancellation_slot.hpp>
-#include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 #include <boost/asio/dispatch.hpp>
-#include <boost/asio/experimental/awaitable_operators.hpp>
-#include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/thread_pool.hpp>
@@ -61,11 +57,6 @@ int answerOnPool(bool fails) {
     return 42;
 }
 
-Task<void> sleepForever() {
-    asio::steady_timer timer(co_await asio::this_coro::executor, asio::steady_timer::time_point::max());
-    co_await timer.async_wait(asio::use_awaitable);
-}
-
 TEST_F(QtMainExecutorTest, PoolsTimersAndExceptionsComeBackToTheMainThread) {
     asio::thread_pool pool(2);
     const auto story = [&]() -> Task<void> {
@@ -92,34 +83,6 @@ TEST_F(QtMainExecutorTest, PoolsTimersAndExceptionsComeBackToTheMainThread) {
         throw std::logic_error("The story failed.");
     };
     EXPECT_THROW(std::rethrow_exception(run(story())), std::logic_error);
-}
-
-TEST_F(QtMainExecutorTest, CancellationReachesTheTimerAndTheSibling) {
-    using namespace asio::experimental::awaitable_operators;
-    asio::cancellation_signal signal;
-    boost::system::error_code outcome;
-    const auto keepOutcome = [&](const std::exception_ptr& error) {
-        try {
-            std::rethrow_exception(error);
-        } catch (const boost::system::system_error& failure) {
-            outcome = failure.code();
-        }
-    };
-    asio::co_spawn(main(), sleepForever(), asio::bind_cancellation_slot(signal.slot(), keepOutcome));
-    QCoreApplication::processEvents();
-    signal.emit(asio::cancellation_type::terminal);
-    while (!outcome) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    EXPECT_EQ(outcome, asio::error::operation_aborted);
-    const auto race = [&]() -> Task<void> {
-        asio::steady_timer soon(main(), std::chrono::milliseconds(1));
-        Task<void> first = soon.async_wait(asio::use_awaitable);
-        Task<void> second = sleepForever();
-        const auto winner = co_await (std::move(first) || std::move(second));
-        EXPECT_EQ(winner.index(), 0U);
-    };
-    EXPECT_EQ(run(race()), nullptr);
 }
 
 TEST_F(QtMainExecutorTest, KeepsTheOrderOfEachThreadAndLosesNothing) {

@@ -68,13 +68,10 @@ TEST_F(QuittingTest, TheQuestionGoesWithItsRecording) {
     stop();
     EXPECT_FALSE(quitting().isAsking());
     EXPECT_EQ(ends_, 0);
-}
-
-TEST_F(QuittingTest, AStopUnderWayIsWaitedForWithoutAQuestion) {
     record();
     model().stopRecording();
     quitting().request();
-    EXPECT_FALSE(quitting().isAsking());
+    EXPECT_FALSE(quitting().isAsking()) << "a stop is under way";
     waitUntil([this] { return ends_ == 1; });
 }
 

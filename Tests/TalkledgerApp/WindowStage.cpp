@@ -1,16 +1,20 @@
 #include "TalkledgerApp/WindowStage.h"
 
+#include "TalkledgerApp/ShownItems.h"
+
 #include <algorithm>
-#include <functional>
+#include <iterator>
 
 namespace talkledger::testing {
 namespace {
 
-/// Delegates are no QObject children of the window: the items are walked.
-void forEach(QQuickItem& item, const std::function<void(QQuickItem&)>& visit) {
-    visit(item);
-    for (QQuickItem* const child : item.childItems()) {
-        forEach(*child, visit);
+/// What is not visible hides all below it.
+void collectShown(const QQuickItem& item, std::vector<const QQuickItem*>& shown) {
+    if (item.isVisible()) {
+        shown.push_back(&item);
+        for (const QQuickItem* const child : item.childItems()) {
+            collectShown(*child, shown);
+        }
     }
 }
 
@@ -50,33 +54,40 @@ void WindowStage::resize(int width, int height) {
 }
 
 QQuickItem* WindowStage::item(const char* name) {
-    QQuickItem* found = nullptr;
-    forEach(*window().contentItem(), [&](QQuickItem& candidate) {
-        if (found == nullptr && candidate.objectName() == QLatin1String(name)) {
-            found = &candidate;
-        }
-    });
-    return found;
+    return itemBelow(*window().contentItem(), QString::fromLatin1(name));
 }
 
 std::vector<std::string> WindowStage::textsOf(const char* name) {
     std::vector<std::string> texts;
-    forEach(*window().contentItem(), [&](QQuickItem& candidate) {
-        if (candidate.isVisible() && candidate.objectName() == QLatin1String(name)) {
-            texts.push_back(textOf(candidate));
+    for (const QQuickItem* const shown : shownItems()) {
+        if (shown->objectName() == QLatin1String(name)) {
+            texts.push_back(textOf(*shown));
         }
-    });
+    }
     return texts;
 }
 
+std::vector<const QQuickItem*> WindowStage::shownItems() {
+    std::vector<const QQuickItem*> items;
+    collectShown(*window().contentItem(), items);
+    return items;
+}
+
+std::vector<std::string> WindowStage::shownTexts() {
+    std::vector<std::string> texts;
+    std::ranges::transform(shownItems(), std::back_inserter(texts),
+                           [](const QQuickItem* item) { return textOf(*item); });
+    return texts;
+}
+
+const QQuickItem* WindowStage::shownItem(const std::string& text) {
+    const std::vector<const QQuickItem*> items = shownItems();
+    const auto found = std::ranges::find(items, text, [](const QQuickItem* item) { return textOf(*item); });
+    return found == items.end() ? nullptr : *found;
+}
+
 bool WindowStage::shows(const std::string& text) {
-    const auto isThere = [&] {
-        bool found = false;
-        forEach(*window().contentItem(),
-                [&](QQuickItem& candidate) { found |= candidate.isVisible() && textOf(candidate) == text; });
-        return found;
-    };
-    return QTest::qWaitFor(isThere, 60'000);
+    return QTest::qWaitFor([&] { return shownItem(text) != nullptr; }, 60'000);
 }
 
 bool WindowStage::isShown(const char* name) {

@@ -30,6 +30,12 @@ protected:
     /// The texts of all items of that name that are shown.
     std::vector<std::string> textsOf(const char* name);
 
+    /// Every text that a person sees.
+    std::vector<std::string> shownTexts();
+
+    /// Null when nothing shows the text.
+    const QQuickItem* shownItem(const std::string& text);
+
     /// Whether a text is shown, after a while at most.
     bool shows(const std::string& text);
     bool isShown(const char* name);
@@ -42,6 +48,9 @@ protected:
     std::optional<RecordingRevisions> revisions_;
     std::optional<Quitting> quitting_;
     std::optional<AppWindowController> windows_;
+
+private:
+    std::vector<const QQuickItem*> shownItems();
 };
 
 } // namespace talkledger::testing
