@@ -187,6 +187,23 @@ void writeWav(const std::filesystem::path& path, const Samples& samples) {
     }
 }
 
+double secondsOf(const Samples& samples) {
+    return static_cast<double>(samples.size()) / AudioFileReader::sampleRate;
+}
+
+std::vector<SpeechSegment> recognise(SpeechEngine& engine, std::span<const std::int16_t> samples,
+                                     SpeechReporting reporting) {
+    std::vector<SpeechSegment> segments;
+    engine.begin(reporting, [&](const SpeechSegment& segment) { segments.push_back(segment); }, {});
+    while (!samples.empty()) {
+        const std::size_t length = std::min<std::size_t>(samples.size(), 1000); // no multiple of a frame
+        engine.append(samples.first(length));
+        samples = samples.subspan(length);
+    }
+    engine.finish();
+    return segments;
+}
+
 double wordErrorRate(const std::string& spoken, const std::string& heard) {
     const std::vector<std::string> expected = words(spoken);
     const std::vector<std::string> found = words(heard);

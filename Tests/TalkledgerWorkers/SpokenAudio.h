@@ -1,7 +1,10 @@
 #pragma once
 
+#include "TalkledgerWorkers/Transcriber/SpeechEngine.h"
+
 #include <cstdint>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -43,6 +46,12 @@ Samples operator+(Samples first, const Samples& second);
 Samples mixed(Samples first, const Samples& second);
 
 void writeWav(const std::filesystem::path& path, const Samples& samples);
+
+double secondsOf(const Samples& samples);
+
+/// What an engine tells of a stream that comes in pieces.
+std::vector<SpeechSegment> recognise(SpeechEngine& engine, std::span<const std::int16_t> samples,
+                                     SpeechReporting reporting = SpeechReporting::finalSegments);
 
 /// The words that `heard` lacks, has wrongly or has in excess, as a share of the words of `spoken`.
 double wordErrorRate(const std::string& spoken, const std::string& heard);

@@ -205,28 +205,6 @@ TEST_F(LiveSpeechTest, AStreamWhoseWorkersAllDieEnds) {
     run(mic->session().finish());
 }
 
-TEST_F(LiveSpeechTest, AHungWorkerIsFoundOutAndHoldsUpNothing) {
-    auto impatient = settings();
-    impatient.worker.pingInterval = std::chrono::milliseconds(100);
-    impatient.worker.unansweredPings = 60;
-    useSettings(impatient);
-    const auto mic = started(AudioChannel::mic);
-    const pid_t worker = children().front();
-    kill(worker, SIGSTOP);
-    // Capture goes on at its own pace: what is not taken is dropped, the oldest first.
-    mic->hear(silence(60), 0);
-
-    testing::TemporaryFolder folder;
-    testing::writeWav(folder / "file.wav", speak("rms", budget) + silence(1));
-    const auto analyzer = recognition->makeAnalyzer({.locale = "en_US"});
-    run(analyzer->start(SpeechInputFile{.path = folder / "file.wav", .startTime = 0, .progress = {}}));
-    EXPECT_THAT(run(analyzer->nextResult())->text, HasSubstr("thousand"));
-
-    run(mic->session().finish());
-    EXPECT_THAT(mic->finals(), IsEmpty());
-    waitForEndOf({worker});
-}
-
 TEST_F(LiveSpeechTest, AWorkerStaysWarmAsLongAsItListens) {
     auto brief = settings();
     brief.worker.pingInterval = std::chrono::milliseconds(100);

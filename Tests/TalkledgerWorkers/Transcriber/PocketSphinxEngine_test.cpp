@@ -10,24 +10,13 @@
 namespace talkledger {
 namespace {
 
+using testing::recognise;
 using testing::Samples;
+using testing::secondsOf;
 using testing::silence;
 using testing::speak;
 using testing::synthesize;
 using testing::operator+; // NOLINT(misc-unused-using-decls): the check overlooks operators
-
-std::vector<SpeechSegment> recognise(SpeechEngine& engine, std::span<const std::int16_t> samples,
-                                     SpeechReporting reporting = SpeechReporting::finalSegments) {
-    std::vector<SpeechSegment> segments;
-    engine.begin(reporting, [&](const SpeechSegment& segment) { segments.push_back(segment); }, {});
-    while (!samples.empty()) {
-        const std::size_t length = std::min<std::size_t>(samples.size(), 1000); // no multiple of a block
-        engine.append(samples.first(length));
-        samples = samples.subspan(length);
-    }
-    engine.finish();
-    return segments;
-}
 
 std::string textOf(const std::vector<SpeechSegment>& segments) {
     std::string text;
@@ -75,19 +64,16 @@ TEST_F(PocketSphinxEngineTest, UnderstandsPlainBusinessEnglish) {
 TEST_F(PocketSphinxEngineTest, GivesEachSentenceItsTrueTime) {
     const Samples first = speak("rms", "We have a budget for this year.");
     const Samples second = speak("rms", "I will send you the proposal by Friday afternoon.");
-    const auto seconds = [](const Samples& samples) {
-        return static_cast<double>(samples.size()) / SpeechEngine::sampleRate;
-    };
     const double pause = 2.5;
     const double firstStart = 1.2;
-    const double secondStart = firstStart + seconds(first) + pause;
+    const double secondStart = firstStart + secondsOf(first) + pause;
     const std::vector<SpeechSegment> segments =
         recognise(*engine_, silence(firstStart) + first + silence(pause) + second + silence(1));
     ASSERT_THAT(segments, ::testing::SizeIs(2)) << textOf(segments);
     EXPECT_NEAR(segments[0].start, firstStart, 0.3);
-    EXPECT_NEAR(segments[0].start + segments[0].duration, firstStart + seconds(first), 0.3);
+    EXPECT_NEAR(segments[0].start + segments[0].duration, firstStart + secondsOf(first), 0.3);
     EXPECT_NEAR(segments[1].start, secondStart, 0.3);
-    EXPECT_NEAR(segments[1].start + segments[1].duration, secondStart + seconds(second), 0.3);
+    EXPECT_NEAR(segments[1].start + segments[1].duration, secondStart + secondsOf(second), 0.3);
 }
 
 TEST_F(PocketSphinxEngineTest, TellsWhatItSeemsToBeUntilItIsCertain) {

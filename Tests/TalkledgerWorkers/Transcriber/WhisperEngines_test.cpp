@@ -17,7 +17,9 @@
 namespace talkledger {
 namespace {
 
+using testing::recognise;
 using testing::Samples;
+using testing::secondsOf;
 using testing::silence;
 using testing::speak;
 using testing::synthesize;
@@ -40,23 +42,6 @@ protected:
             return error.what();
         }
         return "no refusal";
-    }
-
-    static std::vector<SpeechSegment> recognise(SpeechEngine& engine, std::span<const std::int16_t> samples,
-                                                SpeechReporting reporting) {
-        std::vector<SpeechSegment> segments;
-        engine.begin(reporting, [&](const SpeechSegment& segment) { segments.push_back(segment); }, {});
-        while (!samples.empty()) {
-            const std::size_t length = std::min<std::size_t>(samples.size(), 1000); // no multiple of a frame
-            engine.append(samples.first(length));
-            samples = samples.subspan(length);
-        }
-        engine.finish();
-        return segments;
-    }
-
-    static double seconds(const Samples& samples) {
-        return static_cast<double>(samples.size()) / SpeechEngine::sampleRate;
     }
 
     testing::TemporaryFolder folder;
@@ -92,7 +77,7 @@ TEST_F(WhisperEnginesTest, GivesEachUtteranceOfAFileItsTrueTime) {
     const auto meter = made->makeMeter();
     meter->append(samples);
     const double speech = meter->finish();
-    EXPECT_NEAR(speech, seconds(first) + seconds(second), 1);
+    EXPECT_NEAR(speech, secondsOf(first) + secondsOf(second), 1);
     const auto segments = recognise(*made, samples, SpeechReporting::finalSegments);
     ASSERT_FALSE(segments.empty());
     EXPECT_NEAR(segments.front().start, 3, 0.5);
@@ -143,48 +128,46 @@ TEST_F(WhisperEnginesTest, InventsNothing) {
 }
 
 TEST_F(WhisperEnginesTest, MissesNoSentenceInNoise) {
-    const char* const sentences[] = {
-        "Thank you for taking the time to meet with us today.",
-        "We have a budget of twenty thousand dollars for this year.",
-        "I will send you the proposal by Friday afternoon.",
-        "We need the approval of our director.",
-        "Please share the security report before the meeting.",
-        "How much does it cost?",
-        "Can you hear me?",
-        "Yes, that works for us.",
-        "No, not this week.",
-        "Let us talk about the next steps.",
-        "Our team is growing quickly.",
-        "What does the contract say about support?",
-        "I think we should start with a pilot.",
-        "The price is too high.",
-        "Who decides about this?",
-        "We use another product at the moment.",
-        "When can you deliver?",
-        "I will call you tomorrow.",
-        "That sounds good.",
-        "It depends on the number of users.",
-        "We had problems with the last update.",
-        "Please send me an offer.",
-        "How long does the installation take?",
-        "Is training included?",
-        "The data has to stay in Europe.",
-        "We are happy with the result.",
-        "Could you repeat that, please?",
-        "My colleague will join us later.",
-        "I agree with you.",
-        "Let me check the calendar.",
-        "Do you have a reference customer?",
-        "The deadline is the end of March.",
-        "We want to grow in Asia.",
-        "Thank you very much.",
-        "Goodbye.",
-        "One moment, please.",
-        "I am sorry, I am late.",
-        "That is a good question.",
-        "We will discuss it internally.",
-        "See you next week.",
-    };
+    const char* const sentences[] = {"Thank you for taking the time to meet with us today.",
+                                     "We have a budget of twenty thousand dollars for this year.",
+                                     "I will send you the proposal by Friday afternoon.",
+                                     "We need the approval of our director.",
+                                     "Please share the security report before the meeting.",
+                                     "How much does it cost?",
+                                     "Can you hear me?",
+                                     "Yes, that works for us.",
+                                     "No, not this week.",
+                                     "Let us talk about the next steps.",
+                                     "Our team is growing quickly.",
+                                     "What does the contract say about support?",
+                                     "I think we should start with a pilot.",
+                                     "The price is too high.",
+                                     "Who decides about this?",
+                                     "We use another product at the moment.",
+                                     "When can you deliver?",
+                                     "I will call you tomorrow.",
+                                     "That sounds good.",
+                                     "It depends on the number of users.",
+                                     "We had problems with the last update.",
+                                     "Please send me an offer.",
+                                     "How long does the installation take?",
+                                     "Is training included?",
+                                     "The data has to stay in Europe.",
+                                     "We are happy with the result.",
+                                     "Could you repeat that, please?",
+                                     "My colleague will join us later.",
+                                     "I agree with you.",
+                                     "Let me check the calendar.",
+                                     "Do you have a reference customer?",
+                                     "The deadline is the end of March.",
+                                     "We want to grow in Asia.",
+                                     "Thank you very much.",
+                                     "Goodbye.",
+                                     "One moment, please.",
+                                     "I am sorry, I am late.",
+                                     "That is a good question.",
+                                     "We will discuss it internally.",
+                                     "See you next week."};
     const auto power = [](const Samples& samples) {
         double sum = 0;
         for (const std::int16_t sample : samples) {
