@@ -20,10 +20,8 @@ constexpr std::size_t guessStep = sampleRate / 2;
 
 } // namespace
 
-LiveRecognition::LiveRecognition(UtteranceRecogniser& recogniser, SpeechReporting reporting,
-                                 SpeechSegmentHandler handler, std::stop_token stop)
+LiveRecognition::LiveRecognition(UtteranceRecogniser& recogniser, SpeechSegmentHandler handler, std::stop_token stop)
     : recogniser_(recogniser),
-      reporting_(reporting),
       handler_(std::move(handler)),
       stopping_(std::move(stop), [this] { stop_.request_stop(); }),
       thread_([this] { run(); }) {}
@@ -84,8 +82,7 @@ void LiveRecognition::run() {
 }
 
 bool LiveRecognition::isHypothesisDue() const {
-    return reporting_ == SpeechReporting::alsoHypotheses && !isFinished_ && open_.samples.size() >= nextGuess_ &&
-           !open_.samples.empty();
+    return !isFinished_ && open_.samples.size() >= nextGuess_ && !open_.samples.empty();
 }
 
 void LiveRecognition::recogniseNext(std::unique_lock<std::mutex>& lock) {

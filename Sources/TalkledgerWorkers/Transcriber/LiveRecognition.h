@@ -23,8 +23,7 @@ namespace talkledger {
 class LiveRecognition {
 public:
     /// The recogniser has to outlive this. `handler` is called on the thread.
-    LiveRecognition(UtteranceRecogniser& recogniser, SpeechReporting reporting, SpeechSegmentHandler handler,
-                    std::stop_token stop);
+    LiveRecognition(UtteranceRecogniser& recogniser, SpeechSegmentHandler handler, std::stop_token stop);
 
     /// Gives up what is left.
     ~LiveRecognition();
@@ -49,7 +48,6 @@ private:
     void throwFailure() const;
 
     UtteranceRecogniser& recogniser_;
-    const SpeechReporting reporting_;
     const SpeechSegmentHandler handler_;
     std::stop_source stop_; ///< of the thread's work; the stream's own stop goes on to it
     std::stop_callback<std::function<void()>> stopping_;

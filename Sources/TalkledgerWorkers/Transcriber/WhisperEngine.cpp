@@ -47,7 +47,7 @@ void WhisperEngine::begin(SpeechReporting reporting, SpeechSegmentHandler handle
     const bool isLive = reporting == SpeechReporting::alsoHypotheses;
     finder_ = std::make_unique<UtteranceFinder>(detectors_(), isLive ? longestLive : longestInFile);
     if (isLive) {
-        live_ = std::make_unique<LiveRecognition>(*recogniser_, reporting, handler_, stop_);
+        live_ = std::make_unique<LiveRecognition>(*recogniser_, handler_, stop_);
         finder_->begin([this](Utterance utterance) { live_->append(std::move(utterance)); });
     } else {
         finder_->begin([this](const Utterance& utterance) { gather(utterance); });
