@@ -92,7 +92,9 @@ void LiveTranscription::noteBreakdown(AudioChannel channel) {
     listening_.erase(channel);
     starting_.erase(channel);
     cancel(startTasks_.at(channel));
-    startTask(main_, finishSession(sessions_.extract(channel).mapped()));
+    if (const auto ended = sessions_.extract(channel)) {
+        startTask(main_, finishSession(ended.mapped()));
+    }
     Q_EMIT listeningChanged();
 }
 
