@@ -1,5 +1,12 @@
 # The engines for which a distribution may have no package: from it where it does, else as scripts/engine has built them.
 
+option(TALKLEDGER_PORTABLE "Build for other machines: engines of our own, with a variant for each kind of processor" OFF)
+if(TALKLEDGER_PORTABLE)
+  set(engine_script scripts/engine --portable)
+else()
+  set(engine_script scripts/engine)
+endif()
+
 # talkledger_engine(NAME LIBRARIES library...) offers the target Engine::NAME, unless the option TALKLEDGER_<NAME> is
 # off or the engine is not there: then the program is built without it, and says so where it would be used.
 function(talkledger_engine name)
@@ -9,22 +16,30 @@ function(talkledger_engine name)
   if(NOT ${option})
     return()
   endif()
-  find_package(${name} CONFIG QUIET)
+  if(NOT TALKLEDGER_PORTABLE)
+    find_package(${name} CONFIG QUIET)
+  endif()
   if(${name}_FOUND)
     add_library(Engine::${name} INTERFACE IMPORTED GLOBAL)
     target_link_libraries(Engine::${name} INTERFACE ${name})
     return()
   endif()
-  execute_process(COMMAND ${CMAKE_SOURCE_DIR}/scripts/engine folder ${name}
+  execute_process(COMMAND ${engine_script} folder ${name} WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
                   OUTPUT_VARIABLE folder OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   if(NOT EXISTS ${folder})
-    message(WARNING "The engine ${name} is not there: run 'scripts/engine build ${name}', then configure again.")
+    list(JOIN engine_script " " engine_command)
+    message(WARNING "The engine ${name} is not there: run '${engine_command} build ${name}', then configure again.")
     return()
   endif()
   set(${option}_FOLDER ${folder} CACHE INTERNAL "The engine ${name} as scripts/engine has built it")
   add_library(Engine::${name} INTERFACE IMPORTED GLOBAL)
   target_include_directories(Engine::${name} SYSTEM INTERFACE ${folder}/include)
-  list(TRANSFORM engine_LIBRARIES REPLACE "(.+)" "${folder}/lib/lib\\1.a")
+  if(TALKLEDGER_PORTABLE)
+    list(REMOVE_ITEM engine_LIBRARIES ggml-cpu) # of which there are many, loaded at run time
+    list(TRANSFORM engine_LIBRARIES REPLACE "(.+)" "${folder}/lib/lib\\1.so")
+  else()
+    list(TRANSFORM engine_LIBRARIES REPLACE "(.+)" "${folder}/lib/lib\\1.a")
+  endif()
   target_link_libraries(Engine::${name} INTERFACE ${engine_LIBRARIES} Threads::Threads ${CMAKE_DL_LIBS} m)
 endfunction()
 

@@ -1,5 +1,6 @@
 #include "Support/TemporaryFolder.h"
 #include "TalkledgerWorkers/SpeechModelWriter.h"
+#include "TalkledgerWorkers/Transcriber/WhisperEngines.h"
 #include "TalkledgerWorkers/Transcriber/WhisperModel.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +12,7 @@ namespace talkledger {
 namespace {
 
 TEST(ComputeStopTest, EndsTheEngineInTheMiddleOfAStage) {
+    const WhisperEngines engines; // finds the engine's parts
     const testing::TemporaryFolder folder;
     testing::writeModel(folder / "ggml-test.bin", {.layers = 12});
     WhisperState state(std::make_shared<const WhisperModel>(folder / "ggml-test.bin"));
