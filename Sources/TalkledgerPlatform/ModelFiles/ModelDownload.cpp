@@ -308,7 +308,6 @@ bool isWorthKeeping(const ModelFileError& error, const ModelFileProgress& progre
     case Case::brokenOff:
     case Case::notReachable:
     case Case::noSpace:
-        return true;
     case Case::notHandedOut:
         return progress.received > 0;
     case Case::cancelled:

@@ -3,6 +3,7 @@
 #include "TalkledgerPlatform/Speech/SpeechModels.h"
 #include "TalkledgerPlatform/Speech/StreamFeed.h"
 #include "TalkledgerPlatform/Speech/WorkerSpeechAnalyzer.h"
+#include "TalkledgerPlatform/Worker/WorkerError.h"
 
 #include <unistd.h>
 
@@ -102,7 +103,11 @@ WorkerSpeechRecognition::bestAvailableAudioFormat(const SpeechTranscriber& /*com
     co_return liveAudioFormat;
 }
 
+/// Without a model, the worker would take everything for English.
 std::unique_ptr<SpeechAnalyzer> WorkerSpeechRecognition::makeAnalyzer(const SpeechTranscriber& transcriber) {
+    if (!offers(transcriber.locale)) {
+        throw WorkerError::failed("There is no speech model for " + transcriber.locale + ". Get one in the settings.");
+    }
     return std::make_unique<WorkerSpeechAnalyzer>(transcriber, engineFor(transcriber.locale), client_, silentFiles_);
 }
 

@@ -22,6 +22,7 @@ namespace {
 
 using testing::LoopbackHost;
 using testing::RunningTask;
+using ::testing::IsEmpty;
 
 /// A model whose download stands still until the test says how much of it comes.
 class SpeechAssetsTest : public ::testing::Test {
@@ -73,6 +74,15 @@ protected:
         return testing::runTask(context_, recognition.assetInventory().assetInstallationRequest({.locale = "ja_JP"}));
     }
 
+    /// Of an English sentence.
+    std::vector<TranscriptSegment> transcript(WorkerSpeechRecognition& recognition) {
+        testing::writeWav(home_ / "mic.wav", testing::speak("rms", "We have a budget of twenty thousand dollars."));
+        const PosixFileSystem fileSystem;
+        SpeechRecordingTrackTranscriptProvider provider(
+            {"ja_JP", "en_GB", RecordedArtifactTranscriptMode::finalAccuracy}, recognition, fileSystem);
+        return testing::runTask(context_, provider.transcribe(home_ / "mic.wav", AudioChannel::mic, SpeakerRole::me));
+    }
+
     const std::string content_ = std::string("lmgg\x99\xCA\0\0", 8) + std::string(200'000, 'w'); ///< 51865 words
     boost::asio::io_context context_; ///< outlives what waits on it
     testing::TemporaryFolder home_;
@@ -120,6 +130,7 @@ TEST_F(SpeechAssetsTest, ADownloadThatBrokeOffIsRememberedAndNotWaitedFor) {
     EXPECT_EQ(request(recognition), nullptr);
     EXPECT_NO_THROW(testing::runTask(context_, installation->downloadAndInstall())) << "there is nothing to wait for";
     EXPECT_EQ(host_->requests().size(), 1U) << "only the user asks again";
+    EXPECT_THAT(transcript(recognition), IsEmpty()) << "nothing is taken for English meanwhile";
 
     std::filesystem::rename(home_ / "Models/ggml-base.bin.part", home_ / "Models/ggml-base.en.bin.part");
     EXPECT_EQ(status(recognition, "ja_JP"), SpeechAssetStatus::unsupported) << "it knows English only";
@@ -130,12 +141,7 @@ TEST_F(SpeechAssetsTest, EnglishIsThereAtOnceWhateverIsOnItsWay) {
     WorkerSpeechRecognition recognition = this->recognition("en_GB");
     const auto downloading = download("ggml-base.bin");
     EXPECT_EQ(status(recognition, "ja_JP"), SpeechAssetStatus::downloading);
-    testing::writeWav(home_ / "mic.wav", testing::speak("rms", "We have a budget of twenty thousand dollars."));
-    const PosixFileSystem fileSystem;
-    SpeechRecordingTrackTranscriptProvider provider({"ja_JP", "en_GB", RecordedArtifactTranscriptMode::finalAccuracy},
-                                                    recognition, fileSystem);
-    const auto segments =
-        testing::runTask(context_, provider.transcribe(home_ / "mic.wav", AudioChannel::mic, SpeakerRole::me));
+    const auto segments = transcript(recognition);
     ASSERT_FALSE(segments.empty());
     EXPECT_THAT(segments.front().text, ::testing::HasSubstr("thousand dollars"));
     EXPECT_FALSE(downloading->hasEnded());
