@@ -20,9 +20,9 @@
 namespace talkledger {
 namespace {
 
+using ::testing::IsEmpty;
 using testing::LoopbackHost;
 using testing::RunningTask;
-using ::testing::IsEmpty;
 
 /// A model whose download stands still until the test says how much of it comes.
 class SpeechAssetsTest : public ::testing::Test {
