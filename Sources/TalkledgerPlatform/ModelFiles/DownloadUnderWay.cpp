@@ -30,6 +30,7 @@ Task<void> DownloadUnderWay::end() {
 }
 
 void DownloadUnderWay::tellEnd(const std::exception_ptr& failure) {
+    hasEnded_ = true;
     for (const auto& weak : std::exchange(waits_, {})) {
         const auto wait = weak.lock();
         if (wait && failure) {

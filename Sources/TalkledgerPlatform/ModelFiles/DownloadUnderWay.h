@@ -9,7 +9,7 @@
 
 namespace talkledger {
 
-/// A download that has not ended, and those who wait for its end. Main executor.
+/// A download, and those who wait for its end, who may hold it somewhat longer. Main executor.
 class DownloadUnderWay {
 public:
     explicit DownloadUnderWay(std::shared_ptr<ModelFileProgress> progress);
@@ -19,6 +19,8 @@ public:
 
     /// What has arrived is kept.
     void pause();
+
+    bool hasEnded() const { return hasEnded_; }
 
     /// Returns when the file is installed, and throws what the download does.
     Task<void> end();
@@ -30,6 +32,7 @@ private:
     class Wait;
 
     std::shared_ptr<ModelFileProgress> progress_;
+    bool hasEnded_{false};
     std::vector<std::weak_ptr<Wait>> waits_; ///< weak: a wait ends with the coroutine that waits
 };
 

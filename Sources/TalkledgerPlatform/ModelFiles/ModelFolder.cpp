@@ -184,8 +184,9 @@ std::vector<AwaitedModelFile> ModelFolder::awaited(ModelFileKind kind) const {
             files[path.stem().string()] = false;
         }
     }
-    for (const auto& [name, download] : downloads_) {
-        if (!download.expired() && modelFileKind(name) == kind) {
+    for (const auto& [name, weak] : downloads_) {
+        const auto download = weak.lock();
+        if (download && !download->hasEnded() && modelFileKind(name) == kind) {
             files[name] = true;
         }
     }
@@ -200,7 +201,7 @@ std::vector<AwaitedModelFile> ModelFolder::awaited(ModelFileKind kind) const {
 Task<void> ModelFolder::arrival(std::string name) {
     const auto known = downloads_.find(name);
     const auto download = known == downloads_.end() ? nullptr : known->second.lock();
-    if (download) {
+    if (download && !download->hasEnded()) {
         co_await download->end();
     }
 }

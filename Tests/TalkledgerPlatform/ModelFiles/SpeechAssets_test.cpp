@@ -124,9 +124,10 @@ TEST_F(SpeechAssetsTest, ADownloadThatBrokeOffIsRememberedAndNotWaitedFor) {
     const RunningTask<void> waiting(context_, installation->downloadAndInstall());
     arriving_.set_value(100'000);
     finish(*downloading);
+    EXPECT_FALSE(waiting.hasEnded());
+    EXPECT_EQ(status(recognition, "ja_JP"), SpeechAssetStatus::supported) << "before those who waited know it";
     finish(waiting);
     EXPECT_THROW(waiting.result(), ModelFileError);
-    EXPECT_EQ(status(recognition, "ja_JP"), SpeechAssetStatus::supported);
     EXPECT_EQ(request(recognition), nullptr);
     EXPECT_NO_THROW(testing::runTask(context_, installation->downloadAndInstall())) << "there is nothing to wait for";
     EXPECT_EQ(host_->requests().size(), 1U) << "only the user asks again";
