@@ -106,6 +106,7 @@ QVariantMap ModelFilesModel::rowOf(const std::string& name, ModelFileKind kind) 
     QVariantMap row{
         {QStringLiteral("name"), screenText(name)},
         {QStringLiteral("state"), isInstalled ? QStringLiteral("installed") : QStringLiteral("absent")},
+        {QStringLiteral("isAlternative"), kind != ModelFileKind::voice},
         {QStringLiteral("isInUse"), isInstalled && kind != ModelFileKind::voice && installed.front() == name},
         {QStringLiteral("share"), 0.0},
         {QStringLiteral("size"), QString()},

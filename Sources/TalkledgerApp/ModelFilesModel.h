@@ -40,7 +40,7 @@ public:
     static std::vector<KnownModelFile> knownFiles();
 
     /// Maps of `name`, `title`, `cost`, `size`, `state` ("absent", "downloading", "verifying" or "installed"), `share`,
-    /// `failure`, `isUsual` and `isInUse`: what is known, then what is installed besides.
+    /// `failure`, `isUsual`, `isAlternative` and `isInUse`: what is known, then what is installed besides.
     QVariantList speechRows() const;
     QVariantList languageRows() const;
 

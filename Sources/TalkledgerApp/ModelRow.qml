@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 
 /// A model file: what it costs, how it stands, and what can be done with it. The one that is marked is in use, or will
-/// be once it is here.
+/// be once it is here. One that is used beside the others cannot be marked.
 CardRow {
     id: row
 
@@ -13,7 +13,7 @@ CardRow {
     readonly property bool isUnderWay: file.state === "downloading" || file.state === "verifying"
     readonly property bool isInstalled: file.state === "installed"
     readonly property bool isNarrow: width < 480
-    readonly property bool hasButton: isMarked || isUnderWay || isInstalled || file.failure !== ""
+    readonly property bool hasButton: isMarked || isUnderWay || isInstalled || file.failure !== "" || !file.isAlternative
     readonly property string stateText: file.isInUse ? texts.modelInUse
                                       : isInstalled ? texts.modelInstalled
                                       : file.state === "verifying" ? texts.modelBeingVerified : file.size
@@ -46,6 +46,7 @@ CardRow {
         anchors.top: parent.top
         focusPolicy: Qt.StrongFocus
         objectName: row.file.name + " mark"
+        visible: row.file.isAlternative
 
         background: Item {
             FocusRing {
@@ -69,6 +70,7 @@ CardRow {
         color: row.isMarked ? Theme.accentText : "transparent"
         height: 16
         radius: 8
+        visible: row.file.isAlternative
         width: 16
         x: 14
         y: row.isNarrow || row.isUnderWay || failure.visible ? 15 - (row.isUnderWay ? 2 : 0) : (row.height - height) / 2
