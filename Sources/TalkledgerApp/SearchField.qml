@@ -52,7 +52,7 @@ TextField {
         }
         event.accepted = true
     }
-    onTextChanged: search.typed = text
+    onTextChanged: search.typed = text.replace(/\s/g, " ") // what is pasted may have lines
 
     Icon {
         anchors.verticalCenter: parent.verticalCenter

@@ -25,7 +25,9 @@ Item {
     SmallWords {
         id: summary
 
+        elide: Text.ElideRight
         font.bold: true
+        maximumLineCount: 2
         objectName: "searchSummary"
         text: search.recordingCount === 0 ? texts.nothingFound.replace("{q}", search.typed.trim())
             : search.hitCount < 0 ? texts.recordingCount.replace("{n}", search.recordingCount)
