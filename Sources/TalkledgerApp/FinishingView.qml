@@ -96,7 +96,7 @@ Item {
     }
     SmallWords {
         anchors.right: parent.right
-        anchors.rightMargin: view.isFolded ? view.margin + 14 : Theme.gap3
+        anchors.rightMargin: view.isFolded ? view.margin + 14 : Theme.gap6
         height: title.height
         objectName: "timeLeft"
         text: view.timeLeft()
