@@ -38,8 +38,7 @@ public:
 
     std::filesystem::path moveToTrash(const std::filesystem::path& folder) override {
         act("trash " + folder.filename().string());
-        const std::filesystem::path trashed =
-            folder.parent_path().parent_path() / ("trashed " + folder.filename().string());
+        std::filesystem::path trashed = folder.parent_path().parent_path() / ("trashed " + folder.filename().string());
         std::filesystem::rename(folder, trashed);
         return trashed;
     }
